@@ -1,0 +1,10 @@
+# The warnings that every target of this project builds without.
+add_library(korvex_warnings INTERFACE)
+if(MSVC)
+  target_compile_options(korvex_warnings INTERFACE /W4 /WX /permissive-)
+else()
+  target_compile_options(korvex_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+                                                   -Wno-unknown-pragmas -Werror)
+  # COM interfaces have no virtual destructor by design: their objects are released, never deleted.
+  target_compile_options(korvex_warnings INTERFACE -Wno-non-virtual-dtor -Wno-cast-function-type)
+endif()

@@ -1,0 +1,35 @@
+// What a strict conversion of a native value throws.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <string>
+
+#include <korvex/export.h>
+
+namespace OpxOpc {
+
+class KORVEX_OPC_API OpxTypeConversionException : public std::exception {
+public:
+    enum Reason : std::int32_t {
+        kOverflow = 0,           // outside the target's range
+        kInvalidType = 1,        // text that is not entirely a number; a VARIANT that cannot be taken over
+        kInvalidConversion = 2,  // no conversion between the two tags
+        kInvalidDate = 3,        // a date that cannot be read or represented
+        kNotSupported = 4,       // 64-bit unsigned to floating point
+    };
+
+    explicit OpxTypeConversionException(std::int32_t reason, std::string message = {});
+    OpxTypeConversionException(const OpxTypeConversionException&) = default;
+    ~OpxTypeConversionException() override;
+
+    // UTF-8; empty for every reason but kNotSupported.
+    const char* what() const noexcept override { return message_.c_str(); }
+    std::int32_t reason() const noexcept { return reason_; }
+
+private:
+    std::int32_t reason_;
+    std::string message_;
+};
+
+}  // namespace OpxOpc

@@ -1,0 +1,54 @@
+// What else differs between the platforms, behind plain functions.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "com/com.h"
+
+namespace Korvex::Com {
+
+// The current time as the C runtime reports it together with the local zone.
+struct ZonedTime {
+    std::int64_t seconds;         // since 1970-01-01 UTC
+    std::uint16_t milliseconds;   // 0 to 999
+    std::int16_t minutesWest;     // of UTC, without the daylight shift; negative east of Greenwich
+    std::int16_t daylightSaving;  // non-zero when daylight saving time is in force
+};
+ZonedTime currentTime();
+
+struct CalendarTime {
+    int year, month, day, hour, minute, second;  // month and day from 1
+};
+
+// `seconds` since 1970 UTC in the local zone of that instant; nothing if it cannot be represented.
+std::optional<CalendarTime> localCalendarTime(std::int64_t seconds);
+
+// The operating system's number of the calling thread.
+std::uint32_t currentThreadId() noexcept;
+
+// The file of the module (program or shared library) that holds `address`; empty if none does.
+std::filesystem::path modulePathOf(const void* address);
+
+// The running program's file.
+std::filesystem::path programPath();
+
+// An environment variable in UTF-16; nothing if it is not set.
+std::optional<OpxString> environmentVariable(const char* name);
+
+// Delivers the messages that wait in the calling thread's queue: COM calls into objects of a
+// single-threaded apartment. Does nothing on a thread that has no queue.
+void pumpMessages();
+
+// The attributes of the elements named `elements` that are children of an XML file's document
+// element: element name -> attribute name -> value. Nothing when the file cannot be read or is not
+// well-formed XML. An element that is absent has no entry; of several, the first counts.
+using XmlAttributes = std::map<OpxString, std::map<OpxString, OpxString>>;
+std::optional<XmlAttributes> readXmlAttributes(const std::filesystem::path& file,
+                                               const std::vector<OpxString>& elements);
+
+}  // namespace Korvex::Com

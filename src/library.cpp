@@ -1,0 +1,1 @@
+// The shared library consists of the archives it is linked from.
