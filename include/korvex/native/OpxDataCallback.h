@@ -23,7 +23,7 @@ enum ServerStatus : std::int32_t {
 // An empty `errors` list means that every item's code is 0.
 class KORVEX_OPC_API OpxDataCallback {
 public:
-    virtual ~OpxDataCallback();
+    virtual ~OpxDataCallback() = default;
 
     virtual void DataChange(std::uint32_t clientSubscription, std::int32_t masterQuality, std::int32_t masterError,
                             std::uint32_t count, const std::vector<std::uint32_t>& clientHandles,

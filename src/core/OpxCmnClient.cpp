@@ -1,0 +1,107 @@
+#include <korvex/native/OpxCmnClient.h>
+
+#include <atomic>
+#include <exception>
+
+#include "com/ComCalls.h"
+#include "com/ComPtr.h"
+#include "com/opc_interfaces.h"
+#include "com/owners.h"
+#include "opc/ApartmentMode.h"
+#include "trace/TraceScope.h"
+
+namespace OpxOpc {
+namespace {
+
+using Korvex::Com::ComPtr;
+
+// Living objects of this process, and whether the first of them initialised COM.
+std::atomic<std::uint32_t> instances{0};
+std::atomic<bool> comInitializedHere{false};
+
+void initializeCom() {
+    const HRESULT hr = Korvex::Com::comCalls().coInitializeEx(COINIT_MULTITHREADED);
+    if (hr == RPC_E_CHANGED_MODE) {
+        LibT::lCtor("Ctor CmnClient - COM is already initialized as STA");
+        return;
+    }
+    LibT::lCtor("Ctor CmnClient - initialized COM as MTA");
+    comInitializedHere = succeeded(hr);
+}
+
+HRESULT createServerList(const OpxString& host, ComPtr<IOPCServerList2>& list) {
+    COSERVERINFO server = {};
+    OpxString name = host;
+    server.pwszName = name.data();
+    const bool remote = !host.empty();
+    MULTI_QI wanted = {&IID_IOPCServerList2, nullptr, S_OK};
+    const HRESULT hr = Korvex::Com::comCalls().coCreateInstanceEx(
+        CLSID_OpcServerList, remote ? static_cast<DWORD>(CLSCTX_REMOTE_SERVER) : static_cast<DWORD>(kAnyServer),
+        remote ? &server : nullptr, 1, &wanted);
+    if (failed(hr)) return hr;
+    if (failed(wanted.hr)) return wanted.hr;
+    list = ComPtr<IOPCServerList2>::adopt(static_cast<IOPCServerList2*>(wanted.pItf));
+    return hr;
+}
+
+HRESULT textOf(const CLSID& clsid, OpxString& text) {
+    Korvex::Com::TaskString owned;
+    LPOLESTR raw = nullptr;
+    const HRESULT hr = StringFromCLSID(clsid, &raw);
+    owned.reset(raw);
+    if (succeeded(hr) && owned) text = owned.get();
+    return hr;
+}
+
+HRESULT resolve(const OpxString& host, const OpxString& progId, OpxString& clsidText) {
+    ComPtr<IOPCServerList2> list;
+    HRESULT hr = tracedCall("CoCreateInstanceEx", [&] { return createServerList(host, list); });
+    if (failed(hr)) return hr;
+    if (!list) return E_NOINTERFACE;
+    CLSID clsid = {};
+    hr = tracedCall("IOPCServerList::CLSIDFromProgID",
+                    [&] { return list->CLSIDFromProgID(progId.c_str(), &clsid); });
+    if (failed(hr)) return hr;
+    hr = textOf(clsid, clsidText);
+    if (succeeded(hr)) LibT::lDetail("     OUT: Clsid=%ls", clsidText);
+    return hr;
+}
+
+}  // namespace
+
+OpxCmnClient::OpxCmnClient() {
+    if (instances++ != 0) return;
+    initializeCom();
+    initializeComSecurityOnce();
+}
+
+OpxCmnClient::~OpxCmnClient() {
+    LibT::lCtor("--> Dtor CmnClient");
+    if (--instances == 0 && comInitializedHere.exchange(false)) Korvex::Com::comCalls().coUninitialize();
+    LibT::lCtor("<-- Dtor CmnClient");
+}
+
+std::int32_t OpxCmnClient::clsidFromProgId(const OpxString& host, const OpxString& progId, OpxString& clsid) {
+    const TraceScope trace("CmnClient::clsidFromProgId");
+    LibT::lDetail("     IN: NodeName=%ls ProgID=%ls", host, progId);
+    try {
+        return trace.leave(resolve(host, progId, clsid));
+    } catch (const std::exception&) {
+        return trace.leave(E_OUTOFMEMORY);
+    }
+}
+
+void OpxCmnClient::setTraceActive(bool active) { LibT::setTraceActive(active); }
+
+bool OpxCmnClient::isTraceActive() { return LibT::isTraceActive(); }
+
+std::int32_t OpxCmnClient::initTrace(std::uint32_t level, std::uint32_t lineLimit, std::uint32_t backups,
+                                     const OpxString& file, const OpxString& programName) {
+    return LibT::initTrace(level, lineLimit, backups, file, programName);
+}
+
+std::int32_t OpxCmnClient::initErrorTrace(const OpxString& file, const OpxString& programName) {
+    return LibT::initErrorTrace(file, programName);
+}
+
+}  // namespace OpxOpc
