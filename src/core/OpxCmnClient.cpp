@@ -36,7 +36,7 @@ HRESULT createServerList(const OpxString& host, ComPtr<IOPCServerList2>& list) {
     const bool remote = !host.empty();
     MULTI_QI wanted = {&IID_IOPCServerList2, nullptr, S_OK};
     const HRESULT hr = Korvex::Com::comCalls().coCreateInstanceEx(
-        CLSID_OpcServerList, remote ? static_cast<DWORD>(CLSCTX_REMOTE_SERVER) : static_cast<DWORD>(kAnyServer),
+        CLSID_OpcServerList, remote ? static_cast<DWORD>(CLSCTX_REMOTE_SERVER) : static_cast<DWORD>(CLSCTX_ALL),
         remote ? &server : nullptr, 1, &wanted);
     if (failed(hr)) return hr;
     if (failed(wanted.hr)) return wanted.hr;
@@ -72,7 +72,7 @@ HRESULT resolve(const OpxString& host, const OpxString& progId, OpxString& clsid
 OpxCmnClient::OpxCmnClient() {
     if (instances++ != 0) return;
     initializeCom();
-    initializeComSecurityOnce();
+    ApartmentMode::initializeSecurityOnce();
 }
 
 OpxCmnClient::~OpxCmnClient() {
