@@ -1,0 +1,78 @@
+#include "opc/ApartmentMode.h"
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+
+#include "com/ComCalls.h"
+#include "trace/LibT.h"
+
+namespace OpxOpc {
+namespace {
+
+struct ApartmentState {
+    std::mutex lock;
+    std::uint32_t instances = 0;
+    bool initializedHere = false;
+    std::once_flag securityInitialized;
+    std::atomic<bool> singleThreaded = false;
+};
+
+ApartmentState& apartment() {
+    static ApartmentState state;
+    return state;
+}
+
+void initializeCom(ApartmentState& state) {
+    const HRESULT hr = Korvex::Com::comCalls().coInitializeEx(COINIT_MULTITHREADED);
+    if (hr == RPC_E_CHANGED_MODE) {
+        LibT::lCtor("Ctor DaServerMgtPrivate - COM is already initialized as STA");
+        state.singleThreaded = true;
+        return;
+    }
+    LibT::lCtor("Ctor DaServerMgtPrivate - initialized COM as MTA");
+    state.initializedHere = succeeded(hr);
+}
+
+void initializeSecurity() {
+    const HRESULT hr = Korvex::Com::comCalls().coInitializeSecurity();
+    if (hr == RPC_E_TOO_LATE) {
+        LibT::lCtor("Ctor DaServerMgtPrivate - CoInitializeSecurity was already called before");
+    } else if (failed(hr)) {
+        LibT::lError("Ctor DaServerMgtPrivate - CoInitializeSecurity failed [hr=0x%lx]", hr);
+    }
+}
+
+}  // namespace
+
+void ApartmentMode::enter() {
+    ApartmentState& state = apartment();
+    const std::lock_guard guard(state.lock);
+    if (state.instances++ > 0) return;
+    initializeCom(state);
+    initializeSecurityOnce();
+}
+
+void ApartmentMode::leave() {
+    ApartmentState& state = apartment();
+    const std::lock_guard guard(state.lock);
+    if (--state.instances > 0) return;
+    if (state.initializedHere) Korvex::Com::comCalls().coUninitialize();
+    state.initializedHere = false;
+    state.singleThreaded = false;
+}
+
+void ApartmentMode::initializeSecurityOnce() {
+    std::call_once(apartment().securityInitialized, &initializeSecurity);
+}
+
+bool ApartmentMode::isSingleThreaded() noexcept {
+    return apartment().singleThreaded;
+}
+
+HRESULT ApartmentMode::createInterfaceTable(Korvex::Com::ComPtr<IGlobalInterfaceTable>& table) {
+    return Korvex::Com::comCalls().coCreateInstance(CLSID_StdGlobalInterfaceTable, CLSCTX_ALL,
+                                                    IID_IGlobalInterfaceTable, table.putVoid());
+}
+
+}  // namespace OpxOpc

@@ -1,0 +1,65 @@
+// The COM connection to one OPC Data Access server.
+#pragma once
+
+#include <memory>
+
+#include <korvex/native/OpxDataCallback.h>
+#include <korvex/native/OpxString.h>
+
+#include "com/com.h"
+
+namespace OpxOpc {
+
+class DaGroupMgt;
+struct DaServerMgtPrivate;
+
+// Every operation answers an HRESULT and throws nothing but std::bad_alloc. E_FAIL: the object is not in
+// the state that the operation needs; E_NOINTERFACE: one of the server's interfaces cannot be had.
+//
+// There is no lock: the owner sees to it that nothing runs while the object connects or disconnects.
+// The other operations may be called by any threads that are in an apartment of COM. The first object
+// of the process brings COM up, for the multi-threaded apartment unless its thread has another one.
+class DaServerMgt {
+public:
+    DaServerMgt();
+    // Disconnects a connected object.
+    ~DaServerMgt();
+    DaServerMgt(const DaServerMgt&) = delete;
+    DaServerMgt& operator=(const DaServerMgt&) = delete;
+
+    bool isConnected() const noexcept;
+
+    // Creates the server object. A `node` that is not empty is asked as a remote machine, also where it
+    // names this one. A server that has neither IOPCBrowse nor IOPCItemProperties is refused.
+    HRESULT connectOPCServer(const OpxString& node, const CLSID& clsid);
+
+    // Takes the callback back, removes the attached group and releases the server. S_OK whatever the
+    // server answers to that.
+    HRESULT disconnectOPCServer();
+
+    // Asks whether the server answers. A server that is not in the running state does answer: that state
+    // is written to the trace and is no failure.
+    HRESULT getStatus();
+
+    // Asks the server for one of the known locales ("en", "en-us", "de", "de-de", "en-gb", "fr", "fr-fr",
+    // "it", "it-it", "es", "es-es"). S_FALSE, and an empty `locale`, when the library does not know it or
+    // the server does not accept it; the locale in use stays.
+    HRESULT setLocalID(OpxString& locale);
+
+    // Tells `callback` of the server's request to leave. It must outlive this object and the server's last
+    // call, which may come after disconnectCallback.
+    HRESULT connectCallback(OpxDataCallback* callback);
+    HRESULT disconnectCallback();
+
+    // Creates the group on the server, or removes it there. E_POINTER for a null group.
+    HRESULT addGroup(DaGroupMgt* group);
+    HRESULT removeGroup(DaGroupMgt* group);
+
+    // Leaves an added group to this object, which removes and deletes it when it disconnects.
+    void attachGroup(std::unique_ptr<DaGroupMgt> group);
+
+private:
+    std::unique_ptr<DaServerMgtPrivate> d_;
+};
+
+}  // namespace OpxOpc

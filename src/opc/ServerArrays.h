@@ -1,0 +1,40 @@
+// The arrays that servers answer with.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "com/opc_interfaces.h"
+#include "com/owners.h"
+
+// What elements of OPC arrays own, found by TaskArray through the namespace of their types.
+inline void clearTaskElement(OPCITEMSTATE& element) noexcept {
+    VariantClear(&element.vDataValue);
+}
+inline void clearTaskElement(OPCITEMRESULT& element) noexcept {
+    CoTaskMemFree(element.pBlob);
+}
+
+namespace OpxOpc {
+
+using ItemCodes = Korvex::Com::TaskArray<HRESULT>;
+
+// An item's code; a server that leaves the codes out means that all are 0.
+inline HRESULT codeAt(const ItemCodes& codes, std::size_t i) noexcept {
+    return i < codes.size() ? codes[i] : S_OK;
+}
+
+// Hands the items' codes on when `hr` says that there are some to read. Where the server left them out
+// then, no item can be relied on: each gets E_FAIL.
+inline void copyCodes(HRESULT hr, const ItemCodes& codes, std::size_t count, std::vector<std::int32_t>& out) {
+    out.clear();
+    if (hr != S_FALSE) return;
+    if (codes) {
+        out.assign(codes.begin(), codes.end());
+    } else {
+        out.assign(count, E_FAIL);
+    }
+}
+
+}  // namespace OpxOpc

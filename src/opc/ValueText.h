@@ -1,0 +1,14 @@
+// Values and times as the trace shows them.
+#pragma once
+
+#include <korvex/native/OpxDate.h>
+#include <korvex/native/OpxString.h>
+#include <korvex/native/OpxVariant.h>
+
+namespace OpxOpc {
+
+// "<Invalid Data>" for what has no text form; nothing is thrown for a value's sake.
+OpxString traceText(const OpxVariant& value);
+OpxString traceText(const OpxDate& time);
+
+}  // namespace OpxOpc
