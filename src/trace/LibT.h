@@ -1,8 +1,9 @@
 // The trace: what the library does, line by line, in a text file.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <filesystem>
+#include <type_traits>
 
 #include "com/com.h"
 #include "trace/TraceFormat.h"
@@ -68,11 +69,15 @@ public:
     // True when detail lines are wanted and would be written.
     static bool detailWanted() noexcept { return isTraceActive() && level() >= kDetail; }
 
-    // Opens the trace file: 0, or -1 if one is open already or it cannot be created. A line limit
-    // counts the two header lines; numbered backups are kept of full files.
+    // Opens the trace file for lines up to `level`: 0, or -1 if one is open already or it cannot be
+    // created. A file of that name that exists becomes the first of `backups` numbered backups
+    // ("trace_1.txt"; one is kept even if `backups` is 0), as does one that holds `lineLimit` lines,
+    // the header counting as two. A relative path is relative to the current directory.
     static std::int32_t initTrace(std::uint32_t level, std::uint32_t lineLimit, std::uint32_t backups,
                                   const OpxString& file, const OpxString& programName) noexcept;
-    // Opens the file that takes levels 1 to 3: 0, or -1 as above.
+    // Opens the file that takes levels 1 to 3 whatever the level: 0, or -1 as above. A file of that
+    // name that exists, or is full, becomes the one backup, named with ".bak" at its end. If it is the
+    // trace file, one file holds both, each line once.
     static std::int32_t initErrorTrace(const OpxString& file, const OpxString& programName) noexcept;
 
 private:

@@ -28,12 +28,10 @@ public:
         : TraceArgument(text ? std::string_view(text) : std::string_view()) {}
     constexpr TraceArgument(double value) noexcept : kind_(Kind::kReal), real_(value) {}
     template <std::integral T>
-    constexpr TraceArgument(T value) noexcept
-        : kind_(Kind::kInteger), integer_(static_cast<std::int64_t>(value)) {}
+    constexpr TraceArgument(T value) noexcept : kind_(Kind::kInteger), integer_(static_cast<std::int64_t>(value)) {}
     template <typename T>
-        requires std::is_enum_v<T>
-    constexpr TraceArgument(T value) noexcept
-        : kind_(Kind::kInteger), integer_(static_cast<std::int64_t>(value)) {}
+    requires std::is_enum_v<T>
+    constexpr TraceArgument(T value) noexcept : kind_(Kind::kInteger), integer_(static_cast<std::int64_t>(value)) {}
 
     Kind kind() const noexcept { return kind_; }
     OpxStringView wide() const noexcept { return wide_; }
@@ -53,28 +51,66 @@ namespace detail {
 
 template <typename T>
 consteval TraceArgument::Kind traceKindOf() {
-    if constexpr (std::is_convertible_v<const T&, OpxStringView>) return TraceArgument::Kind::kWide;
-    else if constexpr (std::is_convertible_v<const T&, std::string_view>) return TraceArgument::Kind::kNarrow;
-    else if constexpr (std::is_floating_point_v<T>) return TraceArgument::Kind::kReal;
-    else return TraceArgument::Kind::kInteger;
+    if constexpr (std::is_convertible_v<const T&, OpxStringView>)
+        return TraceArgument::Kind::kWide;
+    else if constexpr (std::is_convertible_v<const T&, std::string_view>)
+        return TraceArgument::Kind::kNarrow;
+    else if constexpr (std::is_floating_point_v<T>)
+        return TraceArgument::Kind::kReal;
+    else
+        return TraceArgument::Kind::kInteger;
 }
 
-// The kind of argument that the next conversion of `format` takes; moves `format` behind it.
-// kNone at the end of the format. Not a constant expression for a conversion that is not known.
-constexpr TraceArgument::Kind nextConversion(const char*& format) {
-    for (; *format != '\0'; ++format) {
-        if (*format != '%') continue;
-        ++format;
-        if (*format == '%') continue;
-        while (*format == '0' || *format == '.' || (*format >= '1' && *format <= '9')) ++format;
-        bool isLong = false;
-        for (; *format == 'l'; ++format) isLong = true;
-        switch (*format++) {
-            case 'd': case 'u': case 'x': case 'X': return TraceArgument::Kind::kInteger;
-            case 'f': case 'g': return TraceArgument::Kind::kReal;
-            case 's': return isLong ? TraceArgument::Kind::kWide : TraceArgument::Kind::kNarrow;
-            default: throw "unknown conversion in a trace format";
+// What follows a '%' in a format.
+struct TraceConversion {
+    bool zeros = false;  // fill up with zeros, not blanks
+    std::size_t width = 0;
+    bool isLong = false;
+    char letter = '\0';
+
+    constexpr TraceArgument::Kind kind() const {
+        switch (letter) {
+            case 'd':
+            case 'u':
+            case 'x':
+            case 'X':
+                return TraceArgument::Kind::kInteger;
+            case 'f':
+            case 'g':
+                return TraceArgument::Kind::kReal;
+            case 's':
+                return isLong ? TraceArgument::Kind::kWide : TraceArgument::Kind::kNarrow;
+            default:
+                return TraceArgument::Kind::kNone;
         }
+    }
+};
+
+// Takes the conversion that `format` stands at, behind its '%'.
+constexpr TraceConversion takeConversion(const char*& format) {
+    TraceConversion conversion;
+    if (*format == '0') conversion.zeros = true, ++format;
+    for (; *format >= '0' && *format <= '9'; ++format) {
+        conversion.width = conversion.width * 10 + static_cast<std::size_t>(*format - '0');
+    }
+    if (*format == 'l') conversion.isLong = true, ++format;
+    conversion.letter = *format;
+    if (*format != '\0') ++format;
+    return conversion;
+}
+
+// The kind of argument that the next conversion of `format` takes, kNone at its end; moves `format`
+// behind it. Not a constant expression for a conversion that is not known.
+constexpr TraceArgument::Kind nextConversion(const char*& format) {
+    while (*format != '\0') {
+        if (*format++ != '%') continue;
+        if (*format == '%') {
+            ++format;
+            continue;
+        }
+        const TraceArgument::Kind kind = takeConversion(format).kind();
+        if (kind == TraceArgument::Kind::kNone) throw "unknown conversion in a trace format";
+        return kind;
     }
     return TraceArgument::Kind::kNone;
 }

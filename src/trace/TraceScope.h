@@ -16,9 +16,7 @@ namespace OpxOpc {
 // An operation that throws, or returns without either, writes no exit line.
 class TraceScope {
 public:
-    explicit TraceScope(const char* operation) noexcept : operation_(operation) {
-        LibT::lInOut("--> %s", operation_);
-    }
+    explicit TraceScope(const char* operation) noexcept : operation_(operation) { LibT::lInOut("--> %s", operation_); }
     TraceScope(const TraceScope&) = delete;
     TraceScope& operator=(const TraceScope&) = delete;
 

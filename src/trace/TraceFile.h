@@ -1,0 +1,44 @@
+// One text file of trace lines.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace OpxOpc {
+
+// Starts anew when it is full. Nothing is told about lines that could not be written. Not safe to be
+// used by several threads.
+class TraceFile {
+public:
+    struct Settings {
+        std::filesystem::path path;
+        std::string programName;  // for the header
+        std::uint32_t lineLimit;  // lines after which the file is full; the header counts as two
+        std::function<void(const std::filesystem::path&)> moveToBackup;
+    };
+
+    // Moves a file of that name away and creates it with a header that tells `date`; false if it
+    // cannot be created.
+    bool open(Settings settings, std::string_view date);
+    bool isOpen() const { return stream_.is_open(); }
+    void close();
+
+    // True if the open file is that of `path`.
+    bool isAt(const std::filesystem::path& path) const;
+
+    // Does nothing while no file is open. `date` is for the header of the file that follows this line.
+    void writeLine(const std::string& line, std::string_view date);
+
+private:
+    void startAnew(std::string_view date);
+
+    Settings settings_;
+    std::ofstream stream_;
+    std::uint32_t lines_ = 0;
+};
+
+}  // namespace OpxOpc
