@@ -13,7 +13,9 @@ constexpr std::uint32_t kMainUpdateRate = 2000;
 
 }  // namespace
 
-DaServerComPrivate::~DaServerComPrivate() { reset(); }
+DaServerComPrivate::~DaServerComPrivate() {
+    reset();
+}
 
 void DaServerComPrivate::reset() {
     mainItems.clear();
@@ -44,8 +46,7 @@ HRESULT DaServerComPrivate::lookUpClsid(ServerUrl& url) const {
     return client.clsidFromProgId(url.host, url.progId, url.clsidText);
 }
 
-HRESULT DaServerComPrivate::openConnection(OpxServerConnectInfo& info, OpxDataCallback* receiver,
-                                           bool& localeChanged) {
+HRESULT DaServerComPrivate::openConnection(OpxServerConnectInfo& info, OpxDataCallback* receiver, bool& localeChanged) {
     serverMgt = std::make_unique<DaServerMgt>();
     HRESULT hr = serverMgt->connectOPCServer(nodeName, clsid);
     if (failed(hr) || hr == S_FALSE) return hr;

@@ -50,7 +50,7 @@ public:
     std::unique_ptr<DaServerMgt> serverMgt;  // null while there is no connection
     std::unique_ptr<DaGroupMgt> mainGroup;   // "Main": reads and writes go through it
     MainItemCache mainItems;
-    OpxString nodeName;    // empty for this machine
+    OpxString nodeName;  // empty for this machine
     CLSID clsid{};
     OpxString serverName;  // connection events print it; nothing ever fills it
     OpxDataCallback* callback = nullptr;

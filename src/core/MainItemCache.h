@@ -43,8 +43,8 @@ public:
     NewItems resolve(std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved);
 
     // Takes over what the server said to the new items. An empty `errors` means that all are accepted.
-    void accept(const NewItems& added, const std::vector<std::int32_t>& errors,
-                std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved);
+    void accept(const NewItems& added, const std::vector<std::int32_t>& errors, std::vector<OpxItemIdentifier>& items,
+                ResolvedItems& resolved);
 
     // Forgets the new items: the server could not be asked.
     void drop(const NewItems& added);

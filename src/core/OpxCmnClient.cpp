@@ -1,12 +1,12 @@
 #include <korvex/native/OpxCmnClient.h>
 
 #include <atomic>
-#include <exception>
 
 #include "com/ComCalls.h"
 #include "com/ComPtr.h"
 #include "com/opc_interfaces.h"
 #include "com/owners.h"
+#include "core/guarded.h"
 #include "opc/ApartmentMode.h"
 #include "trace/TraceScope.h"
 
@@ -59,8 +59,7 @@ HRESULT resolve(const OpxString& host, const OpxString& progId, OpxString& clsid
     if (failed(hr)) return hr;
     if (!list) return E_NOINTERFACE;
     CLSID clsid = {};
-    hr = tracedCall("IOPCServerList::CLSIDFromProgID",
-                    [&] { return list->CLSIDFromProgID(progId.c_str(), &clsid); });
+    hr = tracedCall("IOPCServerList::CLSIDFromProgID", [&] { return list->CLSIDFromProgID(progId.c_str(), &clsid); });
     if (failed(hr)) return hr;
     hr = textOf(clsid, clsidText);
     if (succeeded(hr)) LibT::lDetail("     OUT: Clsid=%ls", clsidText);
@@ -84,16 +83,16 @@ OpxCmnClient::~OpxCmnClient() {
 std::int32_t OpxCmnClient::clsidFromProgId(const OpxString& host, const OpxString& progId, OpxString& clsid) {
     const TraceScope trace("CmnClient::clsidFromProgId");
     LibT::lDetail("     IN: NodeName=%ls ProgID=%ls", host, progId);
-    try {
-        return trace.leave(resolve(host, progId, clsid));
-    } catch (const std::exception&) {
-        return trace.leave(E_OUTOFMEMORY);
-    }
+    return trace.leave(guarded([&] { return resolve(host, progId, clsid); }));
 }
 
-void OpxCmnClient::setTraceActive(bool active) { LibT::setTraceActive(active); }
+void OpxCmnClient::setTraceActive(bool active) {
+    LibT::setTraceActive(active);
+}
 
-bool OpxCmnClient::isTraceActive() { return LibT::isTraceActive(); }
+bool OpxCmnClient::isTraceActive() {
+    return LibT::isTraceActive();
+}
 
 std::int32_t OpxCmnClient::initTrace(std::uint32_t level, std::uint32_t lineLimit, std::uint32_t backups,
                                      const OpxString& file, const OpxString& programName) {

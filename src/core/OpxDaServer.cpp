@@ -24,8 +24,7 @@ bool beginsWith(OpxStringView text, OpxStringView upperCasePrefix) {
 }
 
 bool namesDataAccessServer(OpxStringView url) {
-    return url.size() > kLongestRefusedUrl &&
-           (beginsWith(url, OLESTR("OPCDA:")) || beginsWith(url, OLESTR("OPCDX:")));
+    return url.size() > kLongestRefusedUrl && (beginsWith(url, OLESTR("OPCDA:")) || beginsWith(url, OLESTR("OPCDX:")));
 }
 
 }  // namespace

@@ -1,11 +1,11 @@
 #include "core/OpxDaServerCom.h"
 
 #include <chrono>
-#include <exception>
 #include <thread>
 
 #include "core/CallFrame.h"
 #include "core/DaServerComPrivate.h"
+#include "core/guarded.h"
 #include "trace/LibT.h"
 
 namespace OpxOpc {
@@ -117,10 +117,10 @@ HRESULT OpxDaServerCom::connect(const OpxString& url, OpxServerConnectInfo& info
         }
         d_->reset();
     }
-    if (const HRESULT hr = d_->resolveUrl(url); failed(hr)) return trace.leave(hr);
+    if (const HRESULT hr = guarded([&] { return d_->resolveUrl(url); }); failed(hr)) return trace.leave(hr);
 
     bool localeChanged = false;
-    HRESULT hr = d_->openConnection(info, callback, localeChanged);
+    HRESULT hr = guarded([&] { return d_->openConnection(info, callback, localeChanged); });
     const bool retry = hr == S_FALSE || (failed(hr) && info.retryInitialConnect);
     if (failed(hr) && !retry) {
         d_->abandonConnection();
@@ -172,11 +172,7 @@ HRESULT OpxDaServerCom::read(std::uint32_t maxAge, std::vector<OpxItemIdentifier
     CallFrame frame(*d_, "DaServerCom::read");
     if (!frame.entered()) return frame.refuseUnconnected();
     if (items.empty()) return frame.refuse("[E_INVALIDARG] - item list is empty", E_INVALIDARG);
-    try {
-        return frame.leave(readItems(*d_, maxAge, items, values, errors));
-    } catch (const std::exception&) {
-        return frame.leave(E_OUTOFMEMORY);
-    }
+    return frame.leave(guarded([&] { return readItems(*d_, maxAge, items, values, errors); }));
 }
 
 }  // namespace OpxOpc

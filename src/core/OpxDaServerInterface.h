@@ -23,8 +23,8 @@ public:
     virtual HRESULT connect(const OpxString& url, OpxServerConnectInfo& info, std::uint32_t clientHandle,
                             OpxDataCallback* callback) = 0;
     virtual HRESULT disconnect() = 0;
-    virtual HRESULT read(std::uint32_t maxAge, std::vector<OpxItemIdentifier>& items,
-                         std::vector<OpxItemValue>& values, std::vector<std::int32_t>& errors) = 0;
+    virtual HRESULT read(std::uint32_t maxAge, std::vector<OpxItemIdentifier>& items, std::vector<OpxItemValue>& values,
+                         std::vector<std::int32_t>& errors) = 0;
 };
 
 }  // namespace OpxOpc

@@ -39,10 +39,14 @@ void connectInputs(const OpxString& url, const OpxServerConnectInfo& info, std::
     LibT::lDetail("  ServerConnectInfo:");
     LibT::lDetail("    KeepAliveTime = %d", info.keepAliveTime);
     LibT::lDetail("    LocalId = %ls", info.localId);
-    if (info.reconnectAfterConnectionError) LibT::lDetail("    ReconnectAfterConnectionError = true");
-    else LibT::lDetail("    ReconnectAfterConnectionError = false");
-    if (info.retryInitialConnect) LibT::lDetail("    RetryInitialConnect = true");
-    else LibT::lDetail("    RetryInitialConnect = false");
+    if (info.reconnectAfterConnectionError)
+        LibT::lDetail("    ReconnectAfterConnectionError = true");
+    else
+        LibT::lDetail("    ReconnectAfterConnectionError = false");
+    if (info.retryInitialConnect)
+        LibT::lDetail("    RetryInitialConnect = true");
+    else
+        LibT::lDetail("    RetryInitialConnect = false");
     LibT::lDetail("  ClientHandle = %d", clientHandle);
 }
 

@@ -11,11 +11,15 @@ std::size_t nextSeparator(OpxStringView url, std::size_t previous) {
     return previous == OpxStringView::npos ? previous : url.find(kSeparator, previous + 1);
 }
 
-bool namesThisMachine(OpxStringView host) { return host == OLESTR("localhost") || host == OLESTR("127.0.0.1"); }
+bool namesThisMachine(OpxStringView host) {
+    return host == OLESTR("localhost") || host == OLESTR("127.0.0.1");
+}
 
 }  // namespace
 
-bool ServerUrl::needsLookup() const noexcept { return clsidText.size() < kBracedGuidLength; }
+bool ServerUrl::needsLookup() const noexcept {
+    return clsidText.size() < kBracedGuidLength;
+}
 
 std::optional<ServerUrl> ServerUrl::parse(OpxStringView url) {
     const std::size_t first = url.find(kSeparator);

@@ -9,7 +9,7 @@ namespace OpxOpc {
 
 // scheme "//" host "/" ProgID "/" class identifier, split at "/" alone.
 struct ServerUrl {
-    OpxString host;       // empty for this machine
+    OpxString host;  // empty for this machine
     OpxString progId;
     OpxString clsidText;  // empty when the URL names none
 
