@@ -1,0 +1,27 @@
+// What became of the write of an item, as events deliver it.
+#pragma once
+
+#include <optional>
+#include <utility>
+
+#include <korvex/opc_da_client/Object.h>
+#include <korvex/opc_da_client/ResultID.h>
+
+namespace Korvex::OPC::OpcDaClient {
+
+class ItemResultCallback {
+public:
+    // The application's handle of the item.
+    const Object& ClientHandle() const noexcept { return m_ClientHandle; }
+    void ClientHandle(Object value) { m_ClientHandle = std::move(value); }
+
+    // What the server said to this item; nothing in a record that no event has filled.
+    const std::optional<OpcDaClient::ResultID>& ResultID() const noexcept { return m_ResultID; }
+    void ResultID(const std::optional<OpcDaClient::ResultID>& value) noexcept { m_ResultID = value; }
+
+private:
+    Object m_ClientHandle;
+    std::optional<OpcDaClient::ResultID> m_ResultID;
+};
+
+}  // namespace Korvex::OPC::OpcDaClient
