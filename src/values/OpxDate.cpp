@@ -1,1 +1,250 @@
+#include <korvex/native/OpxDate.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+
+#include <korvex/native/OpxTypeConversionException.h>
+
 #include "com/com.h"
+#include "com/platform.h"
+#include "values/NumberText.h"
+
+namespace OpxOpc {
+namespace {
+
+using Korvex::Com::CalendarTime;
+
+constexpr std::int64_t kSecondsOfDay = 86400;
+constexpr std::int64_t kLastSecond = 32535215999;  // 3000-12-31 23:59:59
+
+[[noreturn]] void throwInvalidDate() {
+    throw OpxTypeConversionException(OpxTypeConversionException::kInvalidDate);
+}
+
+void requireRepresentable(std::int64_t seconds) {
+    if (seconds < 0 || seconds > kLastSecond) throwInvalidDate();
+}
+
+// ---- The calendar --------------------------------------------------------------------------------
+
+std::chrono::year_month_day dateOf(const CalendarTime& t) noexcept {
+    return {std::chrono::year(t.year), std::chrono::month(static_cast<unsigned>(t.month)),
+            std::chrono::day(static_cast<unsigned>(t.day))};
+}
+
+bool isCalendarTime(const CalendarTime& t) noexcept {
+    return dateOf(t).ok() && t.hour >= 0 && t.hour < 24 && t.minute >= 0 && t.minute < 60 && t.second >= 0 &&
+           t.second < 60;
+}
+
+std::int64_t secondsOf(const CalendarTime& t) noexcept {
+    const std::int64_t days = std::chrono::sys_days(dateOf(t)).time_since_epoch().count();
+    return days * kSecondsOfDay + t.hour * 3600 + t.minute * 60 + t.second;
+}
+
+CalendarTime utcCalendarTime(std::int64_t seconds) {
+    requireRepresentable(seconds);
+    const std::chrono::sys_days day{std::chrono::days(seconds / kSecondsOfDay)};
+    const std::chrono::year_month_day date{day};
+    const int second = static_cast<int>(seconds % kSecondsOfDay);
+    return {static_cast<int>(date.year()),
+            static_cast<int>(static_cast<unsigned>(date.month())),
+            static_cast<int>(static_cast<unsigned>(date.day())),
+            second / 3600,
+            second / 60 % 60,
+            second % 60};
+}
+
+CalendarTime localTime(std::int64_t seconds) {
+    requireRepresentable(seconds);
+    const auto local = Korvex::Com::localCalendarTime(seconds);
+    if (!local) throwInvalidDate();
+    return *local;
+}
+
+// The instant, with the zone fields that hold now.
+OpxDate withCurrentZone(std::int64_t seconds, std::uint16_t milliseconds) {
+    const Korvex::Com::ZonedTime now = Korvex::Com::currentTime();
+    return {seconds, milliseconds, now.minutesWest, now.daylightSaving};
+}
+
+// ---- The platform's calendar record --------------------------------------------------------------
+
+OpxDate fromSystemTime(const SYSTEMTIME& t) {
+    const CalendarTime calendar{t.wYear, t.wMonth, t.wDay, t.wHour, t.wMinute, t.wSecond};
+    return withCurrentZone(secondsOf(calendar), t.wMilliseconds);
+}
+
+SYSTEMTIME toSystemTime(const OpxDate& date) {
+    const CalendarTime t = utcCalendarTime(date.time());
+    SYSTEMTIME result = {};
+    result.wYear = static_cast<WORD>(t.year);
+    result.wMonth = static_cast<WORD>(t.month);
+    result.wDay = static_cast<WORD>(t.day);
+    result.wHour = static_cast<WORD>(t.hour);
+    result.wMinute = static_cast<WORD>(t.minute);
+    result.wSecond = static_cast<WORD>(t.second);
+    result.wMilliseconds = date.millitm();
+    return result;
+}
+
+// ---- Text out ------------------------------------------------------------------------------------
+
+OpxString padded(int value, std::size_t width) {
+    OpxString digits = integerText(value);
+    if (digits.size() < width) digits.insert(0, width - digits.size(), OLECHAR('0'));
+    return digits;
+}
+
+OpxString dateText(const CalendarTime& t) {
+    return padded(t.year, 4) + OLECHAR('-') + padded(t.month, 2) + OLECHAR('-') + padded(t.day, 2);
+}
+
+OpxString timeText(const CalendarTime& t, std::uint16_t milliseconds) {
+    return padded(t.hour, 2) + OLECHAR(':') + padded(t.minute, 2) + OLECHAR(':') + padded(t.second, 2) + OLECHAR('.') +
+           padded(milliseconds, 3);
+}
+
+// Whole hours only: a zone with a half-hour offset is shown without the half hour.
+OpxString zoneText(const OpxDate& date) {
+    const int hours = -(date.timezone() / 60) + (date.dstflag() != 0 ? 1 : 0);
+    return (hours < 0 ? OLESTR("-") : OLESTR("+")) + padded(std::abs(hours), 2) + OLESTR(":00");
+}
+
+// ---- Text in -------------------------------------------------------------------------------------
+
+// Reads ISO 8601 text by position.
+class IsoReader {
+public:
+    explicit IsoReader(OpxStringView text) : text_(text) {
+        if (text_.size() < kShortest) throwInvalidDate();
+    }
+
+    CalendarTime calendarTime() const {
+        const CalendarTime t{datePart(0, 4),  datePart(5, 2),  datePart(8, 2),
+                             timePart(11, 2), timePart(14, 2), timePart(17, 2)};
+        if (!isCalendarTime(t)) throwInvalidDate();
+        return t;
+    }
+
+    std::uint16_t milliseconds() const {
+        const std::size_t count = std::min<std::size_t>(fractionLength(), 3);
+        return static_cast<std::uint16_t>(parseInt32(text_.substr(kFraction + 1, count)).value);
+    }
+
+    // Seconds east of UTC.
+    std::int64_t zoneOffset() const {
+        const std::size_t designator = hasFraction() ? kFraction + 1 + fractionLength() : kFraction;
+        if (designator >= text_.size()) throwInvalidDate();
+        const OLECHAR sign = text_[designator];
+        if (sign == OLECHAR('Z')) return 0;
+        if (sign != OLECHAR('+') && sign != OLECHAR('-')) throwInvalidDate();
+
+        const bool withMinutes = designator + 3 < text_.size() && text_[designator + 3] == OLECHAR(':');
+        const std::int64_t minutes = twoDigits(designator + 1) * 60 + (withMinutes ? twoDigits(designator + 4) : 0);
+        return (sign == OLECHAR('-') ? -minutes : minutes) * 60;
+    }
+
+private:
+    static constexpr std::size_t kShortest = 20;
+    static constexpr std::size_t kFraction = 19;  // where "." or the zone designator stands
+
+    int datePart(std::size_t position, std::size_t length) const {
+        const int value = parseInt32(text_.substr(position, length)).value;
+        if (value == 0) throwInvalidDate();
+        return value;
+    }
+
+    int timePart(std::size_t position, std::size_t length) const {
+        const auto parsed = parseInt32(text_.substr(position, length));
+        if (parsed.consumed == 0) throwInvalidDate();
+        return parsed.value;
+    }
+
+    std::int64_t twoDigits(std::size_t position) const {
+        const OpxStringView digits = text_.substr(std::min(position, text_.size()), 2);
+        if (digits.size() != 2 || !isDecimalDigit(digits[0]) || !isDecimalDigit(digits[1])) throwInvalidDate();
+        return parseInt32(digits).value;
+    }
+
+    bool hasFraction() const noexcept { return text_[kFraction] == OLECHAR('.'); }
+
+    std::size_t fractionLength() const noexcept {
+        if (!hasFraction()) return 0;
+        std::size_t end = kFraction + 1;
+        while (end < text_.size() && isDecimalDigit(text_[end])) ++end;
+        return end - (kFraction + 1);
+    }
+
+    OpxStringView text_;
+};
+
+}  // namespace
+
+OpxDate::OpxDate(std::int64_t seconds, std::uint16_t milliseconds, std::int16_t minutesWest,
+                 std::int16_t daylightSaving) noexcept
+    : time_(seconds), millitm_(milliseconds), timezone_(minutesWest), dstflag_(daylightSaving) {}
+
+OpxDate OpxDate::now() {
+    const Korvex::Com::ZonedTime now = Korvex::Com::currentTime();
+    return {now.seconds, now.milliseconds, now.minutesWest, now.daylightSaving};
+}
+
+OpxDate OpxDate::fromOleDate(double oleDate) {
+    SYSTEMTIME calendar = {};
+    if (!std::isfinite(oleDate) || !VariantTimeToSystemTime(oleDate, &calendar)) throwInvalidDate();
+    return fromSystemTime(calendar);
+}
+
+OpxDate OpxDate::fromFileTime(const FILETIME& fileTime) {
+    SYSTEMTIME calendar = {};
+    if (!FileTimeToSystemTime(&fileTime, &calendar)) throwInvalidDate();
+    return fromSystemTime(calendar);
+}
+
+OpxDate OpxDate::fromIsoText(OpxStringView text) {
+    const IsoReader reader(text);
+    const std::int64_t seconds = secondsOf(reader.calendarTime()) - reader.zoneOffset();
+    requireRepresentable(seconds);
+    return withCurrentZone(seconds, reader.milliseconds());
+}
+
+double OpxDate::toOleDate() const {
+    SYSTEMTIME calendar = toSystemTime(*this);
+    double oleDate = 0;
+    if (!SystemTimeToVariantTime(&calendar, &oleDate)) throwInvalidDate();
+    return oleDate;
+}
+
+FILETIME OpxDate::toFileTime() const {
+    const SYSTEMTIME calendar = toSystemTime(*this);
+    FILETIME fileTime = {};
+    if (!SystemTimeToFileTime(&calendar, &fileTime)) throwInvalidDate();
+    return fileTime;
+}
+
+OpxString OpxDate::toDateTimeText(std::int32_t mode) const {
+    if (mode == kUtc) {
+        const CalendarTime t = utcCalendarTime(time_);
+        return dateText(t) + OLECHAR('T') + timeText(t, millitm_) + OLECHAR('Z');
+    }
+    if (mode == kLocal) {
+        const CalendarTime t = localTime(time_);
+        return dateText(t) + OLECHAR('T') + timeText(t, millitm_) + zoneText(*this);
+    }
+    return OLESTR("YYYY-MM-DDTHH:MM:SS.mmm+00:00");
+}
+
+OpxString OpxDate::toDateText(std::int32_t mode) const {
+    return mode == kUtc ? dateText(utcCalendarTime(time_)) : OpxString(OLESTR("YYYY-MM-DD"));
+}
+
+OpxString OpxDate::toTimeText(std::int32_t mode) const {
+    if (mode == kUtc) return timeText(utcCalendarTime(time_), millitm_) + OLECHAR('Z');
+    if (mode == kLocal) return timeText(localTime(time_), millitm_) + zoneText(*this);
+    return OLESTR("HH:MM:SS.mmm+00:00");
+}
+
+}  // namespace OpxOpc

@@ -6,9 +6,11 @@
 #include <string>
 
 #include <korvex/export.h>
+#include <korvex/native/OpxString.h>
 
 namespace OpxOpc {
 
+// Carries one of the reasons below. The value whose conversion failed keeps its content.
 class KORVEX_OPC_API OpxTypeConversionException : public std::exception {
 public:
     enum Reason : std::int32_t {
@@ -26,6 +28,10 @@ public:
     // UTF-8; empty for every reason but kNotSupported.
     const char* what() const noexcept override { return message_.c_str(); }
     std::int32_t reason() const noexcept { return reason_; }
+
+    // "OVERFLOW", "INVALIDTYPE", "INVALIDCONVERSION", "INVALIDDATE" or "NOTSUPPORTED"; empty for
+    // another number.
+    static const OLECHAR* reasonName(std::int32_t reason) noexcept;
 
 private:
     std::int32_t reason_;

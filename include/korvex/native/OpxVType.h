@@ -29,9 +29,17 @@ enum class VType : std::int32_t {
     Array = 128,
 };
 
-constexpr std::int32_t toInt(VType type) noexcept { return static_cast<std::int32_t>(type); }
-constexpr bool isArray(VType type) noexcept { return toInt(type) >= toInt(VType::Array); }
-constexpr VType arrayOf(VType element) noexcept { return VType(toInt(VType::Array) + toInt(element)); }
-constexpr VType elementOf(VType array) noexcept { return VType(toInt(array) - toInt(VType::Array)); }
+constexpr std::int32_t toInt(VType type) noexcept {
+    return static_cast<std::int32_t>(type);
+}
+constexpr bool isArray(VType type) noexcept {
+    return toInt(type) >= toInt(VType::Array);
+}
+constexpr VType arrayOf(VType element) noexcept {
+    return VType(toInt(VType::Array) + toInt(element));
+}
+constexpr VType elementOf(VType array) noexcept {
+    return VType(toInt(array) - toInt(VType::Array));
+}
 
 }  // namespace Opx
