@@ -17,6 +17,7 @@
 #include <objidl.h>
 #include <ocidl.h>
 #include <oleauto.h>
+#include <olectl.h>
 
 #undef ERROR
 #undef IN

@@ -1,0 +1,43 @@
+// Tells a group's clients what has changed, at the group's rate.
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <mutex>
+
+#include "sim/TaskThread.h"
+#include "sim/group/callbacks.h"
+
+namespace Korvex::Simulation {
+
+struct GroupSettings;
+
+class DataPublisher {
+public:
+    explicit DataPublisher(Group& group) noexcept : group_(group) {}
+
+    // The group or its items have changed: looks at once, and from then on at the group's rate.
+    void wake();
+    // A client that knows nothing yet has come: tells everything again.
+    void restart();
+    // Carries out something else on the publishing thread.
+    void post(TaskThread::Task task) { thread_.post(std::move(task)); }
+    void stop() { thread_.stop(); }
+
+private:
+    void schedule(TaskThread::Clock::time_point time, unsigned generation);
+    void cycle(unsigned generation);
+    void publish(const GroupSettings& settings);
+    std::vector<Delivery> changes(float deadband);
+    bool isKeepAliveDue(const GroupSettings& settings) const;
+
+    Group& group_;
+    std::atomic<unsigned> generation_{0};  // of the schedule; an older one ends by itself
+    std::atomic<bool> tellAll_{false};
+    // The thread's own.
+    std::map<OPCHANDLE, Sample> told_;
+    TaskThread::Clock::time_point lastCallback_ = TaskThread::Clock::now();
+    TaskThread thread_;
+};
+
+}  // namespace Korvex::Simulation

@@ -1,1 +1,0 @@
-#include "com/com.h"
