@@ -13,10 +13,16 @@ using detail::TraceConversion;
 // Room for the longest real number in fixed notation.
 constexpr std::size_t kLongestNumber = 400;
 
+bool isInsideCharacter(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
+
+// A text that is no UTF-8 at all is cut near the limit as well.
 void cutUtf8(std::string& text, std::size_t limit) {
     if (text.size() <= limit) return;
+    constexpr std::size_t longestCharacter = 4;
     std::size_t end = limit;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+    while (end + longestCharacter > limit && isInsideCharacter(text[end])) --end;
     text.resize(end);
 }
 
