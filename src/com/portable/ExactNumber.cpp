@@ -24,7 +24,7 @@ std::optional<ExactNumber> ExactNumber::fromDecimal(const DECIMAL& value) noexce
     ExactNumber result;
     result.words_ = {value.Lo32, value.Mid32, value.Hi32};
     result.scale_ = value.scale;
-    result.negative_ = value.sign == DECIMAL_NEG;
+    result.negative_ = value.sign == DECIMAL_NEG && !result.isZero();
     return result;
 }
 

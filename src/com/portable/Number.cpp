@@ -10,9 +10,6 @@
 namespace Korvex::Com {
 namespace {
 
-// One decimal digit more than is printed belongs to a real number's exact value.
-constexpr int kGuardDigits = 1;
-
 struct WholeNumber {
     bool negative;
     std::uint64_t magnitude;
@@ -65,20 +62,28 @@ double asDouble(const Number& number) {
     return static_cast<double>(std::get<BitPattern>(number).bits);
 }
 
-// The decimal digits that are meant by a finite real number, all of them if it has no fraction.
-std::optional<ExactNumber> exactOf(const Real& number) {
-    const double value = number.value;
-    int decimals = 0;
-    if (value != std::trunc(value)) {
-        const int integerDigits = static_cast<int>(std::floor(std::log10(std::fabs(value)))) + 1;
-        decimals = std::clamp(number.digits + kGuardDigits - integerDigits, 0, ExactNumber::kMaxScale);
-    }
+// `value`, which is finite, to the nearest number of that many decimals.
+std::optional<ExactNumber> withDecimals(double value, int decimals) {
     constexpr int kMostCharacters = std::numeric_limits<double>::max_exponent10 + ExactNumber::kMaxScale + 4;
     char text[kMostCharacters];
     const auto end = std::to_chars(text, text + sizeof text, std::fabs(value), std::chars_format::fixed, decimals).ptr;
     std::string digits(text, end);
     digits.erase(std::remove(digits.begin(), digits.end(), '.'), digits.end());
     return ExactNumber::fromDigits(value < 0, digits, -decimals);
+}
+
+// A finite number with all the decimals that its type can tell apart; a number without fraction is taken
+// as it is.
+std::optional<ExactNumber> exactOf(const Real& number) {
+    const double size = std::fabs(number.value);
+    int decimals = 0;
+    if (size != std::trunc(size)) {
+        const int integerDigits = static_cast<int>(std::floor(std::log10(size))) + 1;
+        decimals = std::clamp(number.precision.printedDigits + 1 - integerDigits, 0, ExactNumber::kMaxScale);
+        const bool isTooFine = size * std::pow(10.0, decimals) > static_cast<double>(number.precision.largestMantissa);
+        if (decimals > 0 && isTooFine) --decimals;
+    }
+    return withDecimals(number.value, decimals);
 }
 
 std::optional<ExactNumber> asExact(const Number& number) {
@@ -93,8 +98,9 @@ std::string textOf(const Real& number) {
     if (number.value == 0) return "0";
     if (std::isnan(number.value)) return "NAN";
     char text[32];
-    const auto end =
-        std::to_chars(text, text + sizeof text, number.value, std::chars_format::general, number.digits).ptr;
+    const auto end = std::to_chars(text, text + sizeof text, number.value, std::chars_format::general,
+                                   number.precision.printedDigits)
+                         .ptr;
     std::string result(text, end);
     std::transform(result.begin(), result.end(), result.begin(),
                    [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
@@ -139,12 +145,11 @@ HRESULT toDouble(const Number& number, double& result) {
 }
 
 HRESULT toCurrency(const Number& number, CY& result) {
-    constexpr double kUnitsPerWhole = 10000;
     constexpr int kDecimals = 4;
-    if (const auto* real = std::get_if<Real>(&number)) {
-        return narrow(wholePart(Real{real->value * kUnitsPerWhole, real->digits}), result.int64);
-    }
-    return narrow(scaledBy(*asExact(number), kDecimals), result.int64);
+    const auto* real = std::get_if<Real>(&number);
+    if (real && !std::isfinite(real->value)) return DISP_E_OVERFLOW;
+    const auto exact = real ? withDecimals(real->value, kDecimals) : asExact(number);
+    return exact ? narrow(scaledBy(*exact, kDecimals), result.int64) : DISP_E_OVERFLOW;
 }
 
 HRESULT toDecimal(const Number& number, DECIMAL& result) {

@@ -7,13 +7,18 @@
 
 namespace Korvex::Com {
 
-// A floating-point number and how many decimal digits of it are meant.
+// What a floating-point type says of a number.
+struct RealPrecision {
+    int printedDigits;
+    std::uint64_t largestMantissa;
+};
+inline constexpr RealPrecision kSingle = {7, std::uint64_t{1} << 24};
+inline constexpr RealPrecision kDouble = {15, std::uint64_t{1} << 53};
+
 struct Real {
     double value;
-    int digits;
+    RealPrecision precision;
 };
-inline constexpr int kSingleDigits = 7;
-inline constexpr int kDoubleDigits = 15;
 
 // A whole number that was written as bits, which a signed type of the same size takes as they are.
 struct BitPattern {

@@ -39,10 +39,11 @@ bool isValidTimeOfDay(const SYSTEMTIME& time) {
 
 namespace Korvex::Com {
 
-double automationDate(chrono::sys_days day, int second) noexcept {
+double automationDate(chrono::sys_days day, TimeOfDay time) noexcept {
     const auto whole = static_cast<double>((day - kAutomationEpoch).count());
-    const double fraction = static_cast<double>(second) / kSecondsPerDay;
-    return whole < 0 ? whole - fraction : whole + fraction;
+    const double sign = whole < 0 ? -1 : 1;
+    // Added one after the other, as others do who make such dates: the last bit depends on it.
+    return whole + sign * time.hour / 24 + sign * time.minute / (24 * 60) + sign * time.second / kSecondsPerDay;
 }
 
 }  // namespace Korvex::Com
@@ -71,8 +72,12 @@ INT SystemTimeToVariantTime(SYSTEMTIME* lpSystemTime, DOUBLE* pvtime) {
     const chrono::year_month_day firstOfMonth =
         chrono::year_month_day(firstOfYear) + chrono::months(static_cast<int>(time.wMonth) - 1);
     const auto day = chrono::sys_days(firstOfMonth) + chrono::days(static_cast<int>(time.wDay) - 1);
-    const int second = time.wHour * 3600 + time.wMinute * 60 + time.wSecond;
-    *pvtime = automationDate(day + chrono::days(second / kSecondsPerDay), second % kSecondsPerDay);
+    const auto timeOfDay = chrono::hours(time.wHour) + chrono::minutes(time.wMinute) + chrono::seconds(time.wSecond);
+    const auto wholeDays = chrono::floor<chrono::days>(timeOfDay);
+    const chrono::hh_mm_ss rest(timeOfDay - wholeDays);
+    *pvtime = automationDate(day + wholeDays,
+                             {static_cast<int>(rest.hours().count()), static_cast<int>(rest.minutes().count()),
+                              static_cast<int>(rest.seconds().count())});
     return TRUE;
 }
 

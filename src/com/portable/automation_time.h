@@ -15,8 +15,13 @@ constexpr bool isAutomationDate(double date) noexcept {
     return date > -657435.0 && date < 2958466.0;
 }
 
-// The date of `second` seconds after midnight of `day`.
-double automationDate(std::chrono::sys_days day, int second) noexcept;
+struct TimeOfDay {
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+};
+
+double automationDate(std::chrono::sys_days day, TimeOfDay time) noexcept;
 
 // A year of at most two digits is meant as one from 1950 to 2049.
 constexpr int fullYear(int year) noexcept {

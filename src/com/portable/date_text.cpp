@@ -71,11 +71,11 @@ public:
             if (isDigit(reader_.peek()) ? !takeNumberOrTime() : !takeName()) return std::nullopt;
         }
         if (expectsMore_) return std::nullopt;
-        if (date_.empty()) return second_ ? std::optional(automationDate(kAutomationEpoch, *second_)) : std::nullopt;
+        if (date_.empty()) return time_ ? std::optional(automationDate(kAutomationEpoch, *time_)) : std::nullopt;
         const auto day = date_.month != 0 ? dayOfNamedMonth(date_.month, date_.numbers)
                                           : dayOfNumbers(date_.numbers, locale_.dayFirst);
         if (!day) return std::nullopt;
-        return automationDate(*day, second_.value_or(0));
+        return automationDate(*day, time_.value_or(TimeOfDay()));
     }
 
 private:
@@ -137,10 +137,10 @@ private:
     }
 
     bool setTime(int hour, int minute, int second, std::optional<HalfDay> halfDay) {
-        if (second_ || expectsMore_ || hour > 23 || minute > 59 || second > 59) return false;
+        if (time_ || expectsMore_ || hour > 23 || minute > 59 || second > 59) return false;
         if (halfDay == HalfDay::Morning && hour == 12) hour = 0;
         if (halfDay == HalfDay::Afternoon && hour < 12) hour += 12;
-        second_ = hour * 3600 + minute * 60 + second;
+        time_ = TimeOfDay{hour, minute, second};
         return true;
     }
 
@@ -183,7 +183,7 @@ private:
     TextReader reader_;
     const LocaleConventions& locale_;
     DateParts date_;
-    std::optional<int> second_;
+    std::optional<TimeOfDay> time_;
     bool expectsMore_ = false;
 };
 

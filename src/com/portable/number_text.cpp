@@ -138,7 +138,7 @@ private:
             if (significant + decimal_.exponent > 0) return DISP_E_OVERFLOW;
             value = 0;
         }
-        result = Real{value, kDoubleDigits};
+        result = Real{value, kDouble};
         return S_OK;
     }
 

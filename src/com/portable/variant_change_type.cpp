@@ -89,11 +89,11 @@ HRESULT readNumber(const VARIANT& source, VARTYPE target, const LocaleConvention
             result = ExactNumber::fromSigned(source.cyVal.int64, 4);
             return S_OK;
         case VT_R4:
-            result = Real{source.fltVal, kSingleDigits};
+            result = Real{source.fltVal, kSingle};
             return S_OK;
         case VT_R8:
         case VT_DATE:
-            result = Real{source.dblVal, kDoubleDigits};
+            result = Real{source.dblVal, kDouble};
             return S_OK;
         case VT_DECIMAL:
             return readDecimal(source.decVal, result);
