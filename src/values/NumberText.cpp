@@ -144,6 +144,12 @@ OpxString unsignedText(std::uint64_t value) {
     return wholeNumberText(value);
 }
 
+OpxString paddedText(std::int64_t value, std::size_t width) {
+    OpxString digits = integerText(value);
+    if (digits.size() < width) digits.insert(0, width - digits.size(), OLECHAR('0'));
+    return digits;
+}
+
 OpxString realText(double value, int digits) {
     if (std::isnan(value)) return OLESTR("nan");
     char buffer[64];

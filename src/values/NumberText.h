@@ -29,6 +29,9 @@ ParsedNumber<double> parseDouble(OpxStringView text);
 OpxString integerText(std::int64_t value);
 OpxString unsignedText(std::uint64_t value);
 
+// With zeros in front up to `width` digits; `value` is not negative.
+OpxString paddedText(std::int64_t value, std::size_t width);
+
 // At most `digits` significant digits without trailing zeros, with an exponent of at least two digits
 // where the number calls for one: 0.1, 1e+20, 1.5e-07. Not-a-number is "nan", infinities "inf", "-inf".
 OpxString realText(double value, int digits);

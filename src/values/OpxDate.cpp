@@ -92,25 +92,19 @@ SYSTEMTIME toSystemTime(const OpxDate& date) {
 
 // ---- Text out ------------------------------------------------------------------------------------
 
-OpxString padded(int value, std::size_t width) {
-    OpxString digits = integerText(value);
-    if (digits.size() < width) digits.insert(0, width - digits.size(), OLECHAR('0'));
-    return digits;
-}
-
 OpxString dateText(const CalendarTime& t) {
-    return padded(t.year, 4) + OLECHAR('-') + padded(t.month, 2) + OLECHAR('-') + padded(t.day, 2);
+    return paddedText(t.year, 4) + OLECHAR('-') + paddedText(t.month, 2) + OLECHAR('-') + paddedText(t.day, 2);
 }
 
 OpxString timeText(const CalendarTime& t, std::uint16_t milliseconds) {
-    return padded(t.hour, 2) + OLECHAR(':') + padded(t.minute, 2) + OLECHAR(':') + padded(t.second, 2) + OLECHAR('.') +
-           padded(milliseconds, 3);
+    return paddedText(t.hour, 2) + OLECHAR(':') + paddedText(t.minute, 2) + OLECHAR(':') + paddedText(t.second, 2) +
+           OLECHAR('.') + paddedText(milliseconds, 3);
 }
 
 // Whole hours only: a zone with a half-hour offset is shown without the half hour.
 OpxString zoneText(const OpxDate& date) {
     const int hours = -(date.timezone() / 60) + (date.dstflag() != 0 ? 1 : 0);
-    return (hours < 0 ? OLESTR("-") : OLESTR("+")) + padded(std::abs(hours), 2) + OLESTR(":00");
+    return (hours < 0 ? OLESTR("-") : OLESTR("+")) + paddedText(std::abs(hours), 2) + OLESTR(":00");
 }
 
 // ---- Text in -------------------------------------------------------------------------------------

@@ -1,0 +1,60 @@
+// A decimal number.
+#pragma once
+
+#include <compare>
+#include <cstdint>
+
+#include <korvex/export.h>
+#include <korvex/native/OpxString.h>
+#include <korvex/opc_da_client/NullableText.h>
+
+namespace Korvex::OPC::OpcDaClient {
+
+// A sign, a 96-bit integer and a scale: the integer divided by the `scale`-th power of ten. Compares by
+// value, so that 1.5 equals 1.50. Immutable; threads may share it.
+class KORVEX_OPC_API Decimal {
+public:
+    static constexpr std::uint8_t kMaxScale = 28;
+
+    // 0.
+    constexpr Decimal() noexcept = default;
+    Decimal(std::int32_t value) noexcept : Decimal(std::int64_t{value}) {}
+    Decimal(std::int64_t value) noexcept;
+    Decimal(std::uint64_t value) noexcept : low_(value) {}
+
+    // From the parts; `low` holds the integer's lower 64 bits. Throws std::out_of_range for a scale
+    // above kMaxScale.
+    static Decimal fromParts(bool negative, std::uint32_t high, std::uint64_t low, std::uint8_t scale);
+
+    // Rounded to 15 significant digits. Throws std::out_of_range for a number that is too large,
+    // infinite or not a number.
+    static Decimal fromDouble(double value);
+
+    // From "-12.50" or "1.5e-7", the digits that do not fit rounded half to even. Throws
+    // std::invalid_argument for text that is not a number, std::out_of_range for one too large.
+    static Decimal fromText(const NullableText& text);
+
+    bool isNegative() const noexcept { return negative_; }
+    std::uint32_t high() const noexcept { return high_; }
+    std::uint64_t low() const noexcept { return low_; }
+    std::uint8_t scale() const noexcept { return scale_; }
+
+    // The same number with the smallest scale.
+    Decimal normalised() const noexcept;
+
+    double toDouble() const;
+
+    // All digits that the scale calls for: "-12.50".
+    OpxString toText() const;
+
+    friend KORVEX_OPC_API std::strong_ordering operator<=>(const Decimal& a, const Decimal& b) noexcept;
+    friend bool operator==(const Decimal& a, const Decimal& b) noexcept { return (a <=> b) == 0; }
+
+private:
+    std::uint64_t low_ = 0;
+    std::uint32_t high_ = 0;
+    std::uint8_t scale_ = 0;
+    bool negative_ = false;
+};
+
+}  // namespace Korvex::OPC::OpcDaClient

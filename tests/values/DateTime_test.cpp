@@ -1,0 +1,63 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <stdexcept>
+
+#include <korvex/opc_da_client/DateTime.h>
+
+namespace Korvex::OPC::OpcDaClient {
+namespace {
+
+constexpr std::int64_t kTicksOfDay = 864'000'000'000;
+
+TEST(DateTime, CountsFromTheYearOne) {
+    EXPECT_EQ(DateTime().ticks(), 0);
+    EXPECT_EQ(toUtf8(DateTime().toText()), "0001-01-01T00:00:00.000Z");
+    EXPECT_EQ(toUtf8(DateTime(DateTime::kMaxTicks).toText()), "9999-12-31T23:59:59.9999999Z");
+    EXPECT_THROW(DateTime(-1), std::out_of_range);
+    EXPECT_THROW(DateTime(DateTime::kMaxTicks + 1), std::out_of_range);
+}
+
+TEST(DateTime, TalksToTheSystemClockAndFileTimes) {
+    using namespace std::chrono;
+    const auto march = sys_days(year(2008) / 3 / 1) + 12h + 34min + 56s + 789ms;
+    const DateTime time = march;
+    EXPECT_EQ(toUtf8(time.toText()), "2008-03-01T12:34:56.789Z");
+    EXPECT_EQ(time_point_cast<milliseconds>(time.toSystemTime()), march);
+    EXPECT_EQ(DateTime::fromFileTimeTicks(time.toFileTimeTicks()), time);
+    EXPECT_EQ(DateTime::fromFileTimeTicks(116'444'736'000'000'000), DateTime(sys_days(year(1970) / 1 / 1)));
+    EXPECT_EQ(toUtf8(DateTime::fromFileTimeTicks(0).toText()), "1601-01-01T00:00:00.000Z");
+    EXPECT_EQ(toUtf8(DateTime::fromFileTimeTicks(1).toText()), "1601-01-01T00:00:00.0000001Z");
+    EXPECT_THROW(DateTime::fromFileTimeTicks(-1), std::out_of_range);
+    EXPECT_THROW(DateTime::fromFileTimeTicks(std::numeric_limits<std::int64_t>::max()), std::out_of_range);
+    EXPECT_THROW(DateTime().toFileTimeTicks(), std::out_of_range);
+    EXPECT_LT(DateTime(sys_days(year(2024) / 1 / 1)), DateTime::now());
+}
+
+TEST(DateTime, OleDatesBeforeTheirEpochCountTheirTimeOfDayForwards) {
+    struct Case {
+        double oleDate;
+        const char* text;
+    };
+    const Case cases[] = {{0, "1899-12-30T00:00:00.000Z"},       {1.25, "1899-12-31T06:00:00.000Z"},
+                          {-1, "1899-12-29T00:00:00.000Z"},      {-1.25, "1899-12-29T06:00:00.000Z"},
+                          {-2.75, "1899-12-28T18:00:00.000Z"},   {39508.5, "2008-03-01T12:00:00.000Z"},
+                          {-657434, "0100-01-01T00:00:00.000Z"}, {2958465.999, "9999-12-31T23:58:33.600Z"}};
+    for (const Case& c : cases) {
+        const DateTime time = DateTime::fromOleDate(c.oleDate);
+        EXPECT_EQ(toUtf8(time.toText()), c.text);
+        EXPECT_EQ(time.toOleDate(), c.oleDate);
+    }
+    for (const double none : {-657435.5, 2958466.0, 1e300, std::nan("")}) {
+        EXPECT_THROW(DateTime::fromOleDate(none), std::out_of_range) << none;
+    }
+}
+
+TEST(DateTime, ATimeWithoutADateIsOleDayZero) {
+    EXPECT_EQ(DateTime().toOleDate(), 0);
+    EXPECT_EQ(DateTime(kTicksOfDay / 4).toOleDate(), 0.25);
+    EXPECT_THROW(DateTime(kTicksOfDay).toOleDate(), std::out_of_range);
+}
+
+}  // namespace
+}  // namespace Korvex::OPC::OpcDaClient

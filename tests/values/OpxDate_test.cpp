@@ -1,0 +1,157 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <limits>
+
+#include <korvex/native/OpxDate.h>
+
+#include "com/com.h"
+#include "tests/values/printing.h"
+
+namespace OpxOpc {
+namespace {
+
+constexpr std::int64_t kMarch2008 = 1204374896;  // 2008-03-01 12:34:56 UTC
+constexpr std::int64_t kLastSecond = 32535215999;
+constexpr std::int64_t kTicksTo1970 = 116444736000000000;
+
+FILETIME fileTime(std::uint64_t ticks) {
+    return {static_cast<DWORD>(ticks & 0xFFFFFFFF), static_cast<DWORD>(ticks >> 32)};
+}
+
+std::uint64_t ticksOf(const FILETIME& time) {
+    return (std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
+}
+
+TEST(OpxDate, PrintsEachFormInUtc) {
+    const OpxDate date = OpxDate::fromFileTime(fileTime(kTicksTo1970 + kMarch2008 * 10000000 + 7890000));
+    EXPECT_EQ(toUtf8(date.toDateTimeText(OpxDate::kUtc)), "2008-03-01T12:34:56.789Z");
+    EXPECT_EQ(toUtf8(date.toDateText(OpxDate::kUtc)), "2008-03-01");
+    EXPECT_EQ(toUtf8(date.toTimeText(OpxDate::kUtc)), "12:34:56.789Z");
+    EXPECT_EQ(toUtf8(OpxDate().toDateTimeText(OpxDate::kUtc)), "1970-01-01T00:00:00.000Z");
+    EXPECT_EQ(toUtf8(OpxDate(kLastSecond, 999).toDateTimeText(OpxDate::kUtc)), "3000-12-31T23:59:59.999Z");
+}
+
+TEST(OpxDate, LocalTextTakesItsOffsetFromTheStoredZone) {
+    struct Case {
+        std::int16_t minutesWest, daylightSaving;
+        const char* suffix;
+    };
+    const Case cases[] = {{-60, 1, "+02:00"}, {300, 0, "-05:00"}, {300, 1, "-04:00"}, {-330, 0, "+05:00"},
+                          {210, 0, "-03:00"}, {0, 0, "+00:00"},   {60, 1, "+00:00"}};
+    for (const Case& c : cases) {
+        const OpxDate date(kMarch2008, 7, c.minutesWest, c.daylightSaving);
+        const std::string full = toUtf8(date.toDateTimeText(OpxDate::kLocal));
+        const std::string time = toUtf8(date.toTimeText(OpxDate::kLocal));
+        EXPECT_EQ(full.size(), 29u);
+        EXPECT_EQ(full.substr(19), std::string(".007") + c.suffix);
+        EXPECT_EQ(time, full.substr(11));
+    }
+}
+
+TEST(OpxDate, AnotherModeGivesTheTemplate) {
+    const OpxDate unprintable(-1, 0);
+    EXPECT_EQ(toUtf8(unprintable.toDateTimeText(0)), "YYYY-MM-DDTHH:MM:SS.mmm+00:00");
+    EXPECT_EQ(toUtf8(unprintable.toDateText(OpxDate::kLocal)), "YYYY-MM-DD");
+    EXPECT_EQ(toUtf8(unprintable.toTimeText(3)), "HH:MM:SS.mmm+00:00");
+}
+
+TEST(OpxDate, ReadsIsoTextByPosition) {
+    struct Case {
+        const OLECHAR* text;
+        std::int64_t seconds;
+        int milliseconds;
+    };
+    const Case cases[] = {{OLESTR("2008-03-01T12:34:56.789Z"), kMarch2008, 789},
+                          {OLESTR("2008-03-01T12:34:56Z"), kMarch2008, 0},
+                          {OLESTR("2008-03-01T12:34:56.789+01:00"), kMarch2008 - 3600, 789},
+                          {OLESTR("2008-03-01T12:34:56-05:30"), kMarch2008 + 5 * 3600 + 1800, 0},
+                          {OLESTR("2008-03-01T12:34:56+0530"), kMarch2008 - 5 * 3600, 0},
+                          {OLESTR("2008-03-01T12:34:56.5Z"), kMarch2008, 5},
+                          {OLESTR("2008-03-01T12:34:56.1234567Z"), kMarch2008, 123},
+                          {OLESTR("2008/03/01 12.34.56Z and more"), kMarch2008, 0},
+                          {OLESTR("3000-12-31T23:59:59Z"), kLastSecond, 0},
+                          {OLESTR("1970-01-01T01:00:00+01:00"), 0, 0}};
+    for (const Case& c : cases) {
+        const OpxDate date = OpxDate::fromIsoText(c.text);
+        EXPECT_EQ(date.time(), c.seconds) << toUtf8(c.text);
+        EXPECT_EQ(date.millitm(), c.milliseconds) << toUtf8(c.text);
+    }
+}
+
+TEST(OpxDate, RefusesTextThatIsNoDate) {
+    const OLECHAR* const texts[] = {
+        OLESTR(""),
+        OLESTR("2008-03-01T12:34:5Z"),
+        OLESTR("2008-03-01T12:34:56"),
+        OLESTR("2008-03-01T12:34:56 "),
+        OLESTR("2008-03-01T12:34:56.789"),
+        OLESTR("2008-03-01T12:34:56."),
+        OLESTR("2008-03-01T12:34:56z"),
+        OLESTR("2008-03-01T12:34:56+1"),
+        OLESTR("2008-03-01T12:34:56+01:"),
+        OLESTR("2008-03-01T12:34:56+xx:00"),
+        OLESTR("2008-00-01T12:34:56Z"),
+        OLESTR("2008-13-01T12:34:56Z"),
+        OLESTR("2008-02-30T12:34:56Z"),
+        OLESTR("2007-02-29T12:34:56Z"),
+        OLESTR("2008--3-01T12:34:56Z"),
+        OLESTR("2008-03-01T24:00:00Z"),
+        OLESTR("2008-03-01T12:60:00Z"),
+        OLESTR("2008-03-01T12:34:60Z"),
+        OLESTR("2008-03-01Txx:34:56Z"),
+        OLESTR("1969-12-31T23:59:59Z"),
+        OLESTR("1970-01-01T00:00:00+00:01"),
+        OLESTR("3001-01-01T00:00:00Z"),
+    };
+    for (const OLECHAR* text : texts) {
+        EXPECT_EQ(reasonOf([&] { OpxDate::fromIsoText(text); }), 3) << toUtf8(text);
+    }
+}
+
+TEST(OpxDate, FileTimesKeepMillisecondsAndTheYearsBefore1970) {
+    const std::uint64_t ticks = kTicksTo1970 + kMarch2008 * 10000000 + 7899999;
+    EXPECT_EQ(OpxDate::fromFileTime(fileTime(ticks)).millitm(), 789);
+    EXPECT_EQ(ticksOf(OpxDate(kMarch2008, 789).toFileTime()), ticks - 9999);
+    EXPECT_EQ(OpxDate::fromFileTime(fileTime(0)).time(), -11644473600);
+    EXPECT_EQ(reasonOf([] { OpxDate::fromFileTime(fileTime(0x8000000000000000)); }), 3);
+}
+
+TEST(OpxDate, OleDatesKeepWholeSeconds) {
+    for (const std::int64_t seconds : {std::int64_t{0}, std::int64_t{1}, kMarch2008, kLastSecond}) {
+        EXPECT_EQ(OpxDate::fromOleDate(OpxDate(seconds, 0).toOleDate()).time(), seconds);
+    }
+    EXPECT_EQ(OpxDate(0, 0).toOleDate(), 25569.0);
+    EXPECT_EQ(OpxDate::fromOleDate(0).time(), -25569 * 86400ll);
+    for (const double none : {1e9, -1e9, std::nan(""), std::numeric_limits<double>::infinity()}) {
+        EXPECT_EQ(reasonOf([&] { OpxDate::fromOleDate(none); }), 3) << none;
+    }
+}
+
+TEST(OpxDate, WhatCannotBeRepresentedIsRefusedByEveryConversion) {
+    for (const OpxDate& date : {OpxDate(-1, 0), OpxDate(kLastSecond + 1, 0)}) {
+        EXPECT_EQ(reasonOf([&] { date.toOleDate(); }), 3);
+        EXPECT_EQ(reasonOf([&] { date.toFileTime(); }), 3);
+        EXPECT_EQ(reasonOf([&] { date.toDateTimeText(OpxDate::kUtc); }), 3);
+        EXPECT_EQ(reasonOf([&] { date.toDateTimeText(OpxDate::kLocal); }), 3);
+        EXPECT_EQ(reasonOf([&] { date.toDateText(OpxDate::kUtc); }), 3);
+        EXPECT_EQ(reasonOf([&] { date.toTimeText(OpxDate::kLocal); }), 3);
+    }
+}
+
+TEST(OpxDate, NowIsTheSystemClocksTimeAndItsZoneIsThatOfConvertedDates) {
+    const std::int64_t before =
+        std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch()).count();
+    const OpxDate now = OpxDate::now();
+    EXPECT_NEAR(static_cast<double>(now.time()), static_cast<double>(before), 2);
+    EXPECT_LT(now.millitm(), 1000);
+    for (const OpxDate& converted : {OpxDate::fromOleDate(30000), OpxDate::fromFileTime(fileTime(kTicksTo1970)),
+                                     OpxDate::fromIsoText(OLESTR("2008-07-01T12:34:56Z"))}) {
+        EXPECT_EQ(converted.timezone(), now.timezone());
+        EXPECT_EQ(converted.dstflag(), now.dstflag());
+    }
+}
+
+}  // namespace
+}  // namespace OpxOpc

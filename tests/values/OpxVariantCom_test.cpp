@@ -1,0 +1,229 @@
+#include <gtest/gtest.h>
+
+#include "com/owners.h"
+#include "tests/values/printing.h"
+
+namespace OpxOpc {
+namespace {
+
+using Korvex::Com::makeBstr;
+using Korvex::Com::UniqueSafeArray;
+using Korvex::Com::UniqueVariant;
+using Opx::VType;
+
+// Out into a VARIANT and back again.
+OpxVariant roundTrip(const OpxVariant& value) {
+    UniqueVariant variant;
+    value.toVariant(variant);
+    return OpxVariant::of(static_cast<const VARIANT&>(variant));
+}
+
+template <typename T>
+OpxVariant of(T value) {
+    return OpxVariant::of(value);
+}
+
+UniqueVariant arrayVariant(VARTYPE type, UniqueSafeArray array) {
+    UniqueVariant variant;
+    variant.vt = static_cast<VARTYPE>(VT_ARRAY | type);
+    variant.parray = array.release();
+    return variant;
+}
+
+// A VARIANT of a type, with all bits of its payload 0.
+UniqueVariant emptyOf(std::uint32_t type) {
+    UniqueVariant variant;
+    variant.vt = static_cast<VARTYPE>(type);
+    return variant;
+}
+
+std::optional<std::int32_t> reasonFor(const VARIANT& variant) {
+    OpxVariant value = of(true);
+    const auto reason = reasonOf([&] { value = variant; });
+    EXPECT_EQ(value.isEmpty(), reason.has_value());
+    return reason;
+}
+
+TEST(OpxVariantCom, ScalarsTakeTheVariantTypeOfTheirTagAndComeBack) {
+    struct Case {
+        OpxVariant value;
+        VARTYPE type;
+    };
+    const Case cases[] = {{OpxVariant(), VT_EMPTY},
+                          {of(true), VT_BOOL},
+                          {of(std::int8_t{-128}), VT_I1},
+                          {of(std::int16_t{-32768}), VT_I2},
+                          {of(std::int32_t{-2147483647}), VT_I4},
+                          {of(std::int64_t{-9223372036854775807}), VT_I8},
+                          {of(std::uint8_t{255}), VT_UI1},
+                          {of(std::uint16_t{65535}), VT_UI2},
+                          {of(std::uint32_t{4294967295}), VT_UI4},
+                          {of(std::uint64_t{18446744073709551615u}), VT_UI8},
+                          {of(1.5f), VT_R4},
+                          {of(1e-45f), VT_R4},  // too small to be a conversion's result, but not to be kept
+                          {of(2.25), VT_R8},
+                          {text(OLESTR("Größe")), VT_BSTR},
+                          {of(OpxDate(1204374896, 0)), VT_DATE},
+                          {of(OpxDecimal::fromScaled(-5)), VT_CY}};
+    for (const Case& c : cases) {
+        UniqueVariant variant;
+        c.value.toVariant(variant);
+        EXPECT_EQ(variant.vt, c.type);
+        const OpxVariant back = roundTrip(c.value);
+        EXPECT_EQ(back.type(), c.value.type());
+        EXPECT_EQ(back.toString(), c.value.toString());
+    }
+}
+
+TEST(OpxVariantCom, TruthIsMinusOneOutsideAndAnythingButZeroInside) {
+    UniqueVariant variant;
+    of(true).toVariant(variant);
+    EXPECT_EQ(variant.boolVal, -1);
+    variant.boolVal = 2;
+    EXPECT_TRUE(OpxVariant::of(static_cast<const VARIANT&>(variant)).toBool());
+}
+
+TEST(OpxVariantCom, ArraysTakeTheVariantTypeOfTheirElementsAndComeBack) {
+    struct Case {
+        OpxVariant value;
+        VARTYPE element;
+    };
+    const Case cases[] = {
+        {OpxVariant::arrayOf(VType::Bool, {of(true), of(false)}), VT_BOOL},
+        {OpxVariant::arrayOf(VType::UInt8, {of(std::uint8_t{1}), of(std::uint8_t{255})}), VT_UI1},
+        {OpxVariant::arrayOf(VType::Int64, {of(std::int64_t{-1})}), VT_I8},
+        {OpxVariant::arrayOf(VType::Float, {of(1.5f), of(-2.5f), of(0.0f)}), VT_R4},
+        {OpxVariant::arrayOf(VType::String, {text(OLESTR("a")), text(OLESTR(""))}), VT_BSTR},
+        {OpxVariant::arrayOf(VType::Date, {of(OpxDate(86400, 0))}), VT_DATE},
+        {OpxVariant::arrayOf(VType::Decimal, {of(OpxDecimal::fromScaled(15000))}), VT_CY},
+        {OpxVariant::arrayOf(VType::Double, {}), VT_R8},
+        {OpxVariant::arrayOf(VType::Variant, {of(std::int8_t{1}), text(OLESTR("b")), OpxVariant(),
+                                              OpxVariant::arrayOf(VType::Int16, {of(std::int16_t{7})})}),
+         VT_VARIANT},
+    };
+    for (const Case& c : cases) {
+        UniqueVariant variant;
+        c.value.toVariant(variant);
+        EXPECT_EQ(variant.vt, VT_ARRAY | c.element);
+        EXPECT_EQ(variant.parray->rgsabound[0].lLbound, 0);
+        const OpxVariant back = roundTrip(c.value);
+        EXPECT_EQ(back.type(), c.value.type());
+        EXPECT_EQ(back.toString(), c.value.toString());
+    }
+}
+
+TEST(OpxVariantCom, DecimalsAreRoundedToFourPlacesAndLeaveAsCurrency) {
+    UniqueVariant variant;
+    variant.decVal.scale = 5;
+    variant.decVal.sign = 0;
+    variant.decVal.Hi32 = 0;
+    variant.decVal.Lo64 = 1234567;
+    variant.vt = VT_DECIMAL;
+    const OpxVariant value = OpxVariant::of(static_cast<const VARIANT&>(variant));
+    EXPECT_EQ(toUtf8(value.toString()), "12.3457");
+    value.toVariant(variant);
+    EXPECT_EQ(variant.vt, VT_CY);
+
+    UniqueSafeArray array(SafeArrayCreateVector(VT_DECIMAL, 0, 1));
+    const DECIMAL tooLarge = [] {
+        DECIMAL decimal = {};
+        decimal.Hi32 = 1;
+        return decimal;
+    }();
+    LONG index = 0;
+    ASSERT_EQ(SafeArrayPutElement(array.get(), &index, const_cast<DECIMAL*>(&tooLarge)), S_OK);
+    EXPECT_EQ(reasonFor(arrayVariant(VT_DECIMAL, std::move(array))), 0);
+}
+
+TEST(OpxVariantCom, TypesWithoutATagAreRefused) {
+    const std::uint32_t kTypes[] = {VT_NULL,
+                                    VT_ERROR,
+                                    VT_INT,
+                                    VT_UINT,
+                                    VT_UNKNOWN,
+                                    VT_DISPATCH,
+                                    VT_VARIANT,
+                                    VT_BYREF | VT_I4,
+                                    VT_ARRAY | VT_EMPTY,
+                                    VT_ARRAY | VT_I4 /* and no array */,
+                                    VT_ARRAY | VT_BYREF | VT_I4};
+    for (const std::uint32_t type : kTypes) {
+        VARIANT variant = emptyOf(type).detach();
+        EXPECT_EQ(reasonFor(variant), 1) << type;
+        const bool hasTag = type == (VT_ARRAY | VT_I4);
+        EXPECT_EQ(OpxVariant::typeFromVarType(variant.vt) == VType::Unknown, !hasTag) << type;
+    }
+    EXPECT_EQ(reasonFor(emptyOf(VT_BSTR)), std::nullopt);  // a null text is ""
+}
+
+TEST(OpxVariantCom, ADateThatCannotBeReadIsReasonThree) {
+    UniqueVariant variant = emptyOf(VT_DATE);
+    variant.date = 1e9;
+    EXPECT_EQ(reasonFor(variant), 3);
+}
+
+TEST(OpxVariantCom, ArraysOfAServerMayStartAnywhereButHaveOneDimension) {
+    UniqueSafeArray shifted(SafeArrayCreateVector(VT_I4, -5, 2));
+    LONG index = -4;
+    std::int32_t element = 42;
+    ASSERT_EQ(SafeArrayPutElement(shifted.get(), &index, &element), S_OK);
+    const UniqueVariant variant = arrayVariant(VT_I4, std::move(shifted));
+    EXPECT_EQ(toUtf8(OpxVariant::of(static_cast<const VARIANT&>(variant)).toString()), "{0|42}");
+
+    SAFEARRAYBOUND bounds[2] = {{2, 0}, {2, 0}};
+    EXPECT_EQ(reasonFor(arrayVariant(VT_I4, UniqueSafeArray(SafeArrayCreate(VT_I4, 2, bounds)))), 1);
+}
+
+// A server that contradicts itself must not make the library read past an array or follow a number as
+// if it were a pointer.
+TEST(OpxVariantCom, ArraysThatHoldSomethingElseThanTheVariantSaysAreRefused) {
+    UniqueVariant narrow = arrayVariant(VT_I8, UniqueSafeArray(SafeArrayCreateVector(VT_I2, 0, 4)));
+    EXPECT_EQ(reasonFor(narrow), 1);
+    narrow.vt = VT_ARRAY | VT_I2;
+
+    UniqueVariant numbers = arrayVariant(VT_BSTR, UniqueSafeArray(SafeArrayCreateVector(VT_I8, 0, 1)));
+    LONG index = 0;
+    std::int64_t wild = 0x1234567812345678;
+    ASSERT_EQ(SafeArrayPutElement(numbers.parray, &index, &wild), S_OK);
+    EXPECT_EQ(reasonFor(numbers), 1);
+    numbers.vt = VT_ARRAY | VT_I8;
+    EXPECT_EQ(reasonFor(numbers), std::nullopt);
+}
+
+TEST(OpxVariantCom, AFailedConversionKeepsWhatTheVariantHeld) {
+    UniqueVariant variant;
+    text(OLESTR("kept")).toVariant(variant);
+    const OpxVariant unprintable = OpxVariant::arrayOf(VType::Date, {of(OpxDate(0, 0)), of(OpxDate(-1, 0))});
+    EXPECT_EQ(reasonOf([&] { unprintable.toVariant(variant); }), 3);
+    EXPECT_EQ(reasonOf([&] { OpxVariant::unknown().toVariant(variant); }), 2);
+    EXPECT_EQ(reasonOf([&] { OpxVariant::error(1).toVariant(variant); }), 2);
+    ASSERT_EQ(variant.vt, VT_BSTR);
+    EXPECT_EQ(toUtf8(Korvex::Com::bstrView(variant.bstrVal)), "kept");
+}
+
+TEST(OpxVariantCom, TagsAndVariantTypesMapOntoEachOther) {
+    struct Pair {
+        std::int32_t tag;
+        std::uint32_t type;
+    };
+    const Pair pairs[] = {{0, VT_EMPTY}, {1, VT_BOOL}, {2, VT_I1},    {3, VT_I2},    {4, VT_I4},
+                          {5, VT_I8},    {7, VT_UI1},  {8, VT_UI2},   {9, VT_UI4},   {10, VT_UI8},
+                          {12, VT_R4},   {13, VT_R8},  {14, VT_BSTR}, {15, VT_DATE}, {16, VT_CY}};
+    for (const Pair& pair : pairs) {
+        EXPECT_EQ(OpxVariant::varTypeFromType(VType(pair.tag)), pair.type);
+        EXPECT_EQ(toInt(OpxVariant::typeFromVarType(static_cast<VARTYPE>(pair.type))), pair.tag);
+        if (pair.tag == 0) continue;
+        EXPECT_EQ(OpxVariant::varTypeFromType(VType(128 + pair.tag)), VT_ARRAY | pair.type);
+        EXPECT_EQ(toInt(OpxVariant::typeFromVarType(static_cast<VARTYPE>(VT_ARRAY | pair.type))), 128 + pair.tag);
+    }
+    EXPECT_EQ(OpxVariant::varTypeFromType(VType(145)), VT_ARRAY | VT_VARIANT);
+    EXPECT_EQ(toInt(OpxVariant::typeFromVarType(VT_ARRAY | VT_VARIANT)), 145);
+    EXPECT_EQ(toInt(OpxVariant::typeFromVarType(VT_DECIMAL)), 16);
+    EXPECT_EQ(toInt(OpxVariant::typeFromVarType(VT_ARRAY | VT_DECIMAL)), 144);
+    for (const std::int32_t none : {6, 11, 17, 18, 19, 20, 127, 128, 134, 139, 146, 300}) {
+        EXPECT_EQ(OpxVariant::varTypeFromType(VType(none)), VT_UNKNOWN) << none;
+    }
+}
+
+}  // namespace
+}  // namespace OpxOpc

@@ -1,0 +1,147 @@
+#include <gtest/gtest.h>
+
+#include "tests/values/printing.h"
+#include "values/TypeConverter.h"
+
+namespace Korvex::OPC::OpcDaClient {
+namespace {
+
+using Kind = Type::Kind;
+using Opx::VType;
+using OpxOpc::OpxDate;
+using OpxOpc::OpxDecimal;
+using OpxOpc::OpxVariant;
+
+VType tag(std::int32_t number) {
+    return VType(number);
+}
+
+TEST(TypeConverter, ReportsThePublicTypeOfEachTag) {
+    const std::pair<std::int32_t, Kind> scalars[] = {
+        {1, Kind::Boolean}, {2, Kind::Int8},    {3, Kind::Int16},     {4, Kind::Int32},   {5, Kind::Int64},
+        {7, Kind::UInt8},   {8, Kind::UInt16},  {9, Kind::UInt32},    {10, Kind::UInt64}, {12, Kind::Float},
+        {13, Kind::Double}, {14, Kind::String}, {15, Kind::DateTime}, {16, Kind::Decimal}};
+    for (const auto& [number, kind] : scalars) {
+        EXPECT_EQ(TypeConverter::GetType(tag(number)), Type::scalar(kind)) << number;
+        EXPECT_EQ(TypeConverter::GetType(tag(128 + number)), Type::arrayOf(kind)) << number;
+    }
+    EXPECT_EQ(TypeConverter::GetType(tag(128)), Type::arrayOf(Kind::None));
+    EXPECT_EQ(TypeConverter::GetType(tag(145)), Type::arrayOf(Kind::Object));
+    for (const std::int32_t none : {-1, 0, 6, 11, 17, 18, 19, 20, 127, 134, 139, 146, 147, 1000}) {
+        EXPECT_EQ(TypeConverter::GetType(tag(none)), Type::scalar(Kind::Object)) << none;
+    }
+}
+
+TEST(TypeConverter, RequestsTheTagOfEachPublicType) {
+    struct Case {
+        Kind kind;
+        std::int32_t scalar, array;
+    };
+    const Case cases[] = {{Kind::Boolean, 1, 129},
+                          {Kind::Int16, 3, 131},
+                          {Kind::Int32, 4, 132},
+                          {Kind::Int64, 5, 133},
+                          {Kind::UInt8, 7, 135},
+                          {Kind::UInt16, 8, 136},
+                          {Kind::UInt32, 9, 137},
+                          {Kind::UInt64, 10, 138},
+                          {Kind::Float, 12, 140},
+                          {Kind::Double, 13, 141},
+                          {Kind::String, 14, 142},
+                          {Kind::DateTime, 15, 143},
+                          {Kind::Decimal, 16, 144},
+                          // Characters are requested in arrays only, and as the tag that is reported as Int8; 8-bit
+                          // signed integers as scalars only.
+                          {Kind::Character, 0, 130},
+                          {Kind::Int8, 2, 0},
+                          {Kind::None, 0, 128},
+                          {Kind::Object, 0, 145},
+                          {Kind::Type, 0, 0},
+                          {Kind::Application, 0, 0}};
+    for (const Case& c : cases) {
+        EXPECT_EQ(toInt(TypeConverter::GetOpxVT(Type::scalar(c.kind))), c.scalar)
+            << toUtf8(Type::scalar(c.kind).name());
+        EXPECT_EQ(toInt(TypeConverter::GetOpxVT(Type::arrayOf(c.kind))), c.array)
+            << toUtf8(Type::arrayOf(c.kind).name());
+    }
+    EXPECT_EQ(TypeConverter::GetType(TypeConverter::GetOpxVT(Type::of<std::vector<char16_t>>())),
+              Type::of<std::vector<std::int8_t>>());
+}
+
+struct Crossing {
+    Object value;
+    std::int32_t tag;
+    Object back;
+};
+
+void expectCrossing(const Crossing& c) {
+    OpxVariant native;
+    EXPECT_TRUE(TypeConverter::toNative(c.value, native)) << toUtf8(c.value.toText());
+    EXPECT_EQ(toInt(native.type()), c.tag) << toUtf8(c.value.toText());
+    EXPECT_EQ(TypeConverter::toPublic(native), c.back) << toUtf8(c.value.toText());
+}
+
+TEST(TypeConverter, ValuesCrossToTheNativeSideAndBack) {
+    const DateTime march = std::chrono::sys_seconds(std::chrono::seconds(1204374896));
+    const std::pair<Object, std::int32_t> values[] = {
+        {nullptr, 0},
+        {true, 1},
+        {std::int8_t{-128}, 2},
+        {std::int16_t{-32768}, 3},
+        {-5, 4},
+        {-5ll, 5},
+        {std::uint8_t{255}, 7},
+        {std::uint16_t{65535}, 8},
+        {5u, 9},
+        {~0ull, 10},
+        {1.5f, 12},
+        {-2.25, 13},
+        {"Größe", 14},
+        {"", 14},
+        {march, 15},
+        {Decimal::fromText("-12.3457"), 16},
+        {std::vector<bool>{true, false}, 129},
+        {std::vector<std::int8_t>{-1, 1}, 130},
+        {std::vector<std::int16_t>{-1, 1}, 131},
+        {std::vector<int>{}, 132},
+        {std::vector<long long>{-1, 1}, 133},
+        {std::vector<std::uint8_t>{1, 255}, 135},
+        {std::vector<std::uint16_t>{1, 65535}, 136},
+        {std::vector<unsigned>{1, 2, 3}, 137},
+        {std::vector<unsigned long long>{1}, 138},
+        {std::vector<float>{1.5f}, 140},
+        {std::vector<double>{1.5, -1.5}, 141},
+        {std::vector<std::string>{"a", ""}, 142},
+        {std::vector<DateTime>{march}, 143},
+        {std::vector<Decimal>{Decimal::fromText("0.5"), Decimal(-7)}, 144},
+        {std::vector<Object>{1, "b", nullptr, std::vector<int>{2, 3}, Decimal::fromText("1.5")}, 145},
+    };
+    for (const auto& [value, number] : values) expectCrossing({value, number, value});
+}
+
+TEST(TypeConverter, CharactersBecomeNumbersAndDecimalsLoseDigits) {
+    expectCrossing({u'A', 8, std::uint16_t{65}});
+    expectCrossing({std::vector<char16_t>{u'A', u'B'}, 136, std::vector<std::uint16_t>{65, 66}});
+    expectCrossing({Decimal::fromText("12.34567"), 16, Decimal::fromText("12.3457")});
+}
+
+TEST(TypeConverter, ValuesWithoutANativeFormAreSentAsEmpty) {
+    const Object values[] = {Type::of<int>(), std::make_shared<int>(1), std::vector<Object>{1, Type::of<int>()},
+                             Decimal::fromText("1e20"),  // no currency
+                             DateTime(std::chrono::sys_days(std::chrono::year(50) / 1 / 1))};
+    for (const Object& value : values) {
+        OpxVariant native = OpxVariant::of(true);
+        EXPECT_FALSE(TypeConverter::toNative(value, native)) << toUtf8(value.toText());
+        EXPECT_TRUE(native.isEmpty()) << toUtf8(value.toText());
+    }
+}
+
+TEST(TypeConverter, ValuesWithoutAVariantAreRefusedWithTheirReason) {
+    using OpxOpc::reasonOf;
+    EXPECT_EQ(reasonOf([] { TypeConverter::toPublic(OpxVariant::unknown()); }), 2);
+    EXPECT_EQ(reasonOf([] { TypeConverter::toPublic(OpxVariant::error(0)); }), 2);
+    EXPECT_EQ(reasonOf([] { TypeConverter::toPublic(OpxVariant::of(OpxDate(-1, 0))); }), 3);
+}
+
+}  // namespace
+}  // namespace Korvex::OPC::OpcDaClient
