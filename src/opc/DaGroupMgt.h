@@ -24,7 +24,7 @@ struct DaGroupMgtPrivate;
 // or lists of different lengths; E_FAIL: the group is not available; E_NOINTERFACE: one of its interfaces
 // cannot be had. S_FALSE: read the items' codes. `errors` gets one code an item with S_FALSE and is empty
 // otherwise. A server that answers success and leaves an array out costs the items: each gets E_FAIL, the
-// call S_FALSE.
+// call S_FALSE; codes that are left out with S_OK are all 0.
 //
 // There is no lock: the owner sees to it that nothing runs while the group is added or removed, or its
 // callback connected or disconnected. Reads and writes may run on several threads.

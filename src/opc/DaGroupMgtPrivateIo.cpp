@@ -1,4 +1,3 @@
-#include "korvex/native/OpxItemValue.h"
 #include "opc/DaGroupMgtPrivate.h"
 #include "opc/DeliveredItem.h"
 #include "opc/ServerArrays.h"
@@ -53,8 +52,10 @@ HRESULT takeReadItems(HRESULT hr, const Items& items, const ReadRequest& request
     const std::size_t count = request.handles.size();
     values.assign(count, OpxItemValue());
     errors.assign(count, S_OK);
+    const bool codesLeftOut = hr == S_FALSE && !items.codes;
     for (std::size_t i = 0; i < count; ++i) {
-        const DeliveredItem item = items[i];
+        DeliveredItem item = items[i];
+        if (codesLeftOut) item.code = E_FAIL;
         if (failed(item.code)) LibT::lError(failedLine, i, request.handles[i], item.code);
         const HRESULT code = takeReadItem(item, typeAt(request.types, i), request.locale, values[i]);
         errors[i] = code;
@@ -186,7 +187,7 @@ HRESULT DaGroupMgtPrivate::readAsyncDevice(std::uint32_t transactionId, const Ha
     const HRESULT hr = tracedCall("IOPCAsyncIO2::Read", [&] {
         return asyncIO2->Read(static_cast<DWORD>(count), asked.data(), transactionId, &cancelId, codes.put());
     });
-    // The line has always named the other interface, and trace filters in the field match it so.
+    // The line names the other interface, and is searched for by that name.
     if (failed(hr)) LibT::lError("Error: IOPCAsyncIO3::Read FAILED [hr=0x%lx]", hr);
     copyCodes(hr, codes, count, errors);
     return scope.leave(hr);

@@ -1,0 +1,94 @@
+#include "tests/support/SimulationFixture.h"
+
+#include <charconv>
+#include <stdexcept>
+#include <thread>
+
+#include "com/owners.h"
+#include "sim/ServerClass.h"
+
+namespace Korvex::Testing {
+namespace {
+
+void require(HRESULT hr, const char* what) {
+    if (failed(hr)) throw std::runtime_error(std::string(what) + " " + hex(hr));
+}
+
+}  // namespace
+
+std::string hex(std::int64_t code) {
+    char digits[8];
+    const auto end = std::to_chars(digits, digits + sizeof digits, static_cast<std::uint32_t>(code), 16).ptr;
+    std::string text = "0x";
+    return text.append(digits, end);
+}
+
+SimulationApartment::SimulationApartment(DWORD apartment) {
+    require(CoInitializeEx(nullptr, apartment), "CoInitializeEx");
+    Com::ComPtr<IUnknown> factory;
+    require(Korvex::Simulation::getClassObject(CLSID_KorvexSimulation, IID_IUnknown, factory.putVoid()),
+            "class object");
+    require(CoRegisterClassObject(CLSID_KorvexSimulation, factory.get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE,
+                                  &registration_),
+            "CoRegisterClassObject");
+}
+
+SimulationApartment::~SimulationApartment() {
+    CoRevokeClassObject(registration_);
+    CoUninitialize();
+}
+
+SimulationControl::SimulationControl() {
+    require(CoCreateInstance(CLSID_KorvexSimulation, nullptr, CLSCTX_INPROC_SERVER, IID_ISimulationControl,
+                             control_.putVoid()),
+            "simulation");
+}
+
+std::string SimulationControl::execute(const std::string& command) {
+    LPOLESTR text = nullptr;
+    const HRESULT hr = control_->Execute(fromUtf8(command).c_str(), &text);
+    const Com::TaskString owner(text);
+    const std::string answer = text ? toUtf8(text) : std::string();
+    EXPECT_EQ(hr, S_OK) << command << ": " << answer;
+    return answer;
+}
+
+void SimulationControl::fault(const std::string& method, HRESULT code, int nth) {
+    execute("fault " + method + " " + hex(code) + (nth > 0 ? " " + std::to_string(nth) : ""));
+}
+
+std::vector<std::string> SimulationControl::journal(const std::string& method) {
+    std::vector<std::string> calls;
+    for (std::string& line : journal()) {
+        if (line.rfind(method + " ", 0) == 0) calls.push_back(std::move(line));
+    }
+    return calls;
+}
+
+std::map<std::string, int> SimulationControl::counts() {
+    std::map<std::string, int> found;
+    for (const std::string& line : linesOf(execute("counts"))) {
+        const auto sign = line.find('=');
+        if (sign != std::string::npos) found[line.substr(0, sign)] = std::stoi(line.substr(sign + 1));
+    }
+    return found;
+}
+
+std::vector<std::string> SimulationControl::linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    for (std::size_t begin = 0; begin < text.size();) {
+        const auto end = std::min(text.find('\n', begin), text.size());
+        if (end > begin) lines.push_back(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return lines;
+}
+
+void SimulationFixture::inSingleThreadedApartment(const std::function<void()>& body) {
+    std::thread([&] {
+        const SimulationApartment apartment(COINIT_APARTMENTTHREADED);
+        body();
+    }).join();
+}
+
+}  // namespace Korvex::Testing
