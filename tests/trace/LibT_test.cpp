@@ -15,7 +15,7 @@
 namespace OpxOpc {
 namespace {
 
-using Korvex::Test::TraceFolder;
+using Korvex::Testing::TraceFolder;
 using testing::ElementsAre;
 
 // The messages of a trace file behind its header, each as "LEVEL message".

@@ -7,7 +7,7 @@
 namespace OpxOpc {
 namespace {
 
-using Korvex::Test::TraceFolder;
+using Korvex::Testing::TraceFolder;
 
 // What a configuration opens: "LEVEL LIMIT BACKUPS FILE PROGRAM", then "| FILE PROGRAM" for errors.
 std::string described(const TraceConfiguration& configuration) {

@@ -14,7 +14,7 @@
 
 #include "com/com.h"
 
-namespace Korvex::Test {
+namespace Korvex::Testing {
 
 class TraceFolder {
 public:
@@ -61,4 +61,4 @@ private:
     std::filesystem::path path_;
 };
 
-}  // namespace Korvex::Test
+}  // namespace Korvex::Testing
