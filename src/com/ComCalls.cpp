@@ -28,6 +28,8 @@ ComCalls& comCalls() noexcept {
     return calls;
 }
 
-const ComCalls& platformComCalls() noexcept { return kPlatformCalls; }
+const ComCalls& platformComCalls() noexcept {
+    return kPlatformCalls;
+}
 
 }  // namespace Korvex::Com

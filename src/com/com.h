@@ -15,10 +15,10 @@
 template <typename Interface>
 const IID& iidOf() noexcept;
 
-#define KORVEX_STANDARD_INTERFACE(name)               \
-    template <>                                       \
-    inline const IID& iidOf<name>() noexcept {        \
-        return IID_##name;                            \
+#define KORVEX_STANDARD_INTERFACE(name)        \
+    template <>                                \
+    inline const IID& iidOf<name>() noexcept { \
+        return IID_##name;                     \
     }
 KORVEX_STANDARD_INTERFACE(IUnknown)
 KORVEX_STANDARD_INTERFACE(IClassFactory)
@@ -33,8 +33,14 @@ KORVEX_STANDARD_INTERFACE(IEnumConnections)
 #undef KORVEX_STANDARD_INTERFACE
 
 // True for the success codes; the SDK's SUCCEEDED macro in a form that is not a macro.
-constexpr bool succeeded(HRESULT hr) noexcept { return hr >= 0; }
-constexpr bool failed(HRESULT hr) noexcept { return hr < 0; }
+constexpr bool succeeded(HRESULT hr) noexcept {
+    return hr >= 0;
+}
+constexpr bool failed(HRESULT hr) noexcept {
+    return hr < 0;
+}
 
 // Result codes are typed constants: a bare 0x8... literal is unsigned and compares wrongly.
-constexpr HRESULT hresult(std::uint32_t code) noexcept { return static_cast<HRESULT>(code); }
+constexpr HRESULT hresult(std::uint32_t code) noexcept {
+    return static_cast<HRESULT>(code);
+}

@@ -8,7 +8,9 @@ std::vector<std::string> programArguments(int argc, char** argv) {
     return {argv + (argc > 0 ? 1 : 0), argv + argc};
 }
 
-bool outputIsTerminal() { return ::isatty(STDOUT_FILENO) == 1; }
+bool outputIsTerminal() {
+    return ::isatty(STDOUT_FILENO) == 1;
+}
 
 void useUtf8Console() {}
 

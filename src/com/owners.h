@@ -38,8 +38,12 @@ inline LPOLESTR copyToTaskMemory(OpxStringView text) noexcept {
 // What an element of a task array owns besides its own bytes; most own nothing.
 template <typename T>
 void clearTaskElement(T&) noexcept {}
-inline void clearTaskElement(VARIANT& element) noexcept { VariantClear(&element); }
-inline void clearTaskElement(LPOLESTR& element) noexcept { CoTaskMemFree(element); }
+inline void clearTaskElement(VARIANT& element) noexcept {
+    VariantClear(&element);
+}
+inline void clearTaskElement(LPOLESTR& element) noexcept {
+    CoTaskMemFree(element);
+}
 
 // An array that a callee allocates with the task allocator and of which the caller knows the length.
 // Pass put() as the out parameter, with the number of elements that the method promises.

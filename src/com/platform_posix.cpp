@@ -1,1 +1,92 @@
-#include "com/com.h"
+#include "com/platform.h"
+
+#include <dlfcn.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+
+#include <pugixml.hpp>
+
+namespace Korvex::Com {
+namespace {
+
+std::int16_t minutesWestOfUtc() {
+    static const long secondsWest = (::tzset(), ::timezone);
+    return static_cast<std::int16_t>(secondsWest / 60);
+}
+
+// Asking the zone's rules takes a lock of the C library, so each thread asks once a second at most.
+std::int16_t daylightSavingAt(time_t seconds) {
+    thread_local time_t askedFor = -1;
+    thread_local std::int16_t answer = 0;
+    if (seconds == askedFor) return answer;
+    tm local = {};
+    answer = ::localtime_r(&seconds, &local) && local.tm_isdst > 0 ? 1 : 0;
+    askedFor = seconds;
+    return answer;
+}
+
+}  // namespace
+
+ZonedTime currentTime() {
+    using namespace std::chrono;
+    const auto now = duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+    const std::int64_t seconds = now / 1000;
+    return {seconds, static_cast<std::uint16_t>(now % 1000), minutesWestOfUtc(), daylightSavingAt(seconds)};
+}
+
+std::optional<CalendarTime> localCalendarTime(std::int64_t seconds) {
+    const time_t time = seconds;
+    tm local = {};
+    if (!::localtime_r(&time, &local)) return std::nullopt;
+    return CalendarTime{local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
+                        local.tm_hour,        local.tm_min,     local.tm_sec};
+}
+
+std::uint32_t currentThreadId() noexcept {
+    thread_local const auto id = static_cast<std::uint32_t>(::gettid());
+    return id;
+}
+
+std::filesystem::path modulePathOf(const void* address) {
+    Dl_info info = {};
+    if (!::dladdr(address, &info) || !info.dli_fname) return {};
+    std::error_code ignored;
+    // The loader knows the program itself by the name it was started with.
+    const auto absolute = std::filesystem::weakly_canonical(info.dli_fname, ignored);
+    if (!ignored && std::filesystem::exists(absolute, ignored)) return absolute;
+    return programPath();
+}
+
+std::filesystem::path programPath() {
+    std::error_code ignored;
+    return std::filesystem::read_symlink("/proc/self/exe", ignored);
+}
+
+std::optional<OpxString> environmentVariable(const char* name) {
+    const char* value = std::getenv(name);
+    if (!value) return std::nullopt;
+    return fromUtf8(value);
+}
+
+void pumpMessages() {}
+
+std::optional<XmlAttributes> readXmlAttributes(const std::filesystem::path& file,
+                                               const std::vector<OpxString>& elements) {
+    pugi::xml_document document;
+    if (!document.load_file(file.c_str())) return std::nullopt;
+    XmlAttributes found;
+    for (const OpxString& name : elements) {
+        const pugi::xml_node element = document.document_element().child(toUtf8(name).c_str());
+        if (!element) continue;
+        auto& attributes = found[name];
+        for (const pugi::xml_attribute& attribute : element.attributes()) {
+            attributes[fromUtf8(attribute.name())] = fromUtf8(attribute.value());
+        }
+    }
+    return found;
+}
+
+}  // namespace Korvex::Com

@@ -1,1 +1,54 @@
-#include "com/com.h"
+#include "com/portable/GlobalInterfaceTable.h"
+
+namespace Korvex::Com {
+
+GlobalInterfaceTable& GlobalInterfaceTable::instance() {
+    // Never destroyed: modules may revoke what they registered while the process ends.
+    static auto* const table = new GlobalInterfaceTable;
+    return *table;
+}
+
+HRESULT GlobalInterfaceTable::QueryInterface(REFIID riid, void** ppvObject) {
+    if (!ppvObject) return E_POINTER;
+    const bool known = riid == IID_IUnknown || riid == IID_IGlobalInterfaceTable;
+    *ppvObject = known ? this : nullptr;
+    return known ? S_OK : E_NOINTERFACE;
+}
+
+HRESULT GlobalInterfaceTable::RegisterInterfaceInGlobal(IUnknown* pUnk, REFIID riid, DWORD* pdwCookie) {
+    if (!pUnk || !pdwCookie) return E_INVALIDARG;
+    ComPtr<IUnknown> kept;
+    if (const HRESULT hr = pUnk->QueryInterface(riid, kept.putVoid()); failed(hr)) return hr;
+    std::lock_guard guard(lock_);
+    do {
+        ++lastCookie_;
+    } while (lastCookie_ == 0 || interfaces_.count(lastCookie_) != 0);
+    interfaces_.emplace(lastCookie_, std::move(kept));
+    *pdwCookie = lastCookie_;
+    return S_OK;
+}
+
+HRESULT GlobalInterfaceTable::RevokeInterfaceFromGlobal(DWORD dwCookie) {
+    ComPtr<IUnknown> released;  // outside the lock: the object may call back
+    std::lock_guard guard(lock_);
+    const auto found = interfaces_.find(dwCookie);
+    if (found == interfaces_.end()) return E_INVALIDARG;
+    released = std::move(found->second);
+    interfaces_.erase(found);
+    return S_OK;
+}
+
+HRESULT GlobalInterfaceTable::GetInterfaceFromGlobal(DWORD dwCookie, REFIID riid, void** ppv) {
+    if (!ppv) return E_POINTER;
+    *ppv = nullptr;
+    ComPtr<IUnknown> kept;
+    {
+        std::lock_guard guard(lock_);
+        const auto found = interfaces_.find(dwCookie);
+        if (found == interfaces_.end()) return E_INVALIDARG;
+        kept = found->second;
+    }
+    return kept->QueryInterface(riid, ppv);
+}
+
+}  // namespace Korvex::Com

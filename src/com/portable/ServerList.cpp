@@ -1,1 +1,141 @@
-#include "com/com.h"
+#include "com/portable/ServerList.h"
+
+#include <algorithm>
+#include <memory>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "com/ComPtr.h"
+#include "com/opc_interfaces.h"
+#include "com/owners.h"
+#include "com/portable/ComObject.h"
+#include "com/portable/ServerRegistry.h"
+
+namespace Korvex::Com {
+namespace {
+
+// The two server lists answer enumerators that differ in their identifier alone.
+template <typename Interface>
+class ClassIdEnumerator final : public ComObject<Interface> {
+public:
+    explicit ClassIdEnumerator(std::vector<GUID> ids, std::size_t next = 0) : ids_(std::move(ids)), next_(next) {}
+
+    HRESULT STDMETHODCALLTYPE Next(ULONG celt, GUID* rgelt, ULONG* pceltFetched) override {
+        if (!rgelt || (!pceltFetched && celt != 1)) return E_INVALIDARG;
+        const ULONG count = take(celt);
+        std::copy_n(ids_.begin() + static_cast<std::ptrdiff_t>(next_ - count), count, rgelt);
+        if (pceltFetched) *pceltFetched = count;
+        return count == celt ? S_OK : S_FALSE;
+    }
+    HRESULT STDMETHODCALLTYPE Skip(ULONG celt) override { return take(celt) == celt ? S_OK : S_FALSE; }
+    HRESULT STDMETHODCALLTYPE Reset() override {
+        next_ = 0;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE Clone(Interface** ppenum) override {
+        if (!ppenum) return E_POINTER;
+        *ppenum = new (std::nothrow) ClassIdEnumerator(ids_, next_);
+        return *ppenum ? S_OK : E_OUTOFMEMORY;
+    }
+
+private:
+    // Moves on by at most `wanted`; returns by how many.
+    ULONG take(ULONG wanted) {
+        const ULONG count = std::min(wanted, static_cast<ULONG>(ids_.size() - next_));
+        next_ += count;
+        return count;
+    }
+
+    std::vector<GUID> ids_;
+    std::size_t next_;
+};
+
+bool isAnyOf(const RegisteredServer& server, const CATID* categories, ULONG count) {
+    return std::any_of(categories, categories + count, [&](const CATID& category) {
+        return std::find(server.categories.begin(), server.categories.end(), category) != server.categories.end();
+    });
+}
+
+// Servers of this registry require nothing of their clients, so required categories exclude none.
+template <typename Interface>
+HRESULT enumerate(ULONG count, const CATID* implemented, Interface** out) {
+    if (!out || (count != 0 && !implemented)) return E_INVALIDARG;
+    std::vector<GUID> ids;
+    const ServerRegistry registry = ServerRegistry::read();
+    for (const RegisteredServer& server : registry.servers()) {
+        if (count == 0 || isAnyOf(server, implemented, count)) ids.push_back(server.clsid);
+    }
+    *out = new (std::nothrow) ClassIdEnumerator<Interface>(std::move(ids));
+    return *out ? S_OK : E_OUTOFMEMORY;
+}
+
+struct ClassDetails {
+    TaskString progId;
+    TaskString description;
+    TaskString versionIndependentProgId;
+};
+
+HRESULT details(REFCLSID clsid, ClassDetails& out) {
+    const auto server = ServerRegistry::read().find(clsid);
+    if (!server) return REGDB_E_CLASSNOTREG;
+    out.progId.reset(copyToTaskMemory(server->progId));
+    out.description.reset(copyToTaskMemory(server->description));
+    out.versionIndependentProgId.reset(copyToTaskMemory(server->versionIndependentProgId));
+    return out.progId && out.description && out.versionIndependentProgId ? S_OK : E_OUTOFMEMORY;
+}
+
+class ServerList final : public ComObject<IOPCServerList2, IOPCServerList> {
+public:
+    HRESULT STDMETHODCALLTYPE EnumClassesOfCategories(ULONG cImplemented, CATID* rgcatidImpl, ULONG, CATID*,
+                                                      IOPCEnumGUID** ppenumClsid) override {
+        return enumerate(cImplemented, rgcatidImpl, ppenumClsid);
+    }
+    HRESULT STDMETHODCALLTYPE EnumClassesOfCategories(ULONG cImplemented, CATID* rgcatidImpl, ULONG, CATID*,
+                                                      IEnumGUID** ppenumClsid) override {
+        return enumerate(cImplemented, rgcatidImpl, ppenumClsid);
+    }
+
+    HRESULT STDMETHODCALLTYPE GetClassDetails(REFCLSID clsid, LPOLESTR* ppszProgID, LPOLESTR* ppszUserType,
+                                              LPOLESTR* ppszVerIndProgID) override {
+        if (!ppszProgID || !ppszUserType || !ppszVerIndProgID) return E_POINTER;
+        ClassDetails found;
+        if (const HRESULT hr = details(clsid, found); failed(hr)) return hr;
+        *ppszProgID = found.progId.release();
+        *ppszUserType = found.description.release();
+        *ppszVerIndProgID = found.versionIndependentProgId.release();
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetClassDetails(REFCLSID clsid, LPOLESTR* ppszProgID, LPOLESTR* ppszUserType) override {
+        TaskString versionIndependent;
+        LPOLESTR text = nullptr;
+        const HRESULT hr = GetClassDetails(clsid, ppszProgID, ppszUserType, &text);
+        versionIndependent.reset(text);
+        return hr;
+    }
+
+    HRESULT STDMETHODCALLTYPE CLSIDFromProgID(LPCOLESTR szProgId, LPCLSID clsid) override {
+        return ::CLSIDFromProgID(szProgId, clsid);
+    }
+};
+
+class ServerListFactory final : public ComObject<IClassFactory> {
+public:
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* pUnkOuter, REFIID riid, void** ppvObject) override {
+        if (!ppvObject) return E_POINTER;
+        *ppvObject = nullptr;
+        if (pUnkOuter) return CLASS_E_NOAGGREGATION;
+        const auto list = ComPtr<IOPCServerList2>::adopt(new (std::nothrow) ServerList);
+        return list ? list->QueryInterface(riid, ppvObject) : E_OUTOFMEMORY;
+    }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
+};
+
+}  // namespace
+
+HRESULT getServerListClassObject(REFIID riid, void** ppv) {
+    const auto factory = ComPtr<IClassFactory>::adopt(new (std::nothrow) ServerListFactory);
+    return factory ? factory->QueryInterface(riid, ppv) : E_OUTOFMEMORY;
+}
+
+}  // namespace Korvex::Com

@@ -1,1 +1,157 @@
-#include "com/com.h"
+#include "com/portable/ServerRegistry.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <stdexcept>
+
+namespace Korvex::Com {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kFoldersVariable = "KORVEX_OPC_SERVERS";
+constexpr const char* kFolderOfServers = "korvex-opc/servers";
+constexpr const char* kFileExtension = ".server";
+
+std::string variable(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? value : "";
+}
+
+std::vector<std::string> split(const std::string& text, char separator) {
+    std::vector<std::string> parts;
+    for (std::size_t begin = 0; begin <= text.size();) {
+        const std::size_t end = std::min(text.find(separator, begin), text.size());
+        if (end > begin) parts.push_back(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return parts;
+}
+
+std::string trimmed(const std::string& text) {
+    constexpr const char* kBlanks = " \t\r";
+    const std::size_t begin = text.find_first_not_of(kBlanks);
+    if (begin == std::string::npos) return {};
+    return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
+}
+
+fs::path usersFolder() {
+    if (const std::string data = variable("XDG_DATA_HOME"); !data.empty()) return fs::path(data) / kFolderOfServers;
+    const std::string home = variable("HOME");
+    return home.empty() ? fs::path() : fs::path(home) / ".local/share" / kFolderOfServers;
+}
+
+// Beside the folder of this library: PREFIX/lib/... has PREFIX/share/...
+std::vector<fs::path> installedFolders() {
+    Dl_info info = {};
+    if (!::dladdr(kFolderOfServers, &info) || !info.dli_fname) return {};
+    std::vector<fs::path> folders;
+    std::error_code ignored;
+    for (fs::path place = fs::weakly_canonical(info.dli_fname, ignored).parent_path(); place.has_relative_path();
+         place = place.parent_path()) {
+        if (place.filename() == "lib") folders.push_back(place.parent_path() / "share" / kFolderOfServers);
+    }
+    return folders;
+}
+
+std::vector<fs::path> searchedFolders() {
+    std::vector<fs::path> folders;
+    for (const std::string& folder : split(variable(kFoldersVariable), ':')) folders.emplace_back(folder);
+    if (fs::path users = usersFolder(); !users.empty()) folders.push_back(std::move(users));
+    for (fs::path& installed : installedFolders()) folders.push_back(std::move(installed));
+    return folders;
+}
+
+GUID identifier(const std::string& text, const char* key) {
+    GUID guid = {};
+    if (text.empty() || failed(CLSIDFromString(fromUtf8(text).c_str(), &guid))) {
+        throw std::runtime_error(std::string(key) + " is not an identifier in braces: " + text);
+    }
+    return guid;
+}
+
+std::map<std::string, std::string> readLines(const fs::path& file) {
+    std::ifstream in(file);
+    if (!in) throw std::runtime_error("cannot be opened");
+    std::map<std::string, std::string> values;
+    for (std::string line; std::getline(in, line);) {
+        line = trimmed(line);
+        if (line.empty() || line.front() == '#') continue;
+        const std::size_t sign = line.find('=');
+        if (sign == std::string::npos) throw std::runtime_error("a line has no '=': " + line);
+        values[trimmed(line.substr(0, sign))] = trimmed(line.substr(sign + 1));
+    }
+    return values;
+}
+
+RegisteredServer parse(const fs::path& file) {
+    auto values = readLines(file);
+    RegisteredServer server;
+    server.progId = fromUtf8(values["ProgID"]);
+    if (server.progId.empty()) throw std::runtime_error("ProgID is missing");
+    server.versionIndependentProgId = fromUtf8(values["VersionIndependentProgID"]);
+    server.clsid = identifier(values["CLSID"], "CLSID");
+    server.description = fromUtf8(values["Description"]);
+    for (const std::string& category : split(values["Categories"], ',')) {
+        server.categories.push_back(identifier(trimmed(category), "Categories"));
+    }
+    if (values["Module"].empty()) throw std::runtime_error("Module is missing");
+    server.module = file.parent_path() / values["Module"];
+    return server;
+}
+
+OLECHAR lower(OLECHAR c) {
+    return c >= OLESTR('A') && c <= OLESTR('Z') ? static_cast<OLECHAR>(c - OLESTR('A') + OLESTR('a')) : c;
+}
+
+bool equalIgnoringCase(OpxStringView a, OpxStringView b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](OLECHAR x, OLECHAR y) { return lower(x) == lower(y); });
+}
+
+}  // namespace
+
+ServerRegistry ServerRegistry::read() {
+    ServerRegistry registry;
+    for (const fs::path& folder : searchedFolders()) registry.readFolder(folder);
+    return registry;
+}
+
+std::optional<RegisteredServer> ServerRegistry::find(REFCLSID clsid) const {
+    const auto found = std::find_if(servers_.begin(), servers_.end(),
+                                    [&](const RegisteredServer& server) { return server.clsid == clsid; });
+    return found == servers_.end() ? std::nullopt : std::optional(*found);
+}
+
+std::optional<RegisteredServer> ServerRegistry::findProgId(OpxStringView progId) const {
+    const auto found = std::find_if(servers_.begin(), servers_.end(), [&](const RegisteredServer& server) {
+        return equalIgnoringCase(server.progId, progId) ||
+               (!progId.empty() && equalIgnoringCase(server.versionIndependentProgId, progId));
+    });
+    return found == servers_.end() ? std::nullopt : std::optional(*found);
+}
+
+void ServerRegistry::readFolder(const fs::path& folder) {
+    std::error_code error;
+    std::vector<fs::path> files;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+        if (entry->path().extension() == kFileExtension) files.push_back(entry->path());
+    }
+    std::sort(files.begin(), files.end());
+    for (const fs::path& file : files) readFile(file);
+}
+
+void ServerRegistry::readFile(const fs::path& file) {
+    try {
+        RegisteredServer server = parse(file);
+        if (!find(server.clsid)) servers_.push_back(std::move(server));
+    } catch (const std::runtime_error& error) {
+        brokenFiles_.push_back({file, error.what()});
+    }
+}
+
+}  // namespace Korvex::Com

@@ -1,1 +1,190 @@
-#include "com/com.h"
+// Class objects and the creation of objects from them.
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "com/ComPtr.h"
+#include "com/opc_interfaces.h"
+#include "com/portable/GlobalInterfaceTable.h"
+#include "com/portable/ServerList.h"
+#include "com/portable/ServerRegistry.h"
+#include "com/portable/apartment.h"
+
+namespace Korvex::Com {
+namespace {
+
+constexpr HRESULT kServerUnavailable = hresult(0x800706BAu);
+constexpr DWORD kLocalContexts = CLSCTX_INPROC_SERVER | CLSCTX_INPROC_HANDLER | CLSCTX_LOCAL_SERVER;
+
+// ---- Class objects that programs register --------------------------------------------------------
+
+struct RegisteredClass {
+    DWORD cookie;
+    CLSID clsid;
+    ComPtr<IUnknown> classObject;
+    bool singleUse;
+};
+
+struct ClassTable {
+    std::mutex lock;
+    std::vector<RegisteredClass> classes;
+    DWORD lastCookie = 0;
+};
+
+// Never destroyed: a module may revoke its classes while the process ends.
+ClassTable& classTable() {
+    static auto* const table = new ClassTable;
+    return *table;
+}
+
+// Empty when no program has registered the class. A class object for a single use is handed out once.
+ComPtr<IUnknown> takeRegisteredClass(REFCLSID clsid) {
+    ClassTable& table = classTable();
+    std::lock_guard guard(table.lock);
+    const auto found = std::find_if(table.classes.begin(), table.classes.end(), [&](const RegisteredClass& entry) {
+        return entry.clsid == clsid && entry.classObject;
+    });
+    if (found == table.classes.end()) return nullptr;
+    return found->singleUse ? std::move(found->classObject) : found->classObject;
+}
+
+// ---- Modules -------------------------------------------------------------------------------------
+
+using GetClassObjectFunction = HRESULT (*)(REFCLSID, REFIID, void**);
+
+// A module is loaded once and stays: its objects' code may run as long as the process does.
+HRESULT entryPointOf(const std::filesystem::path& module, GetClassObjectFunction& entryPoint) {
+    void* const library = ::dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+    if (!library) return CO_E_DLLNOTFOUND;
+    entryPoint = reinterpret_cast<GetClassObjectFunction>(::dlsym(library, "DllGetClassObject"));
+    return entryPoint ? S_OK : CO_E_ERRORINDLL;
+}
+
+HRESULT classObjectFromModule(REFCLSID clsid, REFIID riid, void** ppv) {
+    const auto server = ServerRegistry::read().find(clsid);
+    if (!server) return REGDB_E_CLASSNOTREG;
+    GetClassObjectFunction entryPoint = nullptr;
+    if (const HRESULT hr = entryPointOf(server->module, entryPoint); failed(hr)) return hr;
+    return entryPoint(clsid, riid, ppv);
+}
+
+// ---- Activation ----------------------------------------------------------------------------------
+
+HRESULT localClassObject(REFCLSID clsid, REFIID riid, void** ppv) {
+    if (const auto registered = takeRegisteredClass(clsid)) return registered->QueryInterface(riid, ppv);
+    if (clsid == CLSID_OpcServerList) return getServerListClassObject(riid, ppv);
+    return classObjectFromModule(clsid, riid, ppv);
+}
+
+HRESULT createLocalInstance(REFCLSID clsid, IUnknown* outer, ComPtr<IUnknown>& instance) {
+    if (clsid == CLSID_StdGlobalInterfaceTable) {
+        instance = &GlobalInterfaceTable::instance();
+        return S_OK;
+    }
+    ComPtr<IClassFactory> factory;
+    const HRESULT hr = localClassObject(clsid, IID_IClassFactory, factory.putVoid());
+    if (failed(hr)) return hr;
+    return factory->CreateInstance(outer, IID_IUnknown, instance.putVoid());
+}
+
+// Where a transport to other machines will stand. There is none yet, so no host can be reached.
+HRESULT createRemoteInstance(REFCLSID, const COSERVERINFO& server, ComPtr<IUnknown>&) {
+    const bool namesHost = server.pwszName && server.pwszName[0] != 0;
+    return namesHost ? kServerUnavailable : REGDB_E_CLASSNOTREG;
+}
+
+HRESULT createInstance(REFCLSID clsid, IUnknown* outer, DWORD context, const COSERVERINFO* server,
+                       ComPtr<IUnknown>& instance) {
+    if (!isInApartment()) return CO_E_NOTINITIALIZED;
+    if (server && server->pwszName && (context & CLSCTX_REMOTE_SERVER)) {
+        return createRemoteInstance(clsid, *server, instance);
+    }
+    if ((context & kLocalContexts) == 0) return REGDB_E_CLASSNOTREG;
+    return createLocalInstance(clsid, outer, instance);
+}
+
+// Asks for every interface; the result tells whether all, some or none were had.
+HRESULT queryAll(IUnknown& instance, DWORD count, MULTI_QI* results) {
+    DWORD had = 0;
+    for (MULTI_QI* wanted = results; wanted != results + count; ++wanted) {
+        wanted->hr = instance.QueryInterface(*wanted->pIID, reinterpret_cast<void**>(&wanted->pItf));
+        if (succeeded(wanted->hr))
+            ++had;
+        else
+            wanted->pItf = nullptr;
+    }
+    if (had == count) return S_OK;
+    return had == 0 ? E_NOINTERFACE : CO_S_NOTALLINTERFACES;
+}
+
+}  // namespace
+}  // namespace Korvex::Com
+
+using namespace Korvex::Com;
+
+extern "C" {
+
+HRESULT CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DWORD, DWORD flags, DWORD* lpdwRegister) {
+    if (!lpdwRegister || !pUnk) return E_INVALIDARG;
+    *lpdwRegister = 0;
+    if (!isInApartment()) return CO_E_NOTINITIALIZED;
+    ClassTable& table = classTable();
+    std::lock_guard guard(table.lock);
+    table.classes.push_back({++table.lastCookie, rclsid, pUnk, flags == REGCLS_SINGLEUSE});
+    *lpdwRegister = table.lastCookie;
+    return S_OK;
+}
+
+HRESULT CoRevokeClassObject(DWORD dwRegister) {
+    ComPtr<IUnknown> released;  // outside the lock: its destructor is the program's
+    ClassTable& table = classTable();
+    std::lock_guard guard(table.lock);
+    const auto found = std::find_if(table.classes.begin(), table.classes.end(),
+                                    [&](const RegisteredClass& entry) { return entry.cookie == dwRegister; });
+    if (found == table.classes.end()) return E_INVALIDARG;
+    released = std::move(found->classObject);
+    table.classes.erase(found);
+    return S_OK;
+}
+
+HRESULT CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, void*, REFIID riid, void** ppv) {
+    if (!ppv) return E_INVALIDARG;
+    *ppv = nullptr;
+    if (!isInApartment()) return CO_E_NOTINITIALIZED;
+    if ((dwClsContext & kLocalContexts) == 0) return REGDB_E_CLASSNOTREG;
+    return localClassObject(rclsid, riid, ppv);
+}
+
+HRESULT CoCreateInstanceEx(REFCLSID clsid, IUnknown* punkOuter, DWORD dwClsCtx, COSERVERINFO* pServerInfo,
+                           DWORD dwCount, MULTI_QI* pResults) {
+    if (dwCount == 0 || !pResults) return E_INVALIDARG;
+    for (MULTI_QI* result = pResults; result != pResults + dwCount; ++result) {
+        result->pItf = nullptr;
+        result->hr = E_NOINTERFACE;
+    }
+    ComPtr<IUnknown> instance;
+    const HRESULT hr = createInstance(clsid, punkOuter, dwClsCtx, pServerInfo, instance);
+    if (succeeded(hr)) return queryAll(*instance, dwCount, pResults);
+    for (MULTI_QI* result = pResults; result != pResults + dwCount; ++result) result->hr = hr;
+    return hr;
+}
+
+HRESULT CoCreateInstance(REFCLSID rclsid, IUnknown* pUnkOuter, DWORD dwClsContext, REFIID riid, void** ppv) {
+    if (!ppv) return E_POINTER;
+    MULTI_QI wanted = {&riid, nullptr, S_OK};
+    const HRESULT hr = CoCreateInstanceEx(rclsid, pUnkOuter, dwClsContext, nullptr, 1, &wanted);
+    *ppv = wanted.pItf;
+    return hr;
+}
+
+// Objects and their clients share the process: there is no connection that could be cut.
+HRESULT CoDisconnectObject(IUnknown* pUnk, DWORD) {
+    return pUnk ? S_OK : E_INVALIDARG;
+}
+
+}  // extern "C"

@@ -1,1 +1,63 @@
-#include "com/com.h"
+#include "com/portable/apartment.h"
+
+#include <atomic>
+
+namespace Korvex::Com {
+namespace {
+
+// An apartment is a thread's state; COM has a count of entries and no trace of who made them.
+struct ThreadApartment {
+    DWORD model = COINIT_MULTITHREADED;
+    ULONG entries = 0;
+};
+
+thread_local ThreadApartment thisThread;
+
+// Threads that are in the multi-threaded apartment.
+std::atomic<ULONG> multiThreadedMembers{0};
+std::atomic<bool> securitySettled{false};
+
+bool isMultiThreaded(DWORD model) {
+    return (model & COINIT_APARTMENTTHREADED) == 0;
+}
+
+}  // namespace
+
+bool isInApartment() noexcept {
+    return thisThread.entries != 0 || multiThreadedMembers != 0;
+}
+
+}  // namespace Korvex::Com
+
+using namespace Korvex::Com;
+
+extern "C" {
+
+HRESULT CoInitializeEx(void* pvReserved, DWORD dwCoInit) {
+    if (pvReserved) return E_INVALIDARG;
+    const DWORD model = dwCoInit & COINIT_APARTMENTTHREADED;
+    if (thisThread.entries != 0) {
+        if (thisThread.model != model) return RPC_E_CHANGED_MODE;
+        ++thisThread.entries;
+        return S_FALSE;
+    }
+    thisThread = {model, 1};
+    if (isMultiThreaded(model)) ++multiThreadedMembers;
+    return S_OK;
+}
+
+HRESULT CoInitialize(void* pvReserved) {
+    return CoInitializeEx(pvReserved, COINIT_APARTMENTTHREADED);
+}
+
+void CoUninitialize() {
+    if (thisThread.entries == 0) return;
+    if (--thisThread.entries == 0 && isMultiThreaded(thisThread.model)) --multiThreadedMembers;
+}
+
+HRESULT CoInitializeSecurity(void*, LONG, SOLE_AUTHENTICATION_SERVICE*, void*, DWORD, DWORD, void*, DWORD, void*) {
+    if (!isInApartment()) return CO_E_NOTINITIALIZED;
+    return securitySettled.exchange(true) ? RPC_E_TOO_LATE : S_OK;
+}
+
+}  // extern "C"

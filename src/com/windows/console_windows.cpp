@@ -18,7 +18,9 @@ std::vector<std::string> programArguments(int, char**) {
     return result;
 }
 
-bool outputIsTerminal() { return _isatty(_fileno(stdout)) != 0; }
+bool outputIsTerminal() {
+    return _isatty(_fileno(stdout)) != 0;
+}
 
 void useUtf8Console() {
     SetConsoleOutputCP(CP_UTF8);

@@ -1,0 +1,34 @@
+// The process's table of interfaces that threads of any apartment may fetch.
+#pragma once
+
+#include <map>
+#include <mutex>
+
+#include "com/ComPtr.h"
+#include "com/com.h"
+
+namespace Korvex::Com {
+
+// There is one; its life is the process's, so references to it are not counted. Within a process a
+// pointer serves every apartment, so what is fetched is the registered object itself.
+class GlobalInterfaceTable final : public IGlobalInterfaceTable {
+public:
+    static GlobalInterfaceTable& instance();
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppvObject) override;
+    ULONG STDMETHODCALLTYPE AddRef() override { return 1; }
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+
+    HRESULT STDMETHODCALLTYPE RegisterInterfaceInGlobal(IUnknown* pUnk, REFIID riid, DWORD* pdwCookie) override;
+    HRESULT STDMETHODCALLTYPE RevokeInterfaceFromGlobal(DWORD dwCookie) override;
+    HRESULT STDMETHODCALLTYPE GetInterfaceFromGlobal(DWORD dwCookie, REFIID riid, void** ppv) override;
+
+private:
+    GlobalInterfaceTable() = default;
+
+    std::mutex lock_;
+    std::map<DWORD, ComPtr<IUnknown>> interfaces_;
+    DWORD lastCookie_ = 0;
+};
+
+}  // namespace Korvex::Com

@@ -1,0 +1,45 @@
+// A COM object and its class for the tests of activation.
+#pragma once
+
+#include <atomic>
+
+#include "com/com.h"
+
+namespace Korvex::Testing {
+
+inline constexpr CLSID kTestClass = {0x0A1B2C3D, 0x1111, 0x4222, {0x83, 0x33, 1, 2, 3, 4, 5, 6}};
+
+// Answers IUnknown and IClassFactory; as a factory it hands out itself. It lives on the stack of its
+// test, which looks at the count.
+class TestObject final : public IClassFactory {
+public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppvObject) override {
+        *ppvObject = nullptr;
+        if (!IsEqualIID(riid, IID_IUnknown) && !IsEqualIID(riid, IID_IClassFactory)) return E_NOINTERFACE;
+        *ppvObject = this;
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
+    ULONG STDMETHODCALLTYPE Release() override { return --references; }
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID riid, void** ppvObject) override {
+        ++created;
+        return QueryInterface(riid, ppvObject);
+    }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
+
+    std::atomic<ULONG> references{0};
+    std::atomic<int> created{0};
+};
+
+// The calling thread's stay in an apartment.
+class Apartment {
+public:
+    explicit Apartment(DWORD model) : result(CoInitializeEx(nullptr, model)) {}
+    ~Apartment() {
+        if (succeeded(result)) CoUninitialize();
+    }
+    const HRESULT result;
+};
+
+}  // namespace Korvex::Testing

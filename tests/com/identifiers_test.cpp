@@ -1,0 +1,50 @@
+#include <gtest/gtest.h>
+
+#include "com/owners.h"
+
+namespace Korvex::Testing {
+namespace {
+
+constexpr GUID kGuid = {0x0A1B2C3D, 0x4E5F, 0x6071, {0x82, 0x93, 0xA4, 0xB5, 0xC6, 0xD7, 0xE8, 0xF9}};
+const OLECHAR* const kText = OLESTR("{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9}");
+
+TEST(Identifiers, HaveATextInBracesWithUpperCaseDigits) {
+    LPOLESTR raw = nullptr;
+    ASSERT_EQ(StringFromCLSID(kGuid, &raw), S_OK);
+    const Com::TaskString text(raw);
+    EXPECT_EQ(toUtf8(text.get()), toUtf8(kText));
+
+    OLECHAR buffer[39] = {};
+    EXPECT_EQ(StringFromGUID2(kGuid, buffer, 39), 39);
+    EXPECT_EQ(toUtf8(buffer), toUtf8(kText));
+    EXPECT_EQ(StringFromGUID2(kGuid, buffer, 38), 0);
+}
+
+TEST(Identifiers, AreReadFromTextInAnyCase) {
+    CLSID clsid = {};
+    EXPECT_EQ(CLSIDFromString(kText, &clsid), S_OK);
+    EXPECT_TRUE(IsEqualGUID(clsid, kGuid));
+    EXPECT_EQ(CLSIDFromString(OLESTR("{0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9}"), &clsid), S_OK);
+    EXPECT_TRUE(IsEqualGUID(clsid, kGuid));
+}
+
+TEST(Identifiers, AMalformedTextIsRefused) {
+    for (const OLECHAR* text :
+         {OLESTR("{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F}"), OLESTR("{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9"),
+          OLESTR("{0A1B2C3D+4E5F-6071-8293-A4B5C6D7E8F9}"), OLESTR("{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8FG}"),
+          OLESTR("{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9}0"), OLESTR("{"), OLESTR("")}) {
+        CLSID clsid = {};
+        EXPECT_EQ(CLSIDFromString(text, &clsid), CO_E_CLASSSTRING) << toUtf8(text);
+    }
+}
+
+TEST(Identifiers, NewOnesDiffer) {
+    GUID a = {};
+    GUID b = {};
+    EXPECT_EQ(CoCreateGuid(&a), S_OK);
+    EXPECT_EQ(CoCreateGuid(&b), S_OK);
+    EXPECT_FALSE(IsEqualGUID(a, b));
+}
+
+}  // namespace
+}  // namespace Korvex::Testing
