@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <tuple>
 #include <vector>
@@ -29,13 +30,16 @@ ZonedTime springNoon() {
 }
 
 // Every line's thread as "T".
-std::string withoutThreads(std::string text) {
-    const std::string time = "789Z|6|";
-    for (std::size_t at = 0; (at = text.find("789Z|", at)) != std::string::npos; ++at) {
-        const std::size_t thread = at + time.size();
-        text.replace(thread, text.find('*', thread) - thread, "T");
+std::string withoutThreads(std::string_view text) {
+    const std::string_view time = "789Z|6|";
+    std::string out;
+    for (std::size_t at = text.find("789Z|"); at != text.npos; at = text.find("789Z|")) {
+        out += text.substr(0, at + time.size());
+        out += 'T';
+        text.remove_prefix(text.find('*', at));
     }
-    return text;
+    out += text;
+    return out;
 }
 std::string line(int level, const std::string& message) {
     return "2024-05-01 12:34:56.789Z|" + std::to_string(level) + "|T* " + message + "\n";
