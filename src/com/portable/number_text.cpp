@@ -102,7 +102,7 @@ private:
     }
 
     bool takeExponent() {
-        // No digits that fit into memory make up for an exponent beyond this.
+        // Far beyond every type; a longer exponent only has to stay an int.
         constexpr int kLargest = 1'000'000;
         const bool negative = reader_.take(u'-');
         if (!negative) reader_.take(u'+');
