@@ -7,7 +7,7 @@
 #include <korvex/native/OpxDate.h>
 
 #include "com/com.h"
-#include "tests/values/printing.h"
+#include "tests/values/conversion_reason.h"
 
 namespace OpxOpc {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <korvex/native/OpxDecimal.h>
 
-#include "tests/values/printing.h"
+#include "tests/values/conversion_reason.h"
 
 namespace OpxOpc {
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "com/owners.h"
-#include "tests/values/printing.h"
+#include "tests/values/conversion_reason.h"
 
 namespace OpxOpc {
 namespace {

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "tests/values/printing.h"
+#include "tests/values/conversion_reason.h"
 
 namespace OpxOpc {
 namespace {

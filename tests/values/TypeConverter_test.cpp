@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "tests/values/printing.h"
+#include "tests/values/conversion_reason.h"
 #include "values/TypeConverter.h"
 
 namespace Korvex::OPC::OpcDaClient {

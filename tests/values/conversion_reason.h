@@ -1,8 +1,7 @@
-// What the tests of values share: failures that show UTF-16 text readably, and expected exceptions.
+// Expected failures of conversions.
 #pragma once
 
-#include <gtest/gtest.h>
-
+#include <cstdint>
 #include <functional>
 #include <optional>
 
