@@ -1,1 +1,42 @@
-#include "com/com.h"
+// opcda: an OPC Data Access client for the command line.
+#include <algorithm>
+#include <exception>
+#include <iostream>
+
+#include <CLI/CLI.hpp>
+
+#include "ReadCommand.h"
+#include "com/console.h"
+
+namespace Korvex::Tool {
+namespace {
+
+int run(std::vector<std::string> arguments) {
+    CLI::App app("A client for OPC Data Access servers.", "opcda");
+    app.require_subcommand(1);
+    app.footer(
+        "URL: opcda://host/ProgID/{CLSID}; the host may be left out for this machine and the CLSID for a\n"
+        "look-up by ProgID. Exit status: 0 success, 1 an item failed, 2 usage, 3 the server failed.");
+    const ReadCommand read(app);
+
+    std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back
+    try {
+        app.parse(arguments);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kSuccess : kUsage;
+    }
+    return read.run({std::cout, Com::outputIsTerminal()});
+}
+
+}  // namespace
+}  // namespace Korvex::Tool
+
+int main(int argc, char** argv) {
+    Korvex::Com::useUtf8Console();
+    try {
+        return Korvex::Tool::run(Korvex::Com::programArguments(argc, argv));
+    } catch (const std::exception& error) {
+        std::cerr << "opcda: " << error.what() << '\n';
+        return Korvex::Tool::kServerFailed;
+    }
+}

@@ -1,0 +1,60 @@
+// The handlers of one event.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace Korvex::OPC::OpcDaClient {
+
+// Handlers are called in the order of their registration from a snapshot of the list, with no lock
+// held: a handler may add and remove handlers, which counts from the next event on. A handler that
+// throws keeps the later ones from being called.
+template <typename Handler>
+class HandlerList {
+public:
+    // Takes note of `handler`; the token takes it back. An empty handler is ignored and has token 0.
+    std::uint64_t add(Handler handler) {
+        if (!handler) return 0;
+        std::lock_guard guard(lock_);
+        handlers_.emplace_back(++lastToken_, std::move(handler));
+        return lastToken_;
+    }
+
+    // An unknown token is ignored.
+    void remove(std::uint64_t token) {
+        std::lock_guard guard(lock_);
+        std::erase_if(handlers_, [token](const Entry& entry) { return entry.first == token; });
+    }
+
+    void clear() {
+        std::lock_guard guard(lock_);
+        handlers_.clear();
+    }
+
+    bool empty() const {
+        std::lock_guard guard(lock_);
+        return handlers_.empty();
+    }
+
+    template <typename... Args>
+    void invoke(const Args&... args) const {
+        for (const Entry& entry : snapshot()) entry.second(args...);
+    }
+
+private:
+    using Entry = std::pair<std::uint64_t, Handler>;
+
+    std::vector<Entry> snapshot() const {
+        std::lock_guard guard(lock_);
+        return handlers_;
+    }
+
+    mutable std::mutex lock_;
+    std::vector<Entry> handlers_;
+    std::uint64_t lastToken_ = 0;
+};
+
+}  // namespace Korvex::OPC::OpcDaClient

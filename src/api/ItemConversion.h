@@ -1,0 +1,48 @@
+// The records of the object API as native records, and back.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include <korvex/native/OpxItemIdentifier.h>
+#include <korvex/native/OpxItemValue.h>
+#include <korvex/opc_da_client/DateTime.h>
+#include <korvex/opc_da_client/ItemIdentifier.h>
+#include <korvex/opc_da_client/ItemValue.h>
+#include <korvex/opc_da_client/ReturnCode.h>
+
+#include "com/com.h"
+
+namespace Korvex::OPC::OpcDaClient {
+
+// The items as the engine takes them. The client handle that it carries is the hash of the
+// application's, or 0 for none.
+std::vector<OpxOpc::OpxItemIdentifier> CreateItemIdentifierVector(const std::vector<ItemIdentifier>& itemIdentifiers);
+
+// What a native call said to each item: the call's result and the codes, which may be fewer than items.
+class ItemResults {
+public:
+    ItemResults(std::int32_t hr, const std::vector<std::int32_t>& errors) : hr_(hr), errors_(errors) {}
+
+    // The code of item `i`. While the call's result is 0, every item's is.
+    std::int32_t operator[](std::size_t i) const {
+        if (hr_ == S_OK) return S_OK;
+        return i < errors_.size() ? errors_[i] : S_OK;
+    }
+    ReturnCode returnCode(bool allQualitiesGood) const;
+
+private:
+    std::int32_t hr_;
+    const std::vector<std::int32_t>& errors_;
+};
+
+// Copies handles, types and results back into `identifiers` and makes the values: a default one
+// where the item's result is not 0. `allGood` becomes false when a quality is not good.
+std::vector<ItemValue> ReadItemValues(const std::vector<OpxOpc::OpxItemIdentifier>& items,
+                                      const std::vector<OpxOpc::OpxItemValue>& values, const ItemResults& results,
+                                      std::vector<ItemIdentifier>& identifiers, bool& allGood);
+
+// 100-ns units since 1601 UTC as a UTC time.
+DateTime GetDateTimeFromFileTimeUtc(const FILETIME& fileTime);
+
+}  // namespace Korvex::OPC::OpcDaClient

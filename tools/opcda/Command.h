@@ -1,0 +1,31 @@
+// What the tool's commands share.
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include <korvex/native/OpxString.h>
+
+namespace CLI {
+class App;
+}
+
+namespace Korvex::Tool {
+
+// The tool's exit statuses.
+enum ExitStatus : int {
+    kSuccess = 0,
+    kItemsFailed = 1,  // the call was made, and at least one item has a result that is not a success
+    kUsage = 2,
+    kServerFailed = 3,  // the server could not be reached, or refused the whole call
+};
+
+// Where a command prints to.
+struct Output {
+    std::ostream& out;
+    bool terminal;
+};
+
+}  // namespace Korvex::Tool

@@ -1,0 +1,44 @@
+#include "Table.h"
+
+#include <algorithm>
+#include <ostream>
+
+namespace Korvex::Tool {
+namespace {
+
+constexpr const char* kColumnGap = "  ";
+constexpr const char* kBold = "\033[1m";
+constexpr const char* kPlain = "\033[0m";
+
+// Code points, which for what this tool prints is as good as columns.
+std::size_t width(const std::string& utf8) {
+    return static_cast<std::size_t>(
+        std::count_if(utf8.begin(), utf8.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+
+std::string padded(const std::string& cell, std::size_t columns) {
+    return cell + std::string(columns - width(cell), ' ');
+}
+
+}  // namespace
+
+void Table::print(std::ostream& out, bool styled) const {
+    std::vector<std::size_t> widths(rows_.front().size());
+    for (const Row& row : rows_) {
+        for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], width(row[i]));
+    }
+    for (const Row& row : rows_) {
+        std::string line;
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            if (i != 0) line += kColumnGap;
+            line += i + 1 == row.size() ? row[i] : padded(row[i], widths[i]);
+        }
+        const bool isHeader = &row == &rows_.front();
+        if (styled && isHeader)
+            out << kBold << line << kPlain << '\n';
+        else
+            out << line << '\n';
+    }
+}
+
+}  // namespace Korvex::Tool

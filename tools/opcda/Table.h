@@ -1,0 +1,25 @@
+// Rows of text in aligned columns.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+namespace Korvex::Tool {
+
+class Table {
+public:
+    using Row = std::vector<std::string>;
+
+    explicit Table(Row header) : rows_{std::move(header)} {}
+
+    void add(Row row) { rows_.push_back(std::move(row)); }
+
+    // With `styled`, the header is set off with terminal attributes.
+    void print(std::ostream& out, bool styled) const;
+
+private:
+    std::vector<Row> rows_;
+};
+
+}  // namespace Korvex::Tool

@@ -1,0 +1,16 @@
+// Values of the object API as JSON.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <korvex/opc_da_client/Object.h>
+
+namespace Korvex::Tool {
+
+using Json = nlohmann::ordered_json;
+
+// Numbers that JSON cannot hold exactly in every reader (64-bit integers outside 2^53, decimals, NaN
+// and infinities) become text, dates ISO 8601 text.
+Json toJson(const OPC::OpcDaClient::Object& value);
+
+}  // namespace Korvex::Tool
