@@ -41,7 +41,7 @@ bool isCalendarTime(const CalendarTime& t) noexcept {
 
 std::int64_t secondsOf(const CalendarTime& t) noexcept {
     const std::int64_t days = std::chrono::sys_days(dateOf(t)).time_since_epoch().count();
-    return days * kSecondsOfDay + t.hour * 3600 + t.minute * 60 + t.second;
+    return days * kSecondsOfDay + std::int64_t{t.hour} * 3600 + std::int64_t{t.minute} * 60 + t.second;
 }
 
 CalendarTime utcCalendarTime(std::int64_t seconds) {

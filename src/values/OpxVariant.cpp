@@ -198,13 +198,13 @@ OpxVariant OpxVariant::arrayOf(VType element, std::vector<OpxVariant> elements) 
     return result;
 }
 
-OpxVariant OpxVariant::unknown() noexcept {
+OpxVariant OpxVariant::unknown() {
     OpxVariant result;
     result.payload_ = Unknown{};
     return result;
 }
 
-OpxVariant OpxVariant::error(std::int32_t reason) noexcept {
+OpxVariant OpxVariant::error(std::int32_t reason) {
     OpxVariant result;
     result.payload_ = Error{reason};
     return result;

@@ -37,10 +37,10 @@ public:
     static OpxVariant arrayOf(Opx::VType element, std::vector<OpxVariant> elements);
 
     // Tag Unknown: something was delivered that no tag describes.
-    static OpxVariant unknown() noexcept;
+    static OpxVariant unknown();
 
     // Tag Error with the reason of a failed conversion.
-    static OpxVariant error(std::int32_t reason) noexcept;
+    static OpxVariant error(std::int32_t reason);
 
     OpxVariant& operator=(bool value);
     OpxVariant& operator=(std::int8_t value);
