@@ -29,6 +29,8 @@ inline constexpr WORD kLimitLow = 0x01;
 inline constexpr WORD kLimitHigh = 0x02;
 inline constexpr WORD kLimitConstant = 0x03;
 
-constexpr bool isGood(WORD quality) noexcept { return (quality & 0xC0) == kQualityGood; }
+constexpr bool isGood(WORD quality) noexcept {
+    return (quality & 0xC0) == kQualityGood;
+}
 
 }  // namespace Korvex::Simulation

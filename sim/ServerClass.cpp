@@ -18,7 +18,7 @@ public:
         // What steers the server is never at fault.
         const std::string wanted = interfaceName(riid);
         if (wanted.empty()) return object ? guarded(create) : E_POINTER;
-        return serve("IClassFactory::CreateInstance (IID_" + wanted + ")", note(), outputs(out(object)), create);
+        return serve(methodAbout("IClassFactory::CreateInstance", wanted), note(), outputs(out(object)), create);
     }
 
     HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }

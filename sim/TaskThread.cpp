@@ -19,7 +19,9 @@ struct TaskThread::State {
 
 TaskThread::TaskThread() : state_(std::make_shared<State>()) {}
 
-TaskThread::~TaskThread() { stop(); }
+TaskThread::~TaskThread() {
+    stop();
+}
 
 void TaskThread::postAt(Clock::time_point time, Task task) {
     const std::lock_guard lock(state_->mutex);

@@ -11,7 +11,7 @@ namespace Korvex::Simulation {
 HRESULT CompositeObject::QueryInterface(REFIID riid, void** object) {
     const std::string wanted = interfaceName(riid);
     if (!object || wanted.empty()) return giveInterface(riid, object);
-    return serve(std::string(name_) + "::QueryInterface (IID_" + wanted + ")", note(), outputs(out(object)),
+    return serve(methodAbout(std::string(name_).append("::QueryInterface"), wanted), note(), outputs(out(object)),
                  [&] { return giveInterface(riid, object); });
 }
 

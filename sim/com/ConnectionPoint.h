@@ -69,7 +69,7 @@ public:
 
 private:
     static std::string method(const char* name) {
-        return std::string("IConnectionPoint::") + name + " (IID_" + interfaceName(iidOf<Sink>()) + ")";
+        return methodAbout(std::string("IConnectionPoint::").append(name), interfaceName(iidOf<Sink>()));
     }
 
     CompositeObject& owner_;
@@ -95,7 +95,7 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE FindConnectionPoint(REFIID riid, IConnectionPoint** point) override {
-        return serve("IConnectionPointContainer::FindConnectionPoint (IID_" + interfaceName(riid) + ")", note(),
+        return serve(methodAbout("IConnectionPointContainer::FindConnectionPoint", interfaceName(riid)), note(),
                      outputs(out(point)), [&]() -> HRESULT {
                          if (riid != iidOf<Sink>()) return CONNECT_E_NOCONNECTION;
                          *point = Com::ComPtr<IConnectionPoint>(&point_).detach();

@@ -13,7 +13,9 @@
 namespace Korvex::Simulation {
 
 // How one element is handed to the caller, who owns what comes out.
-inline LPOLESTR handOut(const OpxString& text) { return giveText(text); }
+inline LPOLESTR handOut(const OpxString& text) {
+    return giveText(text);
+}
 template <typename Interface>
 Interface* handOut(const Com::ComPtr<Interface>& pointer) {
     return Com::ComPtr<Interface>(pointer).detach();
@@ -23,7 +25,9 @@ struct Connection {
     Com::ComPtr<IUnknown> sink;
     DWORD cookie;
 };
-inline CONNECTDATA handOut(const Connection& connection) { return {handOut(connection.sink), connection.cookie}; }
+inline CONNECTDATA handOut(const Connection& connection) {
+    return {handOut(connection.sink), connection.cookie};
+}
 
 template <typename Interface, typename Element, typename Raw>
 class Enumerator final : public ComClass<Interface> {

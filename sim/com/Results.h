@@ -14,10 +14,18 @@ namespace Korvex::Simulation {
 // Gives back what one element of such an array owns besides its own bytes.
 template <typename T>
 void dispose(T&) noexcept {}
-inline void dispose(LPWSTR& text) noexcept { CoTaskMemFree(text); }
-inline void dispose(VARIANT& value) noexcept { VariantClear(&value); }
-inline void dispose(OPCITEMSTATE& state) noexcept { VariantClear(&state.vDataValue); }
-inline void dispose(OPCITEMRESULT& result) noexcept { CoTaskMemFree(result.pBlob); }
+inline void dispose(LPWSTR& text) noexcept {
+    CoTaskMemFree(text);
+}
+inline void dispose(VARIANT& value) noexcept {
+    VariantClear(&value);
+}
+inline void dispose(OPCITEMSTATE& state) noexcept {
+    VariantClear(&state.vDataValue);
+}
+inline void dispose(OPCITEMRESULT& result) noexcept {
+    CoTaskMemFree(result.pBlob);
+}
 inline void dispose(OPCITEMATTRIBUTES& attributes) noexcept {
     CoTaskMemFree(attributes.szAccessPath);
     CoTaskMemFree(attributes.szItemID);
@@ -75,7 +83,9 @@ inline LPWSTR giveText(OpxStringView text) {
 }
 
 // The text of an argument, where null counts as empty.
-inline OpxStringView viewOf(LPCWSTR text) noexcept { return text ? OpxStringView(text) : OpxStringView(); }
+inline OpxStringView viewOf(LPCWSTR text) noexcept {
+    return text ? OpxStringView(text) : OpxStringView();
+}
 
 // S_FALSE if an element failed, else S_OK.
 inline HRESULT overallResult(Results<HRESULT>& errors) noexcept {

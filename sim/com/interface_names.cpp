@@ -1,6 +1,7 @@
 #include "sim/com/interface_names.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "com/opc_interfaces.h"
 
@@ -43,9 +44,13 @@ const NamedInterface kInterfaces[] = {
 }  // namespace
 
 std::string interfaceName(REFIID riid) {
-    const auto* found =
-        std::find_if(std::begin(kInterfaces), std::end(kInterfaces), [&](const auto& each) { return *each.iid == riid; });
+    const auto* found = std::find_if(std::begin(kInterfaces), std::end(kInterfaces),
+                                     [&](const auto& each) { return *each.iid == riid; });
     return found == std::end(kInterfaces) ? std::string() : std::string(found->name);
+}
+
+std::string methodAbout(std::string method, std::string_view interfaceName) {
+    return std::move(method.append(" (IID_").append(interfaceName).append(")"));
 }
 
 bool isDataAccess3(std::string_view name) {

@@ -63,8 +63,7 @@ HRESULT AsyncIoFacet::startWrite(DWORD count, const OPCHANDLE* handles, DWORD tr
         return S_OK;
     });
     if (writes.empty()) return result;
-    *cancelId =
-        group().transactions().start(transaction, [writes = std::move(writes)] { return writeAll(writes); });
+    *cancelId = group().transactions().start(transaction, [writes = std::move(writes)] { return writeAll(writes); });
     return result;
 }
 
@@ -94,7 +93,8 @@ HRESULT AsyncIoFacet::Write(DWORD count, OPCHANDLE* handles, VARIANT* values, DW
             if (!values) return E_INVALIDARG;
             const LCID locale = group().settings().locale;
             return startWrite(count, handles, transaction, cancelId, errors, [&](DWORD i, const GroupItem& item) {
-                return [item = item.item, value = Value(values[i]), locale] { return item->write(value.get(), locale); };
+                return
+                    [item = item.item, value = Value(values[i]), locale] { return item->write(value.get(), locale); };
             });
         });
 }

@@ -29,7 +29,9 @@ bool hasChanged(const Sample& before, const Sample& after, const PlantItem& item
 
 }  // namespace
 
-void DataPublisher::wake() { schedule(TaskThread::Clock::now(), ++generation_); }
+void DataPublisher::wake() {
+    schedule(TaskThread::Clock::now(), ++generation_);
+}
 
 void DataPublisher::restart() {
     tellAll_ = true;
@@ -53,7 +55,8 @@ void DataPublisher::cycle(unsigned generation) {
     const auto begun = TaskThread::Clock::now();
     if (tellAll_.exchange(false)) told_.clear();
     if (settings.callbacksEnabled) publish(settings);
-    const DWORD pause = settings.keepAlive == 0 ? settings.updateRate : std::min(settings.updateRate, settings.keepAlive);
+    const DWORD pause =
+        settings.keepAlive == 0 ? settings.updateRate : std::min(settings.updateRate, settings.keepAlive);
     schedule(begun + milliseconds(pause), generation);
 }
 

@@ -36,7 +36,9 @@ Group::Group(std::weak_ptr<Server> server, OPCHANDLE handle, GroupSettings setti
     ++simulation().census.groups;
 }
 
-Group::~Group() { remove(); }
+Group::~Group() {
+    remove();
+}
 
 GroupSettings Group::settings() const {
     const std::lock_guard lock(mutex_);

@@ -24,6 +24,8 @@ constexpr DWORD revisedRate(DWORD requested) noexcept {
     return requested < kMinimumUpdateRate ? kMinimumUpdateRate : requested;
 }
 
-constexpr bool isDeadband(float percent) noexcept { return percent >= 0 && percent <= 100; }
+constexpr bool isDeadband(float percent) noexcept {
+    return percent >= 0 && percent <= 100;
+}
 
 }  // namespace Korvex::Simulation

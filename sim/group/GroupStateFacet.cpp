@@ -26,23 +26,23 @@ HRESULT GroupStateFacet::GetState(DWORD* updateRate, BOOL* active, LPWSTR* name,
 
 HRESULT GroupStateFacet::SetState(DWORD* requestedRate, DWORD* revisedUpdateRate, BOOL* active, LONG* timeBias,
                                   FLOAT* deadband, DWORD* locale, OPCHANDLE* clientHandle) {
-    return serveGroup(
-        "IOPCGroupStateMgt::SetState", note("rate", requestedRate, "active", active, "deadband", deadband),
-        outputs(out(revisedUpdateRate)), [&]() -> HRESULT {
-            if (deadband && !isDeadband(*deadband)) return E_INVALIDARG;
-            const bool activated = active && *active && !group().settings().active;
-            group().changeSettings([&](GroupSettings& settings) {
-                if (requestedRate) settings.updateRate = revisedRate(*requestedRate);
-                if (active) settings.active = *active != FALSE;
-                if (timeBias) settings.timeBias = *timeBias;
-                if (deadband) settings.deadband = *deadband;
-                if (locale) settings.locale = *locale;
-                if (clientHandle) settings.clientHandle = *clientHandle;
-                *revisedUpdateRate = settings.updateRate;
-            });
-            if (activated) group().publisher().restart();
-            return requestedRate && *requestedRate != *revisedUpdateRate ? OPC_S_UNSUPPORTEDRATE : S_OK;
-        });
+    return serveGroup("IOPCGroupStateMgt::SetState",
+                      note("rate", requestedRate, "active", active, "deadband", deadband),
+                      outputs(out(revisedUpdateRate)), [&]() -> HRESULT {
+                          if (deadband && !isDeadband(*deadband)) return E_INVALIDARG;
+                          const bool activated = active && *active && !group().settings().active;
+                          group().changeSettings([&](GroupSettings& settings) {
+                              if (requestedRate) settings.updateRate = revisedRate(*requestedRate);
+                              if (active) settings.active = *active != FALSE;
+                              if (timeBias) settings.timeBias = *timeBias;
+                              if (deadband) settings.deadband = *deadband;
+                              if (locale) settings.locale = *locale;
+                              if (clientHandle) settings.clientHandle = *clientHandle;
+                              *revisedUpdateRate = settings.updateRate;
+                          });
+                          if (activated) group().publisher().restart();
+                          return requestedRate && *requestedRate != *revisedUpdateRate ? OPC_S_UNSUPPORTEDRATE : S_OK;
+                      });
 }
 
 HRESULT GroupStateFacet::SetName(LPCWSTR name) {

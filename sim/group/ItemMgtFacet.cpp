@@ -72,14 +72,14 @@ HRESULT ItemMgtFacet::AddItems(DWORD count, OPCITEMDEF* definitions, OPCITEMRESU
 
 HRESULT ItemMgtFacet::ValidateItems(DWORD count, OPCITEMDEF* definitions, BOOL blobUpdate, OPCITEMRESULT** results,
                                     HRESULT** errors) {
-    return serveGroup(
-        "IOPCItemMgt::ValidateItems", note("count", count, "blobs", blobUpdate),
-        outputs(array(results, count), array(errors, count)), [&] {
-            const bool blobs = blobUpdate != FALSE && simulation().options.get().blobs;
-            return examineAll(count, definitions, results, errors, [&](const GroupItem&, OPCITEMRESULT& valid) {
-                if (blobs) addBlob(valid);
-            });
-        });
+    return serveGroup("IOPCItemMgt::ValidateItems", note("count", count, "blobs", blobUpdate),
+                      outputs(array(results, count), array(errors, count)), [&] {
+                          const bool blobs = blobUpdate != FALSE && simulation().options.get().blobs;
+                          return examineAll(count, definitions, results, errors,
+                                            [&](const GroupItem&, OPCITEMRESULT& valid) {
+                                                if (blobs) addBlob(valid);
+                                            });
+                      });
 }
 
 HRESULT ItemMgtFacet::RemoveItems(DWORD count, OPCHANDLE* handles, HRESULT** errors) {

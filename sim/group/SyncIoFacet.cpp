@@ -35,27 +35,27 @@ HRESULT SyncIoFacet::Write(DWORD count, OPCHANDLE* handles, VARIANT* values, HRE
 
 HRESULT SyncIoFacet::ReadMaxAge(DWORD count, OPCHANDLE* handles, DWORD* maximumAges, VARIANT** values, WORD** qualities,
                                 FILETIME** times, HRESULT** errors) {
-    return serveGroup(
-        "IOPCSyncIO2::ReadMaxAge", note("count", count, "maxage", maximumAges),
-        outputs(array(values, count), array(qualities, count), array(times, count), array(errors, count)),
-        [&]() -> HRESULT {
-            if (!maximumAges) return E_INVALIDARG;
-            Results<VARIANT> readValues(count);
-            Results<WORD> readQualities(count);
-            Results<FILETIME> readTimes(count);
-            const HRESULT result = forEachItem(count, handles, errors, [&](DWORD i, const GroupItem& item) {
-                Sample sample = group().read(item, ReadSource::upToAge(maximumAges[i]));
-                readValues[i] = sample.value.detach();
-                readQualities[i] = sample.quality;
-                readTimes[i] = sample.time;
-                return sample.error;
-            });
-            if (failed(result)) return result;
-            readValues.give(values);
-            readQualities.give(qualities);
-            readTimes.give(times);
-            return result;
-        });
+    return serveGroup("IOPCSyncIO2::ReadMaxAge", note("count", count, "maxage", maximumAges),
+                      outputs(array(values, count), array(qualities, count), array(times, count), array(errors, count)),
+                      [&]() -> HRESULT {
+                          if (!maximumAges) return E_INVALIDARG;
+                          Results<VARIANT> readValues(count);
+                          Results<WORD> readQualities(count);
+                          Results<FILETIME> readTimes(count);
+                          const HRESULT result =
+                              forEachItem(count, handles, errors, [&](DWORD i, const GroupItem& item) {
+                                  Sample sample = group().read(item, ReadSource::upToAge(maximumAges[i]));
+                                  readValues[i] = sample.value.detach();
+                                  readQualities[i] = sample.quality;
+                                  readTimes[i] = sample.time;
+                                  return sample.error;
+                              });
+                          if (failed(result)) return result;
+                          readValues.give(values);
+                          readQualities.give(qualities);
+                          readTimes.give(times);
+                          return result;
+                      });
 }
 
 HRESULT SyncIoFacet::WriteVQT(DWORD count, OPCHANDLE* handles, OPCITEMVQT* values, HRESULT** errors) {

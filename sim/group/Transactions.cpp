@@ -26,13 +26,14 @@ DWORD Transactions::start(DWORD transaction, Operation operation) {
         cancelId = ++lastCancelId_;
         waiting_.emplace(cancelId, transaction);
     }
+    const Completion mode = simulation().completions.mode();
     const auto done = std::make_shared<std::promise<void>>();
     const std::future<void> completed = done->get_future();
-    thread_.post([weak = group_.weak_from_this(), cancelId, operation = std::move(operation), done] {
-        if (const auto group = weak.lock()) group->transactions().run(cancelId, operation);
+    thread_.post([weak = group_.weak_from_this(), cancelId, mode, operation = std::move(operation), done] {
+        if (const auto group = weak.lock()) group->transactions().run(cancelId, operation, mode);
         done->set_value();
     });
-    if (simulation().completions.mode() == Completion::early) completed.wait_for(kEarlyPatience);
+    if (mode == Completion::early) completed.wait_for(kEarlyPatience);
     return cancelId;
 }
 
@@ -51,7 +52,7 @@ HRESULT Transactions::cancel(DWORD cancelId) {
     return S_OK;
 }
 
-void Transactions::run(DWORD cancelId, const Operation& operation) {
+void Transactions::run(DWORD cancelId, const Operation& operation, Completion mode) {
     simulation().completions.waitWhileHeld([this] { return group_.isRemoved(); });
     DWORD transaction = 0;
     {
@@ -64,11 +65,10 @@ void Transactions::run(DWORD cancelId, const Operation& operation) {
     if (group_.isRemoved()) return;
     Callback callback = operation();
     callback.transaction = transaction;
-    complete(std::move(callback));
+    complete(std::move(callback), mode);
 }
 
-void Transactions::complete(Callback callback) {
-    const Completion mode = simulation().completions.mode();
+void Transactions::complete(Callback callback, Completion mode) {
     if (mode == Completion::dropped) return;
     if (mode == Completion::unknownTransaction) callback.transaction ^= kForeign;
     if (mode == Completion::unknownHandle && !callback.items.empty()) callback.items.front().clientHandle ^= kForeign;

@@ -7,6 +7,7 @@
 
 #include "sim/TaskThread.h"
 #include "sim/group/callbacks.h"
+#include "sim/steering/CompletionFaults.h"
 
 namespace Korvex::Simulation {
 
@@ -17,15 +18,16 @@ public:
 
     explicit Transactions(Group& group) noexcept : group_(group) {}
 
-    // Queues an operation; returns the number with which it can be cancelled.
+    // Queues an operation, to be completed as is commanded now; returns the number with which it can
+    // be cancelled.
     DWORD start(DWORD transaction, Operation operation);
     // E_FAIL if the operation has begun or there was none.
     HRESULT cancel(DWORD cancelId);
     void stop() { thread_.stop(); }
 
 private:
-    void run(DWORD cancelId, const Operation& operation);
-    void complete(Callback callback);
+    void run(DWORD cancelId, const Operation& operation, Completion mode);
+    void complete(Callback callback, Completion mode);
 
     Group& group_;
     std::mutex mutex_;

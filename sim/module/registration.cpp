@@ -19,8 +19,14 @@ Korvex::Com::ModuleRegistration registration() {
 }  // namespace
 
 // Threads of groups may still run, so the module stays.
-STDAPI DllCanUnloadNow() { return S_FALSE; }
+STDAPI DllCanUnloadNow() {
+    return S_FALSE;
+}
 
-STDAPI DllRegisterServer() { return Korvex::Com::registerModule(registration()); }
+STDAPI DllRegisterServer() {
+    return Korvex::Com::registerModule(registration());
+}
 
-STDAPI DllUnregisterServer() { return Korvex::Com::unregisterModule(registration()); }
+STDAPI DllUnregisterServer() {
+    return Korvex::Com::unregisterModule(registration());
+}

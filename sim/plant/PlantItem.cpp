@@ -23,10 +23,7 @@ bool clamp(Value& value, const AnalogRange& range) {
 }  // namespace
 
 PlantItem::PlantItem(ItemDefinition definition)
-    : definition_(std::move(definition)),
-      value_(definition_.initial),
-      quality_(definition_.quality),
-      time_(now()) {}
+    : definition_(std::move(definition)), value_(definition_.initial), quality_(definition_.quality), time_(now()) {}
 
 VARTYPE PlantItem::canonicalType() const {
     const std::lock_guard lock(mutex_);

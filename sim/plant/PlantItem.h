@@ -27,7 +27,7 @@ struct ItemDefinition {
     std::optional<AnalogRange> analog{};
     std::vector<OpxString> states{};          // of an enumerated item
     std::function<Value(FILETIME)> signal{};  // of an item that moves by itself
-    DWORD deviceMilliseconds = 0;           // that a read from the device takes
+    DWORD deviceMilliseconds = 0;             // that a read from the device takes
     HRESULT readError = S_OK;
 };
 

@@ -61,8 +61,9 @@ bool sameDecimals(const DECIMAL& a, const DECIMAL& b) noexcept {
     return a.signscale == b.signscale && a.Hi32 == b.Hi32 && a.Lo64 == b.Lo64;
 }
 
-constexpr std::array<VARTYPE, 16> kScalarTypes = {VT_I2,   VT_I4,      VT_R4, VT_R8,  VT_CY,  VT_DATE, VT_BSTR, VT_BOOL,
-                                                  VT_VARIANT, VT_DECIMAL, VT_I1, VT_UI1, VT_UI2, VT_UI4,  VT_I8,   VT_UI8};
+constexpr std::array<VARTYPE, 16> kScalarTypes = {VT_I2,   VT_I4,   VT_R4,      VT_R8,      VT_CY, VT_DATE,
+                                                  VT_BSTR, VT_BOOL, VT_VARIANT, VT_DECIMAL, VT_I1, VT_UI1,
+                                                  VT_UI2,  VT_UI4,  VT_I8,      VT_UI8};
 
 bool isScalarType(VARTYPE type) noexcept {
     return std::find(kScalarTypes.begin(), kScalarTypes.end(), type) != kScalarTypes.end();
@@ -92,8 +93,8 @@ HRESULT convertScalar(const Value& value, VARTYPE type, LCID lcid, Value& conver
     }
     if (value.type() == VT_EMPTY || value.type() == VT_NULL) return OPC_E_BADTYPE;
     Value result;
-    const HRESULT hr = VariantChangeTypeEx(result.address(), const_cast<VARIANT*>(&value.get()), lcid,
-                                           VARIANT_ALPHABOOL, type);
+    const HRESULT hr =
+        VariantChangeTypeEx(result.address(), const_cast<VARIANT*>(&value.get()), lcid, VARIANT_ALPHABOOL, type);
     if (succeeded(hr)) converted = std::move(result);
     return conversionResult(hr);
 }
@@ -113,12 +114,24 @@ bool operator==(const Value& a, const Value& b) noexcept {
     return std::memcmp(&a.get().llVal, &b.get().llVal, payloadSize(a.type())) == 0;
 }
 
-Value makeBool(bool truth) { return makeScalar<SHORT>(VT_BOOL, truth ? VARIANT_TRUE : VARIANT_FALSE); }
-Value makeInt32(std::int32_t number) { return makeScalar(VT_I4, number); }
-Value makeDouble(double number) { return makeScalar(VT_R8, number); }
-Value makeDate(DATE date) { return makeScalar(VT_DATE, date); }
-Value makeText(OpxStringView text) { return makeScalar(VT_BSTR, Com::makeBstr(text).release()); }
-Value makeCurrency(std::int64_t units) { return makeScalar(VT_CY, units); }
+Value makeBool(bool truth) {
+    return makeScalar<SHORT>(VT_BOOL, truth ? VARIANT_TRUE : VARIANT_FALSE);
+}
+Value makeInt32(std::int32_t number) {
+    return makeScalar(VT_I4, number);
+}
+Value makeDouble(double number) {
+    return makeScalar(VT_R8, number);
+}
+Value makeDate(DATE date) {
+    return makeScalar(VT_DATE, date);
+}
+Value makeText(OpxStringView text) {
+    return makeScalar(VT_BSTR, Com::makeBstr(text).release());
+}
+Value makeCurrency(std::int64_t units) {
+    return makeScalar(VT_CY, units);
+}
 
 Value makeDecimal(bool negative, std::uint64_t digits, BYTE scale) {
     Value value;

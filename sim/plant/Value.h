@@ -62,8 +62,12 @@ Value makeCurrency(std::int64_t units);
 // `digits` divided by the scale-th power of ten.
 Value makeDecimal(bool negative, std::uint64_t digits, BYTE scale);
 
-constexpr VARTYPE arrayOf(VARTYPE elementType) noexcept { return static_cast<VARTYPE>(elementType | VT_ARRAY); }
-constexpr VARTYPE elementOf(VARTYPE arrayType) noexcept { return static_cast<VARTYPE>(arrayType & ~VT_ARRAY); }
+constexpr VARTYPE arrayOf(VARTYPE elementType) noexcept {
+    return static_cast<VARTYPE>(elementType | VT_ARRAY);
+}
+constexpr VARTYPE elementOf(VARTYPE arrayType) noexcept {
+    return static_cast<VARTYPE>(arrayType & ~VT_ARRAY);
+}
 
 // A one-dimensional array; the elements are of `elementType`, or of any type if that is VT_VARIANT.
 Value makeArray(VARTYPE elementType, const std::vector<Value>& elements);

@@ -26,7 +26,9 @@ enum PropertyId : DWORD {
     kLowEu = 103,
 };
 
-bool isRead(DWORD id) { return id == kValue || id == kQuality || id == kTimestamp; }
+bool isRead(DWORD id) {
+    return id == kValue || id == kQuality || id == kTimestamp;
+}
 
 HRESULT readProperty(PlantItem& item, DWORD id, Value& value) {
     const Sample sample = item.scan();

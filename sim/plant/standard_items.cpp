@@ -90,10 +90,18 @@ double phase(FILETIME time, unsigned seconds) {
     return static_cast<double>(ticksOf(time) % cycle) / static_cast<double>(cycle);
 }
 
-Value ramp(FILETIME time) { return makeDouble(100 * phase(time, 10)); }
-Value sine(FILETIME time) { return makeDouble(100 * std::sin(2 * std::acos(-1.0) * phase(time, 10))); }
-Value square(FILETIME time) { return makeBool(phase(time, 2) < 0.5); }
-Value clock(FILETIME time) { return makeDate(toDate(time)); }
+Value ramp(FILETIME time) {
+    return makeDouble(100 * phase(time, 10));
+}
+Value sine(FILETIME time) {
+    return makeDouble(100 * std::sin(2 * std::acos(-1.0) * phase(time, 10)));
+}
+Value square(FILETIME time) {
+    return makeBool(phase(time, 2) < 0.5);
+}
+Value clock(FILETIME time) {
+    return makeDate(toDate(time));
+}
 
 Signal randomNumbers() {
     return [generator = std::make_shared<std::mt19937>(1)](FILETIME) {
@@ -123,7 +131,8 @@ void addSignals(std::vector<ItemDefinition>& items) {
     addSignal(items, OLESTR("Signal.Ramp"), makeDouble(0), OLESTR("Rises from 0 to 100 in ten seconds"), ramp, percent);
     addSignal(items, OLESTR("Signal.Sine"), makeDouble(0), OLESTR("Swings between -100 and 100"), sine, swing);
     addSignal(items, OLESTR("Signal.Square"), makeBool(false), OLESTR("Changes every second"), square);
-    addSignal(items, OLESTR("Signal.Random"), makeDouble(0), OLESTR("Anything from 0 to 100"), randomNumbers(), percent);
+    addSignal(items, OLESTR("Signal.Random"), makeDouble(0), OLESTR("Anything from 0 to 100"), randomNumbers(),
+              percent);
     addSignal(items, OLESTR("Signal.Counter"), makeInt32(0), OLESTR("Counts how often it was sampled"), counter());
     addSignal(items, OLESTR("Signal.Clock"), makeDate(0), OLESTR("The server's time"), clock);
 }
@@ -188,8 +197,8 @@ std::vector<ItemDefinition> loadItems(std::size_t count) {
     std::vector<ItemDefinition> items;
     items.reserve(count);
     for (std::size_t i = 0; i < count; ++i)
-        items.push_back(
-            {OLESTR("Load.") + fromUtf8(std::to_string(i)), makeInt32(static_cast<std::int32_t>(i)), OLESTR("One of many")});
+        items.push_back({OLESTR("Load.") + fromUtf8(std::to_string(i)), makeInt32(static_cast<std::int32_t>(i)),
+                         OLESTR("One of many")});
     return items;
 }
 

@@ -7,7 +7,9 @@
 namespace Korvex::Simulation {
 namespace {
 
-bool isFlat() { return simulation().options.get().organization == OPC_NS_FLAT; }
+bool isFlat() {
+    return simulation().options.get().organization == OPC_NS_FLAT;
+}
 
 OpxString below(const OpxString& branch, OpxStringView name) {
     return branch.empty() ? OpxString(name) : branch + OLESTR(".") + OpxString(name);
@@ -88,15 +90,14 @@ HRESULT BrowseAddressSpaceFacet::BrowseOPCItemIDs(OPCBROWSETYPE browseType, LPCW
 }
 
 HRESULT BrowseAddressSpaceFacet::GetItemID(LPWSTR name, LPWSTR* itemId) {
-    return serve("IOPCBrowseServerAddressSpace::GetItemID", note("name", name), outputs(out(itemId)),
-                 [&]() -> HRESULT {
-                     const OpxString full(viewOf(name));
-                     const OpxString relative = full.empty() ? position() : below(position(), full);
-                     const bool known = simulation().plant.exists(relative);
-                     if (!known && !simulation().plant.exists(full)) return E_INVALIDARG;
-                     *itemId = giveText(known ? relative : full);
-                     return S_OK;
-                 });
+    return serve("IOPCBrowseServerAddressSpace::GetItemID", note("name", name), outputs(out(itemId)), [&]() -> HRESULT {
+        const OpxString full(viewOf(name));
+        const OpxString relative = full.empty() ? position() : below(position(), full);
+        const bool known = simulation().plant.exists(relative);
+        if (!known && !simulation().plant.exists(full)) return E_INVALIDARG;
+        *itemId = giveText(known ? relative : full);
+        return S_OK;
+    });
 }
 
 HRESULT BrowseAddressSpaceFacet::BrowseAccessPaths(LPCWSTR itemId, LPENUMSTRING* paths) {

@@ -68,7 +68,8 @@ HRESULT describeElement(const Element& found, const PropertyRequest& request, OP
 std::vector<Element> elementsBelow(OpxStringView branch) {
     if (simulation().options.get().organization == OPC_NS_HIERARCHIAL) return simulation().plant.children(branch);
     std::vector<Element> elements;
-    for (const auto& item : simulation().plant.itemsBelow(branch)) elements.push_back({item->id(), item->id(), false, item});
+    for (const auto& item : simulation().plant.itemsBelow(branch))
+        elements.push_back({item->id(), item->id(), false, item});
     return elements;
 }
 
@@ -111,7 +112,8 @@ std::size_t elementsPerCall(DWORD maximum, std::size_t left) {
 
 HRESULT BrowseFacet::GetProperties(DWORD itemCount, LPWSTR* itemIds, BOOL withValues, DWORD propertyCount,
                                    DWORD* propertyIds, OPCITEMPROPERTIES** properties) {
-    return serve("IOPCBrowse::GetProperties", note("items", itemCount, "values", withValues, "properties", propertyCount),
+    return serve("IOPCBrowse::GetProperties",
+                 note("items", itemCount, "values", withValues, "properties", propertyCount),
                  outputs(array(properties, itemCount)), [&]() -> HRESULT {
                      if (itemCount == 0 || !itemIds || (propertyCount > 0 && !propertyIds)) return E_INVALIDARG;
                      const auto request =
@@ -132,34 +134,36 @@ HRESULT BrowseFacet::GetProperties(DWORD itemCount, LPWSTR* itemIds, BOOL withVa
 HRESULT BrowseFacet::Browse(LPWSTR itemId, LPWSTR* point, DWORD maximum, OPCBROWSEFILTER filter, LPWSTR namePattern,
                             LPWSTR vendorFilter, BOOL allProperties, BOOL withValues, DWORD propertyCount,
                             DWORD* propertyIds, BOOL* moreElements, DWORD* count, OPCBROWSEELEMENT** elements) {
-    return serve(
-        "IOPCBrowse::Browse",
-        note("item", itemId, "continuation", point ? LPCWSTR(*point) : nullptr, "max", maximum, "filter", filter,
-             "name", namePattern, "vendor", vendorFilter),
-        outputs(out(moreElements), out(count), array(elements, count)), [&]() -> HRESULT {
-            if (!point || filter < OPC_BROWSE_FILTER_ALL || filter > OPC_BROWSE_FILTER_ITEMS) return E_INVALIDARG;
-            if (propertyCount > 0 && !propertyIds) return E_INVALIDARG;
-            const OpxStringView branch = viewOf(itemId);
-            std::vector<Element> found;
-            if (const HRESULT result = findElements(branch, filter, viewOf(namePattern), found); failed(result)) return result;
-            std::size_t position = 0;
-            if (!readContinuationPoint(*point, branch, found.size(), position)) return OPC_E_INVALIDCONTINUATIONPOINT;
+    return serve("IOPCBrowse::Browse",
+                 note("item", itemId, "continuation", point ? LPCWSTR(*point) : nullptr, "max", maximum, "filter",
+                      filter, "name", namePattern, "vendor", vendorFilter),
+                 outputs(out(moreElements), out(count), array(elements, count)), [&]() -> HRESULT {
+                     if (!point || filter < OPC_BROWSE_FILTER_ALL || filter > OPC_BROWSE_FILTER_ITEMS)
+                         return E_INVALIDARG;
+                     if (propertyCount > 0 && !propertyIds) return E_INVALIDARG;
+                     const OpxStringView branch = viewOf(itemId);
+                     std::vector<Element> found;
+                     if (const HRESULT result = findElements(branch, filter, viewOf(namePattern), found);
+                         failed(result))
+                         return result;
+                     std::size_t position = 0;
+                     if (!readContinuationPoint(*point, branch, found.size(), position))
+                         return OPC_E_INVALIDCONTINUATIONPOINT;
 
-            const std::size_t given = elementsPerCall(maximum, found.size() - position);
-            const auto request =
-                PropertyRequest::of(allProperties != FALSE, withValues != FALSE, propertyCount, propertyIds);
-            Results<OPCBROWSEELEMENT> described(given);
-            HRESULT overall = S_OK;
-            for (std::size_t i = 0; i < given; ++i)
-                if (describeElement(found[position + i], request, described[i]) != S_OK) overall = S_FALSE;
-            const bool finished = position + given == found.size();
-            const LPWSTR next =
-                giveText(finished ? OpxString() : continuationPoint(position + given, branch));
-            CoTaskMemFree(std::exchange(*point, next));
-            *count = static_cast<DWORD>(given);
-            described.give(elements);
-            return overall;
-        });
+                     const std::size_t given = elementsPerCall(maximum, found.size() - position);
+                     const auto request =
+                         PropertyRequest::of(allProperties != FALSE, withValues != FALSE, propertyCount, propertyIds);
+                     Results<OPCBROWSEELEMENT> described(given);
+                     HRESULT overall = S_OK;
+                     for (std::size_t i = 0; i < given; ++i)
+                         if (describeElement(found[position + i], request, described[i]) != S_OK) overall = S_FALSE;
+                     const bool finished = position + given == found.size();
+                     const LPWSTR next = giveText(finished ? OpxString() : continuationPoint(position + given, branch));
+                     CoTaskMemFree(std::exchange(*point, next));
+                     *count = static_cast<DWORD>(given);
+                     described.give(elements);
+                     return overall;
+                 });
 }
 
 }  // namespace Korvex::Simulation

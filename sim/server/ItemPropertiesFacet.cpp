@@ -52,8 +52,7 @@ HRESULT ItemPropertiesFacet::GetItemProperties(LPWSTR itemId, DWORD count, DWORD
                  });
 }
 
-HRESULT ItemPropertiesFacet::LookupItemIDs(LPWSTR itemId, DWORD count, DWORD* ids, LPWSTR** itemIds,
-                                           HRESULT** errors) {
+HRESULT ItemPropertiesFacet::LookupItemIDs(LPWSTR itemId, DWORD count, DWORD* ids, LPWSTR** itemIds, HRESULT** errors) {
     return serve("IOPCItemProperties::LookupItemIDs", note("item", itemId, "count", count),
                  outputs(array(itemIds, count), array(errors, count)), [&]() -> HRESULT {
                      if (count == 0 || !ids) return E_INVALIDARG;

@@ -15,9 +15,13 @@ constexpr OpxStringView kVendor = OLESTR("Korvex simulation server");
 constexpr DWORD kUnknownBandwidth = 0xFFFFFFFF;
 
 // This server has private groups only, and each belongs to a connection.
-bool hasGroups(OPCENUMSCOPE scope) { return scope != OPC_ENUM_PUBLIC && scope != OPC_ENUM_PUBLIC_CONNECTIONS; }
+bool hasGroups(OPCENUMSCOPE scope) {
+    return scope != OPC_ENUM_PUBLIC && scope != OPC_ENUM_PUBLIC_CONNECTIONS;
+}
 
-bool isScope(OPCENUMSCOPE scope) { return scope >= OPC_ENUM_PRIVATE_CONNECTIONS && scope <= OPC_ENUM_ALL; }
+bool isScope(OPCENUMSCOPE scope) {
+    return scope >= OPC_ENUM_PRIVATE_CONNECTIONS && scope <= OPC_ENUM_ALL;
+}
 
 Com::ComPtr<IUnknown> enumerateNames(const std::vector<Com::ComPtr<GroupObject>>& groups) {
     std::vector<OpxString> names;

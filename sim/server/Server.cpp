@@ -18,7 +18,8 @@ OPCHANDLE nextGroupHandle() {
 
 }  // namespace
 
-Server::Server() : startTime_(now()), locale_(LOCALE_SYSTEM_DEFAULT), shutdownSinks_(simulation().census.shutdownSinks) {}
+Server::Server()
+    : startTime_(now()), locale_(LOCALE_SYSTEM_DEFAULT), shutdownSinks_(simulation().census.shutdownSinks) {}
 
 HRESULT Server::addGroup(GroupSettings settings, REFIID riid, Com::ComPtr<IUnknown>& object,
                          const std::function<void(Group&)>& prepare) {
@@ -57,8 +58,8 @@ HRESULT Server::renameGroup(Group& group, const OpxString& name) {
 
 Com::ComPtr<GroupObject> Server::groupByName(OpxStringView name) const {
     const auto living = groups();
-    const auto found =
-        std::find_if(living.begin(), living.end(), [&](const auto& each) { return each->group().settings().name == name; });
+    const auto found = std::find_if(living.begin(), living.end(),
+                                    [&](const auto& each) { return each->group().settings().name == name; });
     return found == living.end() ? nullptr : *found;
 }
 
@@ -77,9 +78,13 @@ void Server::close() {
     shutdownSinks_.clear();
 }
 
-FILETIME Server::lastUpdate() const noexcept { return fileTime(lastUpdate_); }
+FILETIME Server::lastUpdate() const noexcept {
+    return fileTime(lastUpdate_);
+}
 
-void Server::noteUpdate() noexcept { lastUpdate_ = ticksOf(now()); }
+void Server::noteUpdate() noexcept {
+    lastUpdate_ = ticksOf(now());
+}
 
 void Server::requestShutdown(LPCWSTR reason) {
     for (const auto& [cookie, sink] : shutdownSinks_.snapshot()) sink->ShutdownRequest(reason);

@@ -10,8 +10,7 @@ namespace Korvex::Simulation {
 template <typename Interface>
 class ServerFacet : public Facet<Interface> {
 public:
-    ServerFacet(CompositeObject& owner, Server& server) noexcept
-        : Facet<Interface>(owner), server_(server) {}
+    ServerFacet(CompositeObject& owner, Server& server) noexcept : Facet<Interface>(owner), server_(server) {}
 
 protected:
     Server& server() const noexcept { return server_; }

@@ -37,7 +37,9 @@ std::uint64_t CommandWords::number(std::uint64_t maximum) {
     return value;
 }
 
-std::string_view CommandWords::remainder() noexcept { return std::exchange(rest_, {}); }
+std::string_view CommandWords::remainder() noexcept {
+    return std::exchange(rest_, {});
+}
 
 void CommandWords::end() const {
     if (!rest_.empty()) throw CommandError(std::string("too many words: ").append(rest_));

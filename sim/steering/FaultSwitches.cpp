@@ -9,7 +9,9 @@
 namespace Korvex::Simulation {
 namespace {
 
-std::string_view withoutInterface(std::string_view method) { return method.substr(0, method.find(" (")); }
+std::string_view withoutInterface(std::string_view method) {
+    return method.substr(0, method.find(" ("));
+}
 
 }  // namespace
 

@@ -20,7 +20,9 @@ std::string hexText(std::uint32_t code) {
     return text;
 }
 
-std::uint64_t Journal::begin(std::string call) { return append(std::move(call.append(kRunning))); }
+std::uint64_t Journal::begin(std::string call) {
+    return append(std::move(call.append(kRunning)));
+}
 
 void Journal::finish(std::uint64_t entry, HRESULT result) {
     const std::lock_guard lock(mutex_);
@@ -29,7 +31,9 @@ void Journal::finish(std::uint64_t entry, HRESULT result) {
     line.replace(line.size() - kRunning.size(), kRunning.size(), std::string(" -> ").append(hexText(result)));
 }
 
-void Journal::note(std::string event) { append(std::move(event)); }
+void Journal::note(std::string event) {
+    append(std::move(event));
+}
 
 std::string Journal::text() const {
     const std::lock_guard lock(mutex_);

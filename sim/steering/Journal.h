@@ -39,6 +39,8 @@ private:
 
 // "0x80004005".
 std::string hexText(std::uint32_t code);
-inline std::string hexText(HRESULT code) { return hexText(static_cast<std::uint32_t>(code)); }
+inline std::string hexText(HRESULT code) {
+    return hexText(static_cast<std::uint32_t>(code));
+}
 
 }  // namespace Korvex::Simulation

@@ -1,7 +1,9 @@
 #include "sim/steering/commands.h"
 
+#include <functional>
 #include <map>
 #include <memory>
+#include <utility>
 
 #include "sim/Simulation.h"
 #include "sim/server/Server.h"
@@ -11,15 +13,8 @@
 namespace Korvex::Simulation {
 namespace {
 
-using Handler = std::string (*)(CommandWords&);
-
-// Wraps what a command does and has nothing to say about.
-template <void (*Do)(CommandWords&)>
-std::string silently(CommandWords& words) {
-    Do(words);
-    words.end();
-    return {};
-}
+// What a command does, once all of it has been understood.
+using Action = std::function<void()>;
 
 template <typename Meaning>
 Meaning chosen(CommandWords& words, const std::map<std::string_view, Meaning>& meanings) {
@@ -29,172 +24,210 @@ Meaning chosen(CommandWords& words, const std::map<std::string_view, Meaning>& m
     return found->second;
 }
 
-bool onOrOff(CommandWords& words) { return chosen<bool>(words, {{"on", true}, {"off", false}}); }
-
 // ---- Faults --------------------------------------------------------------------------------------
 
-void fault(CommandWords& words) {
+Action fault(CommandWords& words) {
     const std::string_view method = words.method();
     const HRESULT code = words.code();
     std::optional<unsigned> nth;
     if (!words.isEmpty()) nth = static_cast<unsigned>(words.number());
     if (nth == 0U) throw CommandError("calls are counted from 1");
-    simulation().faults.fault(method, code, nth);
+    return [=] { simulation().faults.fault(method, code, nth); };
 }
 
-void refuse(CommandWords& words) { simulation().faults.refuse(words.word()); }
-void accept(CommandWords& words) { simulation().faults.accept(words.word()); }
-
-void profile(CommandWords& words) {
-    simulation().faults.refuseDataAccess3(chosen<bool>(words, {{"2", true}, {"3", false}}));
+Action refuse(CommandWords& words) {
+    return [name = words.word()] { simulation().faults.refuse(name); };
 }
 
-void delay(CommandWords& words) {
+Action accept(CommandWords& words) {
+    return [name = words.word()] { simulation().faults.accept(name); };
+}
+
+Action profile(CommandWords& words) {
+    const bool old = chosen<bool>(words, {{"2", true}, {"3", false}});
+    return [=] { simulation().faults.refuseDataAccess3(old); };
+}
+
+Action delay(CommandWords& words) {
     const std::string_view method = words.method();
-    simulation().faults.delay(method, std::chrono::milliseconds(words.number()));
+    const std::chrono::milliseconds time(words.number());
+    return [=] { simulation().faults.delay(method, time); };
 }
 
-void hang(CommandWords& words) { simulation().faults.hang(words.method()); }
-void release(CommandWords& words) { simulation().faults.release(words.method()); }
-void dead(CommandWords&) { simulation().faults.setDead(true); }
-void alive(CommandWords&) { simulation().faults.setDead(false); }
+Action hang(CommandWords& words) {
+    return [method = words.method()] { simulation().faults.hang(method); };
+}
 
-void answer(CommandWords& words) {
+Action release(CommandWords& words) {
+    return [method = words.method()] { simulation().faults.release(method); };
+}
+
+Action dead(CommandWords&) {
+    return [] { simulation().faults.setDead(true); };
+}
+
+Action alive(CommandWords&) {
+    return [] { simulation().faults.setDead(false); };
+}
+
+Action answer(CommandWords& words) {
     const std::string_view method = words.method();
     const Nonsense nonsense = words.isEmpty() ? Nonsense::none
                                               : chosen<Nonsense>(words, {{"null", Nonsense::nullEverything},
                                                                          {"null-values", Nonsense::nullValues},
                                                                          {"null-errors", Nonsense::nullErrors}});
-    simulation().faults.answer(method, nonsense);
+    return [=] { simulation().faults.answer(method, nonsense); };
 }
 
-void async(CommandWords& words) {
-    using Action = void (*)(CommandWords&);
-    static const std::map<std::string_view, Action> kActions = {
-        {"normal", [](CommandWords&) { simulation().completions.reset(); }},
-        {"hold", [](CommandWords&) { simulation().completions.hold(true); }},
-        {"release", [](CommandWords&) { simulation().completions.hold(false); }},
-        {"drop", [](CommandWords&) { simulation().completions.setMode(Completion::dropped); }},
-        {"double", [](CommandWords&) { simulation().completions.setMode(Completion::doubled); }},
-        {"unknown-transaction", [](CommandWords&) { simulation().completions.setMode(Completion::unknownTransaction); }},
-        {"unknown-handle", [](CommandWords&) { simulation().completions.setMode(Completion::unknownHandle); }},
-        {"early", [](CommandWords&) { simulation().completions.setMode(Completion::early); }},
-        {"null", [](CommandWords&) { simulation().completions.setMode(Completion::nullArrays); }},
-        {"masters",
-         [](CommandWords& codes) {
-             const HRESULT quality = codes.code();
-             simulation().completions.setMasters({quality, codes.code()});
-         }},
+Action holdCompletions(bool held) {
+    return [held] { simulation().completions.hold(held); };
+}
+
+template <Completion Mode>
+Action completeAs(CommandWords&) {
+    return [] { simulation().completions.setMode(Mode); };
+}
+
+Action setMasters(CommandWords& words) {
+    const HRESULT quality = words.code();
+    const HRESULT error = words.code();
+    return [=] { simulation().completions.setMasters({quality, error}); };
+}
+
+Action async(CommandWords& words) {
+    static const std::map<std::string_view, Action (*)(CommandWords&)> kFaults = {
+        {"normal", [](CommandWords&) -> Action { return [] { simulation().completions.reset(); }; }},
+        {"hold", [](CommandWords&) { return holdCompletions(true); }},
+        {"release", [](CommandWords&) { return holdCompletions(false); }},
+        {"drop", completeAs<Completion::dropped>},
+        {"double", completeAs<Completion::doubled>},
+        {"unknown-transaction", completeAs<Completion::unknownTransaction>},
+        {"unknown-handle", completeAs<Completion::unknownHandle>},
+        {"early", completeAs<Completion::early>},
+        {"null", completeAs<Completion::nullArrays>},
+        {"masters", setMasters},
     };
-    chosen(words, kActions)(words);
+    return chosen(words, kFaults)(words);
 }
 
 // ---- The server ----------------------------------------------------------------------------------
 
-void reset(CommandWords&) { simulation().reset(); }
-
-void state(CommandWords& words) {
-    const auto number = static_cast<std::int32_t>(words.number());
-    simulation().options.change([&](Options& options) { options.state = static_cast<OPCSERVERSTATE>(number); });
+Action reset(CommandWords&) {
+    return [] { simulation().reset(); };
 }
 
-void locales(CommandWords& words) {
+// Sets one of the options.
+template <typename Member>
+Action setOption(Member Options::*member, Member value) {
+    return [member, value = std::move(value)] {
+        simulation().options.change([&](Options& options) { options.*member = value; });
+    };
+}
+
+Action state(CommandWords& words) {
+    return setOption(&Options::state, static_cast<OPCSERVERSTATE>(static_cast<std::int32_t>(words.number())));
+}
+
+Action locales(CommandWords& words) {
     std::string list(words.word());
     for (char& c : list)
         if (c == ',') c = ' ';
     std::vector<LCID> accepted;
     for (CommandWords each(list); !each.isEmpty();) accepted.push_back(static_cast<LCID>(each.number()));
-    simulation().options.change([&](Options& options) { options.locales = accepted; });
+    return setOption(&Options::locales, std::move(accepted));
 }
 
-void organisation(CommandWords& words) {
-    const auto organization =
-        chosen<OPCNAMESPACETYPE>(words, {{"flat", OPC_NS_FLAT}, {"hierarchical", OPC_NS_HIERARCHIAL}});
-    simulation().options.change([&](Options& options) { options.organization = organization; });
+Action organisation(CommandWords& words) {
+    return setOption(&Options::organization,
+                     chosen<OPCNAMESPACETYPE>(words, {{"flat", OPC_NS_FLAT}, {"hierarchical", OPC_NS_HIERARCHIAL}}));
 }
 
-void handles(CommandWords& words) {
-    const bool zero = chosen<bool>(words, {{"zero", true}, {"usual", false}});
-    simulation().options.change([&](Options& options) { options.zeroHandles = zero; });
+Action handles(CommandWords& words) {
+    return setOption(&Options::zeroHandles, chosen<bool>(words, {{"zero", true}, {"usual", false}}));
 }
 
-void blobs(CommandWords& words) {
-    const bool on = onOrOff(words);
-    simulation().options.change([&](Options& options) { options.blobs = on; });
+Action blobs(CommandWords& words) {
+    return setOption(&Options::blobs, chosen<bool>(words, {{"on", true}, {"off", false}}));
 }
 
-void browseLimit(CommandWords& words) {
-    const auto limit = static_cast<DWORD>(words.number());
-    simulation().options.change([&](Options& options) { options.browseLimit = limit; });
+Action browseLimit(CommandWords& words) {
+    return setOption(&Options::browseLimit, static_cast<DWORD>(words.number()));
 }
 
-void load(CommandWords& words) {
+Action load(CommandWords& words) {
     constexpr std::uint64_t kMost = 1'000'000;
-    simulation().plant.setLoad(static_cast<std::size_t>(words.number(kMost)));
+    return [count = static_cast<std::size_t>(words.number(kMost))] { simulation().plant.setLoad(count); };
 }
 
-void shutdown(CommandWords& words) {
-    const OpxString reason = fromUtf8(words.remainder());
-    for (const auto& server : simulation().servers()) server->requestShutdown(reason.empty() ? nullptr : reason.c_str());
+Action shutdown(CommandWords& words) {
+    return [reason = fromUtf8(words.remainder())] {
+        for (const auto& server : simulation().servers())
+            server->requestShutdown(reason.empty() ? nullptr : reason.c_str());
+    };
+}
+
+Action clearJournal(CommandWords&) {
+    return [] { simulation().journal.clear(); };
 }
 
 // ---- What was seen -------------------------------------------------------------------------------
 
-std::string journal(CommandWords& words) {
-    if (words.isEmpty()) return simulation().journal.text();
-    chosen<bool>(words, {{"clear", true}});
-    words.end();
-    simulation().journal.clear();
-    return {};
+std::string journal(CommandWords&) {
+    return simulation().journal.text();
 }
 
 std::string calls(CommandWords& words) {
-    const std::string_view method = words.method();
-    words.end();
-    return std::to_string(simulation().faults.calls(method));
+    return std::to_string(simulation().faults.calls(words.method()));
 }
 
-std::string counts(CommandWords& words) {
-    words.end();
+std::string counts(CommandWords&) {
     const Census& census = simulation().census;
-    const auto line = [](const char* name, int count) { return std::string(name) + "=" + std::to_string(count) + "\n"; };
+    const auto line = [](const char* name, int count) {
+        return std::string(name) + "=" + std::to_string(count) + "\n";
+    };
     return line("servers", census.servers) + line("groups", census.groups) + line("items", census.items) +
            line("sinks", census.sinks) + line("shutdownsinks", census.shutdownSinks) +
            line("references", census.references);
 }
 
-const std::map<std::string_view, Handler> kCommands = {
-    {"reset", silently<reset>},
-    {"fault", silently<fault>},
-    {"refuse", silently<refuse>},
-    {"accept", silently<accept>},
-    {"profile", silently<profile>},
-    {"delay", silently<delay>},
-    {"hang", silently<hang>},
-    {"release", silently<release>},
-    {"dead", silently<dead>},
-    {"alive", silently<alive>},
-    {"answer", silently<answer>},
-    {"async", silently<async>},
-    {"state", silently<state>},
-    {"locales", silently<locales>},
-    {"organisation", silently<organisation>},
-    {"handles", silently<handles>},
-    {"blobs", silently<blobs>},
-    {"browselimit", silently<browseLimit>},
-    {"load", silently<load>},
-    {"shutdown", silently<shutdown>},
-    {"item", silently<changeItem>},
+const std::map<std::string_view, std::string (*)(CommandWords&)> kQuestions = {
     {"journal", journal},
     {"calls", calls},
     {"counts", counts},
 };
 
+const std::map<std::string_view, Action (*)(CommandWords&)> kCommands = {
+    {"reset", reset},     {"fault", fault},
+    {"refuse", refuse},   {"accept", accept},
+    {"profile", profile}, {"delay", delay},
+    {"hang", hang},       {"release", release},
+    {"dead", dead},       {"alive", alive},
+    {"answer", answer},   {"async", async},
+    {"state", state},     {"locales", locales},
+    {"handles", handles}, {"organisation", organisation},
+    {"blobs", blobs},     {"browselimit", browseLimit},
+    {"load", load},       {"shutdown", shutdown},
+    {"item", changeItem}, {"journal clear", clearJournal},
+};
+
+std::string ask(std::string (*question)(CommandWords&), CommandWords& words) {
+    std::string answer = question(words);
+    words.end();
+    return answer;
+}
+
 }  // namespace
 
 std::string execute(std::string_view command) {
     CommandWords words(command);
-    return chosen(words, kCommands)(words);
+    const std::string_view name = command == "journal clear" ? words.remainder() : words.word();
+    if (const auto question = kQuestions.find(name); question != kQuestions.end()) return ask(question->second, words);
+    const auto found = kCommands.find(name);
+    if (found == kCommands.end()) throw CommandError(std::string("unknown command: ").append(name));
+    const Action action = found->second(words);
+    words.end();
+    action();
+    return {};
 }
 
 }  // namespace Korvex::Simulation

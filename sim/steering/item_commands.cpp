@@ -1,7 +1,11 @@
 #include "sim/steering/item_commands.h"
 
+#include <limits>
 #include <map>
 #include <memory>
+#include <optional>
+#include <type_traits>
+#include <utility>
 
 #include "sim/FileTime.h"
 #include "sim/Simulation.h"
@@ -36,7 +40,8 @@ Value scalarFromText(VARTYPE type, std::string_view text) {
     Value value = makeText(fromUtf8(text));
     if (type == VT_BSTR) return value;
     Value converted;
-    if (succeeded(VariantChangeTypeEx(converted.address(), const_cast<VARIANT*>(&value.get()), kCommandLocale, 0, type)))
+    if (succeeded(
+            VariantChangeTypeEx(converted.address(), const_cast<VARIANT*>(&value.get()), kCommandLocale, 0, type)))
         return converted;
     // A type that is none is asked for on purpose; it carries the number, if any, as it is.
     if (isConvertible(VT_BSTR, type)) throw CommandError(std::string("not a value of this type: ").append(text));
@@ -50,7 +55,8 @@ Value valueFromText(VARTYPE type, std::string_view text) {
     std::vector<Value> elements;
     while (!text.empty()) {
         const std::size_t comma = text.find(',');
-        elements.push_back(scalarFromText(elementType == VT_VARIANT ? VARTYPE{VT_BSTR} : elementType, text.substr(0, comma)));
+        elements.push_back(
+            scalarFromText(elementType == VT_VARIANT ? VARTYPE{VT_BSTR} : elementType, text.substr(0, comma)));
         text.remove_prefix(comma == std::string_view::npos ? text.size() : comma + 1);
     }
     return makeArray(elementType, elements);
@@ -61,47 +67,62 @@ Value twoDimensionalArray() {
     return makeScalar(arrayOf(VT_I4), SafeArrayCreate(VT_I4, 2, bounds));
 }
 
-Value nullArray() { return makeScalar(arrayOf(VT_I4), static_cast<SAFEARRAY*>(nullptr)); }
+Value nullArray() {
+    return makeScalar(arrayOf(VT_I4), static_cast<SAFEARRAY*>(nullptr));
+}
 
-using Change = void (*)(ItemOverrides&, CommandWords&);
+using Change = std::function<void(ItemOverrides&)>;
 
-const std::map<std::string_view, Change> kChanges = {
-    {"error",
-     [](ItemOverrides& item, CommandWords& words) {
-         const HRESULT code = words.code();
-         item.readError = code == S_OK ? std::nullopt : std::optional(code);
-     }},
-    {"quality",
-     [](ItemOverrides& item, CommandWords& words) { item.quality = static_cast<WORD>(words.number(0xFFFF)); }},
-    {"value",
-     [](ItemOverrides& item, CommandWords& words) {
-         const auto type = static_cast<VARTYPE>(words.number(0xFFFF));
-         item.value = valueFromText(type, words.remainder());
-     }},
-    {"array2d", [](ItemOverrides& item, CommandWords&) { item.value = twoDimensionalArray(); }},
-    {"nullarray", [](ItemOverrides& item, CommandWords&) { item.value = nullArray(); }},
-    {"time",
-     [](ItemOverrides& item, CommandWords& words) {
-         item.time = fileTime(words.number(std::numeric_limits<std::uint64_t>::max()));
-     }},
-    {"addresult", [](ItemOverrides& item, CommandWords& words) { item.addResult = words.code(); }},
-    {"canonical",
-     [](ItemOverrides& item, CommandWords& words) { item.canonicalType = static_cast<VARTYPE>(words.number(0xFFFF)); }},
-    {"rights",
-     [](ItemOverrides& item, CommandWords& words) { item.accessRights = static_cast<DWORD>(words.number()); }},
-    {"normal", [](ItemOverrides& item, CommandWords&) { item = {}; }},
+Change readError(CommandWords& words) {
+    const HRESULT code = words.code();
+    return [=](ItemOverrides& item) { item.readError = code == S_OK ? std::nullopt : std::optional(code); };
+}
+
+Change reportAs(Value value) {
+    return [value = std::move(value)](ItemOverrides& item) { item.value = value; };
+}
+
+Change reportedValue(CommandWords& words) {
+    const auto type = static_cast<VARTYPE>(words.number(0xFFFF));
+    return reportAs(valueFromText(type, words.remainder()));
+}
+
+// Overrides one thing about an item with a number.
+template <typename Number>
+Change setNumber(std::optional<Number> ItemOverrides::*member, CommandWords& words) {
+    const auto number = static_cast<Number>(words.number(std::numeric_limits<std::make_unsigned_t<Number>>::max()));
+    return [=](ItemOverrides& item) { item.*member = number; };
+}
+
+Change reportedTime(CommandWords& words) {
+    const FILETIME time = fileTime(words.number(std::numeric_limits<std::uint64_t>::max()));
+    return [=](ItemOverrides& item) { item.time = time; };
+}
+
+const std::map<std::string_view, Change (*)(CommandWords&)> kChanges = {
+    {"error", readError},
+    {"quality", [](CommandWords& words) { return setNumber(&ItemOverrides::quality, words); }},
+    {"value", reportedValue},
+    {"array2d", [](CommandWords&) { return reportAs(twoDimensionalArray()); }},
+    {"nullarray", [](CommandWords&) { return reportAs(nullArray()); }},
+    {"time", reportedTime},
+    {"addresult", [](CommandWords& words) { return setNumber(&ItemOverrides::addResult, words); }},
+    {"canonical", [](CommandWords& words) { return setNumber(&ItemOverrides::canonicalType, words); }},
+    {"rights", [](CommandWords& words) { return setNumber(&ItemOverrides::accessRights, words); }},
+    {"normal", [](CommandWords&) -> Change { return [](ItemOverrides& item) { item = {}; }; }},
 };
 
 }  // namespace
 
-void changeItem(CommandWords& words) {
+std::function<void()> changeItem(CommandWords& words) {
     const std::string_view id = words.word();
     std::shared_ptr<PlantItem> item;
-    if (failed(simulation().plant.find(fromUtf8(id), item))) throw CommandError(std::string("no such item: ").append(id));
+    if (failed(simulation().plant.find(fromUtf8(id), item)))
+        throw CommandError(std::string("no such item: ").append(id));
     const std::string_view what = words.word();
-    const auto change = kChanges.find(what);
-    if (change == kChanges.end()) throw CommandError(std::string("unknown word: ").append(what));
-    item->changeOverrides([&](ItemOverrides& overrides) { change->second(overrides, words); });
+    const auto found = kChanges.find(what);
+    if (found == kChanges.end()) throw CommandError(std::string("unknown word: ").append(what));
+    return [item, change = found->second(words)] { item->changeOverrides(change); };
 }
 
 }  // namespace Korvex::Simulation

@@ -16,26 +16,27 @@ namespace Korvex::Simulation {
 
 // ---- Arguments as the journal shows them: note("name", name, "rate", rate) -> " name=Main rate=100"
 
-inline std::string noteText(LPCWSTR text) { return text ? toUtf8(text) : "null"; }
+inline std::string noteText(LPCWSTR text) {
+    return text ? toUtf8(text) : "null";
+}
 template <typename Number>
-    requires std::is_arithmetic_v<Number>
-std::string noteText(Number number) {
+requires std::is_arithmetic_v<Number> std::string noteText(Number number) {
     char digits[32];
     return std::string(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
 }
 template <typename Enumeration>
-    requires std::is_enum_v<Enumeration>
-std::string noteText(Enumeration value) {
+requires std::is_enum_v<Enumeration> std::string noteText(Enumeration value) {
     return noteText(static_cast<std::int32_t>(value));
 }
 // An optional argument.
 template <typename Number>
-    requires std::is_arithmetic_v<Number>
-std::string noteText(const Number* number) {
+requires std::is_arithmetic_v<Number> std::string noteText(const Number* number) {
     return number ? noteText(*number) : "null";
 }
 
-inline std::string note() { return {}; }
+inline std::string note() {
+    return {};
+}
 template <typename Value, typename... Rest>
 std::string note(const char* name, const Value& value, const Rest&... rest) {
     return std::string(" ").append(name).append("=").append(noteText(value)).append(note(rest...));
