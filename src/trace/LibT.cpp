@@ -46,11 +46,11 @@ bool LibT::wanted(Level level) noexcept {
 
 std::int32_t LibT::initTrace(std::uint32_t level, std::uint32_t lineLimit, std::uint32_t backups, const OpxString& file,
                              const OpxString& programName) noexcept {
-    return opened([&] { return traceFiles().openTrace(level, lineLimit, backups, file, toUtf8(programName)); });
+    return opened([&] { return traceFiles().openTrace(level, lineLimit, backups, file, programName); });
 }
 
 std::int32_t LibT::initErrorTrace(const OpxString& file, const OpxString& programName) noexcept {
-    return opened([&] { return traceFiles().openErrors(file, toUtf8(programName)); });
+    return opened([&] { return traceFiles().openErrors(file, programName); });
 }
 
 void LibT::write(Level level, const char* format, const TraceArgument* args, std::size_t count) noexcept {

@@ -3,11 +3,13 @@
 #include <system_error>
 #include <utility>
 
+#include "trace/TraceText.h"
+
 namespace OpxOpc {
 
 namespace fs = std::filesystem;
 
-bool TraceFile::open(Settings settings, std::string_view date) {
+bool TraceFile::open(Settings settings, OpxStringView date) {
     settings_ = std::move(settings);
     startAnew(date);
     return isOpen();
@@ -23,7 +25,7 @@ bool TraceFile::isAt(const fs::path& path) const {
     return path == settings_.path || fs::equivalent(path, settings_.path, unknown);
 }
 
-void TraceFile::writeLine(const std::string& line, std::string_view date) {
+void TraceFile::writeLine(const std::string& line, OpxStringView date) {
     if (!isOpen()) return;
     // A write that failed, on a full disk say, is no reason not to try the next.
     stream_.clear();
@@ -31,13 +33,14 @@ void TraceFile::writeLine(const std::string& line, std::string_view date) {
     if (++lines_ >= settings_.lineLimit) startAnew(date);
 }
 
-void TraceFile::startAnew(std::string_view date) {
+void TraceFile::startAnew(OpxStringView date) {
     close();
     settings_.moveToBackup(settings_.path);
     lines_ = 2;
     stream_.clear();
     stream_.open(settings_.path, std::ios::out | std::ios::trunc);
-    stream_ << "** " << settings_.programName << ": start trace\n** Date:\t" << date << "\n**\n" << std::flush;
+    stream_ << traceText("** %ls: start trace\n", settings_.programName) << traceText("** Date:\t%ls\n**\n", date)
+            << std::flush;
 }
 
 }  // namespace OpxOpc

@@ -6,7 +6,8 @@
 #include <fstream>
 #include <functional>
 #include <string>
-#include <string_view>
+
+#include <korvex/native/OpxString.h>
 
 namespace OpxOpc {
 
@@ -16,14 +17,14 @@ class TraceFile {
 public:
     struct Settings {
         std::filesystem::path path;
-        std::string programName;  // for the header
+        OpxString programName;    // for the header
         std::uint32_t lineLimit;  // lines after which the file is full; the header counts as two
         std::function<void(const std::filesystem::path&)> moveToBackup;
     };
 
     // Moves a file of that name away and creates it with a header that tells `date`; false if it
     // cannot be created.
-    bool open(Settings settings, std::string_view date);
+    bool open(Settings settings, OpxStringView date);
     bool isOpen() const { return stream_.is_open(); }
     void close();
 
@@ -31,10 +32,10 @@ public:
     bool isAt(const std::filesystem::path& path) const;
 
     // Does nothing while no file is open. `date` is for the header of the file that follows this line.
-    void writeLine(const std::string& line, std::string_view date);
+    void writeLine(const std::string& line, OpxStringView date);
 
 private:
-    void startAnew(std::string_view date);
+    void startAnew(OpxStringView date);
 
     Settings settings_;
     std::ofstream stream_;

@@ -22,16 +22,16 @@ struct TimeTexts {
         const auto midnight = std::chrono::floor<std::chrono::days>(seconds);
         const std::chrono::year_month_day day(midnight);
         const std::chrono::hh_mm_ss clock(seconds - midnight);
-        date = traceText("%04d-%02u-%02u", int(day.year()), unsigned(day.month()), unsigned(day.day()));
-        time = traceText("%02d:%02d:%02d.%03dZ", clock.hours().count(), clock.minutes().count(),
-                         clock.seconds().count(), now.milliseconds);
+        date = fromUtf8(traceText("%04d-%02u-%02u", int(day.year()), unsigned(day.month()), unsigned(day.day())));
+        time = fromUtf8(traceText("%02d:%02d:%02d.%03dZ", clock.hours().count(), clock.minutes().count(),
+                                  clock.seconds().count(), now.milliseconds));
     }
-    std::string date;
-    std::string time;
+    OpxString date;
+    OpxString time;
 };
 
 std::string lineOf(const TimeTexts& now, std::int32_t level, std::string_view message) {
-    std::string line = traceText("%s %s|%d|%04X* ", now.date, now.time, level, Korvex::Com::currentThreadId());
+    std::string line = traceText("%ls %ls|%d|%04X* ", now.date, now.time, level, Korvex::Com::currentThreadId());
     line += message;
     line += '\n';
     return line;
@@ -45,7 +45,7 @@ fs::path absolutePath(const fs::path& path) {
 }  // namespace
 
 bool TraceFiles::openTrace(std::uint32_t level, std::uint32_t lineLimit, std::uint32_t backups, const fs::path& path,
-                           const std::string& programName) {
+                           const OpxString& programName) {
     const std::lock_guard guard(lock_);
     if (trace_.isOpen()) return false;
     const fs::path file = absolutePath(path);
@@ -58,7 +58,7 @@ bool TraceFiles::openTrace(std::uint32_t level, std::uint32_t lineLimit, std::ui
     return true;
 }
 
-bool TraceFiles::openErrors(const fs::path& path, const std::string& programName) {
+bool TraceFiles::openErrors(const fs::path& path, const OpxString& programName) {
     const std::lock_guard guard(lock_);
     if (errors_.isOpen() || sharesFile()) return false;
     const fs::path file = absolutePath(path);

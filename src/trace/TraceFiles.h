@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <mutex>
-#include <string>
 #include <string_view>
 
 #include "com/platform.h"
@@ -24,8 +23,8 @@ public:
     // Both are false, and change nothing, if that file is open already; false as well if it cannot be
     // created.
     bool openTrace(std::uint32_t level, std::uint32_t lineLimit, std::uint32_t backups,
-                   const std::filesystem::path& path, const std::string& programName);
-    bool openErrors(const std::filesystem::path& path, const std::string& programName);
+                   const std::filesystem::path& path, const OpxString& programName);
+    bool openErrors(const std::filesystem::path& path, const OpxString& programName);
 
     // The highest level that the trace file takes; 0 before it is opened.
     std::int32_t level() const noexcept { return level_; }

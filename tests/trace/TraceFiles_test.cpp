@@ -53,9 +53,11 @@ class TraceFilesTest : public testing::Test {
 protected:
     bool openTrace(std::uint32_t level, std::uint32_t limit = kManyLines, std::uint32_t backups = 3,
                    const std::string& name = "trace.txt") {
-        return files.openTrace(level, limit, backups, folder / name, "Client");
+        return files.openTrace(level, limit, backups, folder / name, OLESTR("Client"));
     }
-    bool openErrors(const std::string& name = "errors.txt") { return files.openErrors(folder / name, "Client"); }
+    bool openErrors(const std::string& name = "errors.txt") {
+        return files.openErrors(folder / name, OLESTR("Client"));
+    }
 
     TraceFolder folder;
     TraceFiles files{springNoon};
@@ -123,7 +125,7 @@ TEST_F(TraceFilesTest, BackupsAreNamedByTheLastDotOfTheFileName) {
     for (const auto& [name, backup] : table) {
         folder.create(name, "old");
         TraceFiles others(springNoon);
-        ASSERT_TRUE(others.openTrace(7, kManyLines, 1, folder / name, "Client")) << name;
+        ASSERT_TRUE(others.openTrace(7, kManyLines, 1, folder / name, OLESTR("Client"))) << name;
         EXPECT_EQ(folder.text(backup), "old") << name;
         EXPECT_EQ(folder.text(name), kHeader) << name;
     }
@@ -156,8 +158,8 @@ TEST_F(TraceFilesTest, ErrorsInTheTraceFileStandThereOnceWhateverTheLevel) {
     for (const bool errorsFirst : {false, true}) {
         TraceFolder own;
         TraceFiles both(springNoon);
-        const auto trace = [&] { return both.openTrace(1, kManyLines, 3, own / "trace.txt", "Client"); };
-        const auto errors = [&] { return both.openErrors(own / same, "Client"); };
+        const auto trace = [&] { return both.openTrace(1, kManyLines, 3, own / "trace.txt", OLESTR("Client")); };
+        const auto errors = [&] { return both.openErrors(own / same, OLESTR("Client")); };
         ASSERT_TRUE(errorsFirst ? errors() : trace());
         ASSERT_TRUE(errorsFirst ? trace() : errors());
         EXPECT_FALSE(errors()) << "open already";
@@ -172,7 +174,7 @@ TEST_F(TraceFilesTest, ErrorsInTheTraceFileStandThereOnceWhateverTheLevel) {
 TEST_F(TraceFilesTest, ARelativePathKeepsItsFolder) {
     const std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::current_path(folder / "");
-    EXPECT_TRUE(files.openTrace(7, 3, 1, "relative.txt", "Client"));
+    EXPECT_TRUE(files.openTrace(7, 3, 1, "relative.txt", OLESTR("Client")));
     std::filesystem::current_path(before);
     files.write(1, "last");
     EXPECT_EQ(folder.text("relative.txt"), kHeader);
@@ -199,19 +201,19 @@ TEST_F(TraceFilesTest, AFileThatCannotBeStartedAnewTakesNoMoreLines) {
         std::filesystem::create_directory(path);
     };
     TraceFile file;
-    ASSERT_TRUE(file.open({folder / "trace.txt", "Client", 3, block}, "2024-05-01"));
+    ASSERT_TRUE(file.open({folder / "trace.txt", OLESTR("Client"), 3, block}, OLESTR("2024-05-01")));
     blocked = true;
-    file.writeLine("last\n", "2024-05-01");
+    file.writeLine("last\n", OLESTR("2024-05-01"));
     EXPECT_FALSE(file.isOpen());
-    file.writeLine("lost\n", "2024-05-01");
+    file.writeLine("lost\n", OLESTR("2024-05-01"));
     std::filesystem::remove(folder / "trace.txt");
-    EXPECT_TRUE(file.open({folder / "trace.txt", "Client", 3, [](const auto&) {}}, "2024-05-01"));
+    EXPECT_TRUE(file.open({folder / "trace.txt", OLESTR("Client"), 3, [](const auto&) {}}, OLESTR("2024-05-01")));
     EXPECT_EQ(folder.text("trace.txt"), kHeader);
 }
 
 TEST_F(TraceFilesTest, ProgramNamesAndPathsMayHaveAnyLetters) {
     const std::filesystem::path path = OpxString(OLESTR("Spur \u00E4\u4E2D.txt"));
-    ASSERT_TRUE(files.openTrace(7, kManyLines, 1, folder / path, toUtf8(OLESTR("Pr\u00FCfer"))));
+    ASSERT_TRUE(files.openTrace(7, kManyLines, 1, folder / path, OLESTR("Pr\u00FCfer")));
     files.write(1, toUtf8(OLESTR("\u00B0C")));
     EXPECT_THAT(folder.text(path), testing::AllOf(HasSubstr("** Pr\xC3\xBC"
                                                             "fer: start"),
