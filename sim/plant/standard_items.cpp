@@ -11,6 +11,8 @@
 namespace Korvex::Simulation {
 namespace {
 
+constexpr DATE kEpoch = 25569;  // 1970-01-01, the earliest date that every client can hold
+
 // 2008-03-01 12:34:56, a date that reads differently in the locales.
 constexpr DATE kKnownDate = 39508.0 + (12 * 3600 + 34 * 60 + 56) / 86400.0;
 
@@ -48,11 +50,11 @@ std::vector<DataType> dataTypes() {
         numberType<double>(OLESTR("Double"), VT_R8, -2.25),
         {OLESTR("Currency"), makeCurrency(0), makeCurrency(123456), makeCurrency(kLowestCurrency),
          makeCurrency(kHighestCurrency)},
-        {OLESTR("Date"), makeDate(0), makeDate(kKnownDate), makeDate(25569), makeDate(kKnownDate + 0.5)},
+        {OLESTR("Date"), makeDate(kEpoch), makeDate(kKnownDate), makeDate(kEpoch), makeDate(kKnownDate + 0.5)},
         {OLESTR("String"), makeText(OLESTR("")), makeText(OLESTR("Constant text")), makeText(OLESTR("")),
          makeText(OLESTR("Gr\u00FC\u00DFe, \u03A9"))},
         {OLESTR("Decimal"), makeDecimal(false, 0, 0), makeDecimal(false, 12345, 2), makeDecimal(true, 1, 4),
-         makeDecimal(false, 79228162514264337, 0)},
+         makeDecimal(false, 922337203685477, 0)},
     };
 }
 
@@ -118,7 +120,7 @@ Signal counter() {
 }
 
 void addSignal(std::vector<ItemDefinition>& items, OpxString id, Value initial, OpxString description, Signal signal,
-               std::optional<AnalogRange> range = std::nullopt) {
+               std::shared_ptr<const AnalogRange> range = nullptr) {
     ItemDefinition item = readOnly(std::move(id), std::move(initial), std::move(description));
     item.signal = std::move(signal);
     item.analog = std::move(range);
@@ -126,8 +128,8 @@ void addSignal(std::vector<ItemDefinition>& items, OpxString id, Value initial, 
 }
 
 void addSignals(std::vector<ItemDefinition>& items) {
-    const AnalogRange percent{0, 100, OLESTR("%")};
-    const AnalogRange swing{-100, 100, OLESTR("mV")};
+    const auto percent = std::make_shared<AnalogRange>(AnalogRange{0, 100, OLESTR("%")});
+    const auto swing = std::make_shared<AnalogRange>(AnalogRange{-100, 100, OLESTR("mV")});
     addSignal(items, OLESTR("Signal.Ramp"), makeDouble(0), OLESTR("Rises from 0 to 100 in ten seconds"), ramp, percent);
     addSignal(items, OLESTR("Signal.Sine"), makeDouble(0), OLESTR("Swings between -100 and 100"), sine, swing);
     addSignal(items, OLESTR("Signal.Square"), makeBool(false), OLESTR("Changes every second"), square);
@@ -140,7 +142,7 @@ void addSignals(std::vector<ItemDefinition>& items) {
 // An analog item has its properties as items too.
 void addAnalog(std::vector<ItemDefinition>& items, const OpxString& id, Value initial, const AnalogRange& range) {
     ItemDefinition item{id, std::move(initial), OLESTR("Analog value")};
-    item.analog = range;
+    item.analog = std::make_shared<AnalogRange>(range);
     items.push_back(std::move(item));
     items.push_back(readOnly(id + OLESTR(".Units"), makeText(range.units), OLESTR("Engineering units")));
     items.push_back(readOnly(id + OLESTR(".High"), makeDouble(range.high), OLESTR("High end of the range")));

@@ -1,5 +1,6 @@
 #include "json.h"
 
+#include <charconv>
 #include <cmath>
 #include <utility>
 #include <vector>
@@ -19,13 +20,23 @@ std::string text(const Object& value) {
     return toUtf8(value.toText());
 }
 
+// The double that is written with the digits that tell `value` apart: 0.1, not 0.10000000149.
+template <typename Real>
+double asWritten(Real value) {
+    char digits[64];
+    const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    double result = 0;
+    std::from_chars(digits, end, result);
+    return result;
+}
+
 template <typename T>
 Json scalar(const T& value) {
     if constexpr (std::is_same_v<T, bool>) {
         return value;
     } else if constexpr (std::is_floating_point_v<T>) {
         if (!std::isfinite(value)) return text(Object(value));
-        return value;
+        return asWritten(value);
     } else if constexpr (std::is_integral_v<T> && !std::is_same_v<T, char16_t>) {
         const bool isExact = std::cmp_less_equal(value, kLargestExact) && std::cmp_greater_equal(value, -kLargestExact);
         return isExact ? Json(value) : Json(text(Object(value)));

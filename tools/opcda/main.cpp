@@ -5,6 +5,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <korvex/opc_da_client/Exceptions.h>
+
 #include "ReadCommand.h"
 #include "com/console.h"
 
@@ -35,6 +37,9 @@ int main(int argc, char** argv) {
     Korvex::Com::useUtf8Console();
     try {
         return Korvex::Tool::run(Korvex::Com::programArguments(argc, argv));
+    } catch (const Korvex::OPC::OpcDaClient::OPCException& error) {
+        std::cerr << "opcda: " << error.what() << " (" << toUtf8(error.ResultID().Name()) << ")\n";
+        return Korvex::Tool::kServerFailed;
     } catch (const std::exception& error) {
         std::cerr << "opcda: " << error.what() << '\n';
         return Korvex::Tool::kServerFailed;
