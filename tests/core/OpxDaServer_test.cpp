@@ -223,7 +223,7 @@ TEST_F(OpxDaServerTest, AnotherLocaleThanAskedForIsToldOnceConnected) {
 TEST_F(OpxDaServerTest, AClassThatDoesNotExistFailsWithoutRetryOrReport) {
     info.retryInitialConnect = true;
     EXPECT_EQ(
-        server.connect(OLESTR("opcda://localhost/No.Server/{not a class identifier, but as long}"), info, 0, &callback),
+        server.connect(OLESTR("opcda://localhost/No.Server/{not a class identifier, but quite as long}"), info, 0, &callback),
         CO_E_CLASSSTRING);
     EXPECT_LT(server.connect(OLESTR("opcda://localhost/No.Server.Of.This.Name"), info, 0, &callback), 0);
     EXPECT_TRUE(
