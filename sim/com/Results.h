@@ -38,6 +38,10 @@ inline void dispose(OPCITEMPROPERTY& property) noexcept {
     VariantClear(&property.vValue);
 }
 
+// Declared ahead of disposeArray(), which would not find them afterwards.
+void dispose(OPCITEMPROPERTIES& properties) noexcept;
+void dispose(OPCBROWSEELEMENT& element) noexcept;
+
 template <typename T>
 void disposeArray(T* elements, std::size_t count) noexcept {
     if (!elements) return;

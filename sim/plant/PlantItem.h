@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 
@@ -24,10 +25,10 @@ struct ItemDefinition {
     OpxString description;
     DWORD accessRights = OPC_READABLE | OPC_WRITEABLE;
     WORD quality = kQualityGood;
-    std::optional<AnalogRange> analog{};
-    std::vector<OpxString> states{};          // of an enumerated item
-    std::function<Value(FILETIME)> signal{};  // of an item that moves by itself
-    DWORD deviceMilliseconds = 0;             // that a read from the device takes
+    std::shared_ptr<const AnalogRange> analog{};  // none for what is not analog
+    std::vector<OpxString> states{};              // of an enumerated item
+    std::function<Value(FILETIME)> signal{};      // of an item that moves by itself
+    DWORD deviceMilliseconds = 0;                 // that a read from the device takes
     HRESULT readError = S_OK;
 };
 

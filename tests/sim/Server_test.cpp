@@ -1,5 +1,8 @@
 #include <gmock/gmock.h>
 
+#include <thread>
+#include <utility>
+
 #include "sim/FileTime.h"
 #include "sim/OpcCodes.h"
 #include "tests/sim/Client.h"
@@ -129,6 +132,33 @@ TEST_F(Server, readsAndWritesItemsWithoutAGroup) {
     EXPECT_EQ(values[0].lVal, 5);
     EXPECT_EQ(qualities[0], 0x44);
     EXPECT_EQ(errors[1], OPC_E_UNKNOWNITEMID);
+}
+
+// A client in a single-threaded apartment keeps its pointers in the interface table.
+TEST_F(Server, itsPointersPassThroughTheInterfaceTable) {
+    const ClientGroup group = addGroup();
+    ComPtr<IConnectionPoint> point;
+    ASSERT_EQ(group.as<IConnectionPointContainer>()->FindConnectionPoint(IID_IOPCDataCallback, point.put()), S_OK);
+    std::thread([&] {
+        ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+        {
+            ComPtr<IGlobalInterfaceTable> table;
+            ASSERT_EQ(CoCreateInstance(CLSID_StdGlobalInterfaceTable, nullptr, CLSCTX_INPROC_SERVER,
+                                       IID_IGlobalInterfaceTable, table.putVoid()),
+                      S_OK);
+            const std::pair<IUnknown*, const IID*> interfaces[] = {
+                {opc(), &IID_IOPCServer}, {group.items.get(), &IID_IOPCItemMgt}, {point.get(), &IID_IConnectionPoint}};
+            for (const auto& [object, iid] : interfaces) {
+                DWORD cookie = 0;
+                ASSERT_EQ(table->RegisterInterfaceInGlobal(object, *iid, &cookie), S_OK);
+                ComPtr<IUnknown> fetched;
+                EXPECT_EQ(table->GetInterfaceFromGlobal(cookie, *iid, fetched.putVoid()), S_OK);
+                EXPECT_EQ(fetched.get(), object);
+                EXPECT_EQ(table->RevokeInterfaceFromGlobal(cookie), S_OK);
+            }
+        }
+        CoUninitialize();
+    }).join();
 }
 
 TEST_F(Server, releasesEverythingWithItsLastClient) {
