@@ -91,19 +91,12 @@ TEST_F(DaServerMgtTest, the_browsing_interfaces_are_asked_for_by_the_server_s_ge
         std::vector<std::string> queries;
         std::size_t organizations;
     };
+    const std::vector<std::string> all = {"IOPCBrowse", "IOPCItemProperties", "IOPCBrowseServerAddressSpace"};
     const Case cases[] = {
         {"data access 3", {}, S_OK, {"IOPCBrowse"}, 0},
-        {"data access 2", {"profile 2"}, S_OK, {"IOPCBrowse", "IOPCItemProperties", "IOPCBrowseServerAddressSpace"}, 1},
-        {"no address space",
-         {"profile 2", "refuse IOPCBrowseServerAddressSpace"},
-         S_OK,
-         {"IOPCBrowse", "IOPCItemProperties", "IOPCBrowseServerAddressSpace"},
-         0},
-        {"no properties",
-         {"profile 2", "refuse IOPCItemProperties"},
-         E_NOINTERFACE,
-         {"IOPCBrowse", "IOPCItemProperties", "IOPCBrowseServerAddressSpace"},
-         1},
+        {"data access 2", {"profile 2"}, S_OK, all, 1},
+        {"no address space", {"profile 2", "refuse IOPCBrowseServerAddressSpace"}, S_OK, all, 0},
+        {"no properties", {"profile 2", "refuse IOPCItemProperties"}, E_NOINTERFACE, all, 1},
     };
     for (const Case& each : cases) {
         SCOPED_TRACE(each.name);
@@ -282,147 +275,83 @@ TEST_F(DaServerMgtTest, a_group_is_added_as_described_and_removed_without_force)
 
 // ---- Failures
 
-using ServerFailure = FailureTest;
-
-TEST_P(ServerFailure, answers_its_code_and_says_so_in_the_trace) {
-    Connection connection;
-    ASSERT_EQ(connection.connect(), S_OK);
-    trace.clear();
-    expectFailure(GetParam(), sim, trace, connection);
-}
-
 HRESULT status(Connection& c) {
     return c.server.getStatus();
 }
 HRESULT advise(Connection& c) {
     return c.server.connectCallback(&c.client);
 }
+HRESULT unadvise(Connection& c) {
+    return c.server.disconnectCallback();
+}
 HRESULT addGroup(Connection& c) {
     return c.server.addGroup(&c.group);
 }
+HRESULT addNothing(Connection& c) {
+    return c.server.addGroup(nullptr);
+}
 HRESULT removeGroup(Connection& c) {
     return c.server.removeGroup(&c.group);
+}
+HRESULT removeNothing(Connection& c) {
+    return c.server.removeGroup(nullptr);
+}
+HRESULT disconnect(Connection& c) {
+    return c.server.disconnectOPCServer();
 }
 HRESULT german(Connection& c) {
     OpxString locale = OLESTR("de");
     return c.server.setLocalID(locale);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    , ServerFailure,
-    ::testing::Values(
-        Failure{"GetStatus",
-                {"fault IOPCServer::GetStatus 0x80004005"},
-                status,
-                E_FAIL,
-                {"Error: IOPCServer::GetStatus FAILED [hr=0x80004005]", "<-- DaServerMgt::getStatus [hr=0x80004005]"}},
-        Failure{
-            "no status", {"answer IOPCServer::GetStatus null"}, status, S_OK, {"<-- DaServerMgt::getStatus [hr=0x0]"}},
-        Failure{
-            "failed state", {"state 2"}, status, S_OK, {"Error: IOPCServer::GetStatus - status is OPC_STATUS_FAILED"}},
-        Failure{"unconfigured",
-                {"state 3"},
-                status,
-                S_OK,
-                {"Error: IOPCServer::GetStatus - status is OPC_STATUS_NOCONFIG"}},
-        Failure{
-            "suspended", {"state 4"}, status, S_OK, {"Error: IOPCServer::GetStatus - status is OPC_STATUS_SUSPENDED"}},
-        Failure{"test state", {"state 5"}, status, S_OK, {"Error: IOPCServer::GetStatus - status is OPC_STATUS_TEST"}},
-        Failure{
-            "no link", {"state 6"}, status, S_OK, {"Error: IOPCServer::GetStatus - status is OPC_STATUS_COMM_FAULT"}},
-        Failure{"other state",
-                {"state 9"},
-                status,
-                S_OK,
-                {"Error: IOPCServer::GetStatus - status is not OPC_STATUS_RUNNING dwServerState=9"}},
-        Failure{"dead server",
-                {"dead"},
-                status,
-                hresult(0x800706BA),
-                {"Error: IOPCServer::GetStatus FAILED [hr=0x800706ba]"}},
-        Failure{"no IOPCCommon",
-                {"refuse IOPCCommon"},
-                german,
-                E_NOINTERFACE,
-                {"CALL IOPCServer::QueryInterface (IID_IOPCCommon)",
-                 "Error: IOPCServer::QueryInterface IID_IOPCCommon FAILED [hr=0x80004002]",
-                 "<-- DaServerMgt::setLocalID [hr=0x80004002]"}},
-        Failure{"no connection points",
-                {"refuse IConnectionPointContainer"},
-                advise,
-                E_NOINTERFACE,
-                {"Error: IOPCServer::QueryInterface IID_IConnectionPointContainer FAILED [hr=0x80004002]",
-                 "<-- DaServerMgt::connectCallback [hr=E_NOINTERFACE] - IConnectionPoint not valid"}},
-        Failure{"no shutdown point",
-                {"fault IConnectionPointContainer::FindConnectionPoint 0x80040200"},
-                advise,
-                E_NOINTERFACE,
-                {"Error: IConnectionPointContainer::FindConnectionPoint FAILED [hr=0x80040200]",
-                 "<-- DaServerMgt::connectCallback [hr=E_NOINTERFACE] - IConnectionPoint not valid"}},
-        Failure{"null shutdown point",
-                {"answer IConnectionPointContainer::FindConnectionPoint null"},
-                advise,
-                E_NOINTERFACE,
-                {"Error: IConnectionPointContainer::FindConnectionPoint FAILED [hr=0x80004002]"}},
-        Failure{"Advise",
-                {"fault IConnectionPoint::Advise 0x80040202"},
-                advise,
-                hresult(0x80040202),
-                {"CALL IConnectionPoint::Advise", "DONE IConnectionPoint::Advise [hr=0x80040202]",
-                 "Error: Server IConnectionPoint::Advise FAILED [hr=0x80040202]",
-                 "<-- DaServerMgt::connectCallback [hr=0x80040202]"}},
-        Failure{"AddGroup",
-                {"fault IOPCServer::AddGroup 0xC004000C"},
-                addGroup,
-                hresult(0xC004000C),
-                {"Error: IOPCServer::AddGroup FAILED [hr=0xc004000c]", "<-- DaServerMgt::addGroup [hr=0xc004000c]"}},
-        Failure{"null group added",
-                {"answer IOPCServer::AddGroup null"},
-                addGroup,
-                E_NOINTERFACE,
-                {"Error: IOPCServer::AddGroup FAILED [hr=0x80004002]"}},
-        Failure{
-            "RemoveGroup",
-            {"fault IOPCServer::RemoveGroup 0x80004005"},
-            removeGroup,
-            E_FAIL,
-            {"Error: IOPCServer::RemoveGroup FAILED [hr=0x80004005]", "<-- DaServerMgt::removeGroup [hr=0x80004005]"}},
-        Failure{"no group to add",
-                {},
-                [](Connection& c) { return c.server.addGroup(nullptr); },
-                E_POINTER,
-                {"<-- DaServerMgt::addGroup [hr=E_POINTER] group pointer is NULL"}},
-        Failure{"no group to remove",
-                {},
-                [](Connection& c) { return c.server.removeGroup(nullptr); },
-                E_POINTER,
-                {"<-- DaServerMgt::removeGroup [hr=E_POINTER] group pointer is NULL"}}),
-    failureName);
+TEST_F(DaServerMgtTest, a_failure_is_answered_with_its_code_and_stands_in_the_trace) {
+    const Failure failures[] = {
+        {"fault IOPCServer::GetStatus 0x80004005", status, E_FAIL,
+         "Error: IOPCServer::GetStatus FAILED [hr=0x80004005]", "<-- DaServerMgt::getStatus [hr=0x80004005]"},
+        {"dead", status, hresult(0x800706BA), "Error: IOPCServer::GetStatus FAILED [hr=0x800706ba]"},
+        {"answer IOPCServer::GetStatus null", status, S_OK, "<-- DaServerMgt::getStatus [hr=0x0]"},
+        {"state 2", status, S_OK, "Error: IOPCServer::GetStatus - status is OPC_STATUS_FAILED"},
+        {"state 3", status, S_OK, "Error: IOPCServer::GetStatus - status is OPC_STATUS_NOCONFIG"},
+        {"state 4", status, S_OK, "Error: IOPCServer::GetStatus - status is OPC_STATUS_SUSPENDED"},
+        {"state 5", status, S_OK, "Error: IOPCServer::GetStatus - status is OPC_STATUS_TEST"},
+        {"state 6", status, S_OK, "Error: IOPCServer::GetStatus - status is OPC_STATUS_COMM_FAULT"},
+        {"state 9", status, S_OK, "Error: IOPCServer::GetStatus - status is not OPC_STATUS_RUNNING dwServerState=9"},
+        {"refuse IOPCCommon", german, E_NOINTERFACE,
+         "Error: IOPCServer::QueryInterface IID_IOPCCommon FAILED [hr=0x80004002]",
+         "<-- DaServerMgt::setLocalID [hr=0x80004002]"},
+        {"refuse IConnectionPointContainer", advise, E_NOINTERFACE,
+         "Error: IOPCServer::QueryInterface IID_IConnectionPointContainer FAILED [hr=0x80004002]",
+         "<-- DaServerMgt::connectCallback [hr=E_NOINTERFACE] - IConnectionPoint not valid"},
+        {"fault IConnectionPointContainer::FindConnectionPoint 0x80040200", advise, E_NOINTERFACE,
+         "Error: IConnectionPointContainer::FindConnectionPoint FAILED [hr=0x80040200]"},
+        {"answer IConnectionPointContainer::FindConnectionPoint null", advise, E_NOINTERFACE,
+         "Error: IConnectionPointContainer::FindConnectionPoint FAILED [hr=0x80004002]"},
+        {"fault IConnectionPoint::Advise 0x80040202", advise, hresult(0x80040202),
+         "Error: Server IConnectionPoint::Advise FAILED [hr=0x80040202]",
+         "<-- DaServerMgt::connectCallback [hr=0x80040202]"},
+        {"fault IOPCServer::AddGroup 0xC004000C", addGroup, hresult(0xC004000C),
+         "Error: IOPCServer::AddGroup FAILED [hr=0xc004000c]", "<-- DaServerMgt::addGroup [hr=0xc004000c]"},
+        {"answer IOPCServer::AddGroup null", addGroup, E_NOINTERFACE,
+         "Error: IOPCServer::AddGroup FAILED [hr=0x80004002]"},
+        {"fault IOPCServer::RemoveGroup 0x80004005", removeGroup, E_FAIL,
+         "Error: IOPCServer::RemoveGroup FAILED [hr=0x80004005]", "<-- DaServerMgt::removeGroup [hr=0x80004005]"},
+        {"", addNothing, E_POINTER, "<-- DaServerMgt::addGroup [hr=E_POINTER] group pointer is NULL"},
+        {"", removeNothing, E_POINTER, "<-- DaServerMgt::removeGroup [hr=E_POINTER] group pointer is NULL"},
+    };
+    expectFailures(failures, sim, trace, connected);
+}
 
 TEST_F(DaServerMgtTest, nothing_works_without_a_connection) {
     const Failure failures[] = {
-        {"status", {}, status, E_FAIL, {"<-- DaServerMgt::getStatus [hr=E_FAIL] - server not connected"}},
-        {"locale", {}, german, E_FAIL, {"<-- DaServerMgt::getStatus [hr=E_FAIL] - server not connected"}},
-        {"advise", {}, advise, E_FAIL, {"<-- DaServerMgt::connectCallback [hr=E_FAIL] - Server not connected"}},
-        {"unadvise",
-         {},
-         [](Connection& c) { return c.server.disconnectCallback(); },
-         E_FAIL,
-         {"<-- DaServerMgt::disconnectCallback [hr=E_FAIL] - Callback not connected"}},
-        {"add", {}, addGroup, E_FAIL, {"<-- DaServerMgt::addGroup [hr=E_FAIL] - server not connected"}},
-        {"remove", {}, removeGroup, E_FAIL, {"<-- DaServerMgt::removeGroup [hr=E_FAIL] - server not connected"}},
-        {"disconnect",
-         {},
-         [](Connection& c) { return c.server.disconnectOPCServer(); },
-         E_FAIL,
-         {"<-- DaServerMgt::disconnectOPCServer [hr=E_FAIL] - Server not connected"}},
+        {"", status, E_FAIL, "<-- DaServerMgt::getStatus [hr=E_FAIL] - server not connected"},
+        {"", german, E_FAIL, "<-- DaServerMgt::getStatus [hr=E_FAIL] - server not connected"},
+        {"", advise, E_FAIL, "<-- DaServerMgt::connectCallback [hr=E_FAIL] - Server not connected"},
+        {"", unadvise, E_FAIL, "<-- DaServerMgt::disconnectCallback [hr=E_FAIL] - Callback not connected"},
+        {"", addGroup, E_FAIL, "<-- DaServerMgt::addGroup [hr=E_FAIL] - server not connected"},
+        {"", removeGroup, E_FAIL, "<-- DaServerMgt::removeGroup [hr=E_FAIL] - server not connected"},
+        {"", disconnect, E_FAIL, "<-- DaServerMgt::disconnectOPCServer [hr=E_FAIL] - Server not connected"},
     };
-    Connection connection;
-    for (const Failure& failure : failures) {
-        SCOPED_TRACE(failure.name);
-        trace.clear();
-        expectFailure(failure, sim, trace, connection);
-    }
+    expectFailures(failures, sim, trace, nothing);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 
 #include <map>
 #include <memory>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -70,36 +69,42 @@ struct Connection {
     Codes errors;
 };
 
-// A server or group operation that goes wrong: what is switched on before it, what it answers and what
-// it writes to the trace.
+// An operation that goes wrong: what is switched on before it, what it answers, what it writes to the trace.
 struct Failure {
-    const char* name;
-    std::vector<std::string> commands;
+    const char* command;
     HRESULT (*call)(Connection&);
     HRESULT result;
-    std::vector<std::string> lines;
+    const char* line;
+    const char* otherLine = "";
 };
 
-inline void PrintTo(const Failure& failure, std::ostream* out) {
-    *out << failure.name;
-}
-
-// Carries the row out on a connection that the commands find in place.
-inline void expectFailure(const Failure& failure, SimulationControl& sim, const TraceCapture& trace,
-                          Connection& connection) {
-    for (const std::string& command : failure.commands) sim.execute(command);
-    EXPECT_EQ(hex(failure.call(connection)), hex(failure.result));
-    for (const std::string& line : failure.lines) EXPECT_TRUE(trace.has(line)) << line << "\n" << trace.dump();
-}
-
-class FailureTest : public SimulationFixture, public ::testing::WithParamInterface<Failure> {};
-
-inline std::string failureName(const ::testing::TestParamInfo<Failure>& info) {
-    std::string name = info.param.name;
-    for (char& c : name) {
-        if (c == ' ') c = '_';
+// Carries each row out on a connection of its own, which `prepare` makes before the row's command.
+template <std::size_t N>
+void expectFailures(const Failure (&failures)[N], SimulationControl& sim, TraceCapture& trace,
+                    HRESULT (*prepare)(Connection&)) {
+    for (const Failure& failure : failures) {
+        SCOPED_TRACE(failure.line);
+        sim.reset();
+        Connection connection;
+        ASSERT_EQ(prepare(connection), S_OK);
+        trace.clear();
+        if (*failure.command) sim.execute(failure.command);
+        EXPECT_EQ(hex(failure.call(connection)), hex(failure.result));
+        for (const std::string line : {failure.line, failure.otherLine}) {
+            EXPECT_TRUE(line.empty() || trace.has(line)) << line << "\n" << trace.dump();
+        }
+        EXPECT_TRUE(connection.errors.empty());
     }
-    return name;
+}
+
+inline HRESULT nothing(Connection&) {
+    return S_OK;
+}
+inline HRESULT connected(Connection& c) {
+    return c.connect();
+}
+inline HRESULT withGroup(Connection& c) {
+    return c.connectWithGroup();
 }
 
 }  // namespace Korvex::Testing

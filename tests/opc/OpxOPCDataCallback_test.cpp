@@ -301,7 +301,7 @@ TEST_F(OpxOPCDataCallbackTest, a_detached_sink_tells_its_client_nothing) {
 
 TEST_F(OpxOPCDataCallbackTest, an_unknown_transaction_holds_up_other_threads_completions_but_nothing_else) {
     // The other thread waits for ever, so what it uses must live as long.
-    auto& told = *new RecordingCallback;
+    static auto& told = *new RecordingCallback;
     auto* const stuck = new OpxOPCDataCallback(&told, kGerman);
     stuck->AddRef();
     const auto key = stuck->registerTransaction(transactionOf({VType::Empty}));

@@ -54,7 +54,9 @@ std::string SimulationControl::execute(const std::string& command) {
 }
 
 void SimulationControl::fault(const std::string& method, HRESULT code, int nth) {
-    execute("fault " + method + " " + hex(code) + (nth > 0 ? " " + std::to_string(nth) : ""));
+    std::string command = "fault " + method + " " + hex(code);
+    if (nth > 0) command.append(" ").append(std::to_string(nth));
+    execute(command);
 }
 
 std::vector<std::string> SimulationControl::journal(const std::string& method) {
