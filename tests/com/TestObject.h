@@ -9,6 +9,10 @@ namespace Korvex::Testing {
 
 inline constexpr CLSID kTestClass = {0x0A1B2C3D, 0x1111, 0x4222, {0x83, 0x33, 1, 2, 3, 4, 5, 6}};
 
+// Classes of the test module that answer success and nothing: no class object, and no object.
+inline constexpr CLSID kNoClassObject = {0x0A1B2C3D, 0x3333, 0x4222, {0x83, 0x33, 1, 2, 3, 4, 5, 6}};
+inline constexpr CLSID kNoObject = {0x0A1B2C3D, 0x4444, 0x4222, {0x83, 0x33, 1, 2, 3, 4, 5, 6}};
+
 // Answers IUnknown and IClassFactory; as a factory it hands out itself. It lives on the stack of its
 // test, which looks at the count.
 class TestObject final : public IClassFactory {

@@ -79,16 +79,53 @@ TEST_F(Activation, OneCreationAsksForSeveralInterfaces) {
     EXPECT_FALSE(unknown[0].pItf);
 }
 
-#ifdef KORVEX_PORTABLE_RUNTIME  // Wine looks at local contexts only, whatever host is named
+TEST_F(Activation, TheInterfaceTableHasAClassObjectLikeAnyOther) {
+    ComPtr<IClassFactory> classObject;
+    ASSERT_EQ(CoGetClassObject(CLSID_StdGlobalInterfaceTable, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
+                               classObject.putVoid()),
+              S_OK);
+    ComPtr<IGlobalInterfaceTable> table;
+    EXPECT_EQ(classObject->CreateInstance(nullptr, IID_IGlobalInterfaceTable, table.putVoid()), S_OK);
+    EXPECT_TRUE(table);
+}
+
+TEST_F(Activation, AnObjectInTheProcessHasNoConnectionToCut) {
+    EXPECT_EQ(CoDisconnectObject(&factory, 0), S_OK);
+}
+
+#ifdef KORVEX_PORTABLE_RUNTIME
+
+// Wine hands such a class object out again and again.
+TEST_F(Activation, AClassObjectForASingleUseIsHandedOutOnce) {
+    TestObject single;
+    DWORD singleCookie = 0;
+    ASSERT_EQ(CoRegisterClassObject(kNoClass, &single, CLSCTX_INPROC_SERVER, REGCLS_SINGLEUSE, &singleCookie), S_OK);
+    ComPtr<IUnknown> object;
+    EXPECT_EQ(CoCreateInstance(kNoClass, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid()), S_OK);
+    EXPECT_EQ(CoCreateInstance(kNoClass, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid()), REGDB_E_CLASSNOTREG);
+    EXPECT_EQ(single.references, 0u);
+    EXPECT_EQ(CoRevokeClassObject(singleCookie), S_OK);
+}
+
+// Wine looks at local contexts only, whatever host is named.
 
 TEST_F(Activation, ANamedHostIsNotReachedForWantOfATransport) {
     OpxString host = OLESTR("plant7");
     COSERVERINFO server = {};
     server.pwszName = host.data();
     MULTI_QI wanted[] = {{&IID_IUnknown, nullptr, S_OK}};
-    EXPECT_EQ(CoCreateInstanceEx(kTestClass, nullptr, CLSCTX_REMOTE_SERVER, &server, 1, wanted), hresult(0x800706BAu));
+    for (const DWORD context : {DWORD{CLSCTX_REMOTE_SERVER}, DWORD{CLSCTX_ALL}}) {
+        EXPECT_EQ(CoCreateInstanceEx(kTestClass, nullptr, context, &server, 1, wanted), hresult(0x800706BAu));
+        EXPECT_EQ(wanted[0].hr, hresult(0x800706BAu));
+    }
     EXPECT_EQ(CoCreateInstanceEx(kTestClass, nullptr, CLSCTX_REMOTE_SERVER, nullptr, 1, wanted), REGDB_E_CLASSNOTREG);
     EXPECT_EQ(factory.created, 0);
+
+    host.clear();
+    server.pwszName = host.data();
+    EXPECT_EQ(CoCreateInstanceEx(kTestClass, nullptr, CLSCTX_ALL, &server, 1, wanted), S_OK);
+    ComPtr<IUnknown>::adopt(wanted[0].pItf);
+    EXPECT_EQ(factory.created, 1);
 }
 
 #endif

@@ -1,5 +1,6 @@
 #include <functional>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -45,26 +46,25 @@ TEST(Apartment, CoInitializeEntersASingleThreadedOne) {
 }
 
 TEST(Apartment, AThreadThatEnteredNoneSeesTheMultiThreadedOneOfTheProcess) {
-    TestObject object;
-    const auto createOnFreshThread = [] {
-        HRESULT hr = S_OK;
+    const auto expectOnFreshThread = [](HRESULT expected) {
         onFreshThread([&] {
             ComPtr<IGlobalInterfaceTable> table;
+            EXPECT_EQ(createInterfaceTable(table), expected);
             DWORD cookie = 0;
-            TestObject other;
-            hr = CoRegisterClassObject(kTestClass, &other, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie);
-            if (succeeded(hr)) CoRevokeClassObject(cookie);
+            TestObject object;
+            EXPECT_EQ(CoRegisterClassObject(kTestClass, &object, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie),
+                      expected);
+            if (cookie != 0) CoRevokeClassObject(cookie);
         });
-        return hr;
     };
-    EXPECT_EQ(createOnFreshThread(), CO_E_NOTINITIALIZED);
+    expectOnFreshThread(CO_E_NOTINITIALIZED);
     {
         const Apartment multiThreaded(COINIT_MULTITHREADED);
-        EXPECT_EQ(createOnFreshThread(), S_OK);
+        expectOnFreshThread(S_OK);
     }
     {
         const Apartment singleThreaded(COINIT_APARTMENTTHREADED);
-        EXPECT_EQ(createOnFreshThread(), CO_E_NOTINITIALIZED);
+        expectOnFreshThread(CO_E_NOTINITIALIZED);
     }
 }
 
@@ -121,15 +121,61 @@ TEST(GlobalInterfaceTable, IsTheSameForEveryThread) {
     EXPECT_EQ(table->RevokeInterfaceFromGlobal(cookie), S_OK);
 }
 
-TEST(Security, IsSettledOnceInAProcess) {
+TEST(GlobalInterfaceTable, RefusesInterfacesThatTheObjectDoesNotHave) {
     const Apartment apartment(COINIT_MULTITHREADED);
-    const auto settle = [] {
-        return CoInitializeSecurity(nullptr, -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_NONE, RPC_C_IMP_LEVEL_IMPERSONATE,
-                                    nullptr, EOAC_NONE, nullptr);
+    ComPtr<IGlobalInterfaceTable> table;
+    ASSERT_EQ(createInterfaceTable(table), S_OK);
+    TestObject object;
+    DWORD cookie = 0;
+    EXPECT_EQ(table->RegisterInterfaceInGlobal(nullptr, IID_IUnknown, &cookie), E_INVALIDARG);
+    EXPECT_EQ(table->RegisterInterfaceInGlobal(&object, IID_IEnumString, &cookie), E_NOINTERFACE);
+    EXPECT_EQ(object.references, 0u);
+
+    ASSERT_EQ(table->RegisterInterfaceInGlobal(&object, IID_IUnknown, &cookie), S_OK);
+    ComPtr<IEnumString> missing;
+    EXPECT_EQ(table->GetInterfaceFromGlobal(cookie, IID_IEnumString, missing.putVoid()), E_NOINTERFACE);
+    EXPECT_FALSE(missing);
+    ComPtr<IClassFactory> other;
+    EXPECT_EQ(table->GetInterfaceFromGlobal(cookie, IID_IClassFactory, other.putVoid()), S_OK);
+    EXPECT_EQ(table->RevokeInterfaceFromGlobal(cookie), S_OK);
+}
+
+TEST(GlobalInterfaceTable, ServesManyThreadsAtOnce) {
+    const Apartment apartment(COINIT_MULTITHREADED);
+    ComPtr<IGlobalInterfaceTable> table;
+    ASSERT_EQ(createInterfaceTable(table), S_OK);
+    const auto comeAndGo = [&] {
+        const Apartment own(COINIT_MULTITHREADED);
+        TestObject object;
+        for (int round = 0; round < 100; ++round) {
+            DWORD cookie = 0;
+            ASSERT_EQ(table->RegisterInterfaceInGlobal(&object, IID_IClassFactory, &cookie), S_OK);
+            ComPtr<IClassFactory> fetched;
+            EXPECT_EQ(table->GetInterfaceFromGlobal(cookie, IID_IClassFactory, fetched.putVoid()), S_OK);
+            EXPECT_EQ(fetched.get(), &object);
+            fetched.release();
+            EXPECT_EQ(table->RevokeInterfaceFromGlobal(cookie), S_OK);
+        }
+        EXPECT_EQ(object.references, 0u);
     };
-    EXPECT_EQ(settle(), S_OK);
-#ifdef KORVEX_PORTABLE_RUNTIME  // Wine accepts the call however often it is made
-    EXPECT_EQ(settle(), RPC_E_TOO_LATE);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) threads.emplace_back(comeAndGo);
+    for (std::thread& thread : threads) thread.join();
+}
+
+HRESULT settleSecurity() {
+    return CoInitializeSecurity(nullptr, -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_NONE, RPC_C_IMP_LEVEL_IMPERSONATE,
+                                nullptr, EOAC_NONE, nullptr);
+}
+
+TEST(Security, IsSettledOnceInAProcess) {
+#ifdef KORVEX_PORTABLE_RUNTIME  // Wine accepts the call in no apartment, and however often it is made
+    EXPECT_EQ(settleSecurity(), CO_E_NOTINITIALIZED);
+#endif
+    const Apartment apartment(COINIT_MULTITHREADED);
+    EXPECT_EQ(settleSecurity(), S_OK);
+#ifdef KORVEX_PORTABLE_RUNTIME
+    EXPECT_EQ(settleSecurity(), RPC_E_TOO_LATE);
 #endif
 }
 

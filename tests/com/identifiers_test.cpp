@@ -28,6 +28,12 @@ TEST(Identifiers, AreReadFromTextInAnyCase) {
     EXPECT_TRUE(IsEqualGUID(clsid, kGuid));
 }
 
+TEST(Identifiers, NoTextIsTheNullIdentifier) {
+    CLSID clsid = kGuid;
+    EXPECT_EQ(CLSIDFromString(nullptr, &clsid), S_OK);
+    EXPECT_TRUE(IsEqualGUID(clsid, GUID_NULL));
+}
+
 TEST(Identifiers, AMalformedTextIsRefused) {
     for (const OLECHAR* text :
          {OLESTR("{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F}"), OLESTR("{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9"),
@@ -36,6 +42,13 @@ TEST(Identifiers, AMalformedTextIsRefused) {
         CLSID clsid = {};
         EXPECT_EQ(CLSIDFromString(text, &clsid), CO_E_CLASSSTRING) << toUtf8(text);
     }
+}
+
+TEST(Identifiers, OfServersThatAreNotRegisteredAreUnknown) {
+    CLSID clsid = kGuid;
+    EXPECT_EQ(CLSIDFromProgID(OLESTR("Korvex.No.Such.Server"), &clsid), CO_E_CLASSSTRING);
+    LPOLESTR progId = nullptr;
+    EXPECT_EQ(ProgIDFromCLSID(kGuid, &progId), REGDB_E_CLASSNOTREG);
 }
 
 TEST(Identifiers, NewOnesDiffer) {

@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 
 #include <gtest/gtest.h>
 
@@ -23,23 +24,52 @@ const char* const kTestServer =
     "CLSID={0A1B2C3D-1111-4222-8333-010203040506}\nDescription=Vendor's server\n"
     "Categories={63D5F432-CFE4-11D1-B2C8-0060083BA1FB}, {CC603642-66D7-48F1-B69A-B625E73652D7}\n";
 
-std::string otherServer(const std::string& progId, const std::string& module) {
-    return "ProgID=" + progId + "\nCLSID={0A1B2C3D-2222-4222-8333-010203040506}\nModule=" + module + "\n";
+constexpr CLSID kOtherClass = {0x0A1B2C3D, 0x2222, 0x4222, {0x83, 0x33, 1, 2, 3, 4, 5, 6}};
+
+std::string server(const std::string& progId, const std::string& clsid, const std::string& module) {
+    return "ProgID=" + progId + "\nCLSID=" + clsid + "\nModule=" + module + "\n";
 }
+
+std::string otherServer(const std::string& progId, const std::string& module) {
+    return server(progId, "{0A1B2C3D-2222-4222-8333-010203040506}", module);
+}
+
+// An environment variable for the time of a test.
+class Variable {
+public:
+    Variable(const char* name, const std::string& value) : name_(name), before_(Com::environmentVariable(name)) {
+        ::setenv(name, value.c_str(), 1);
+    }
+    ~Variable() {
+        if (before_)
+            ::setenv(name_, toUtf8(*before_).c_str(), 1);
+        else
+            ::unsetenv(name_);
+    }
+
+private:
+    const char* const name_;
+    const std::optional<OpxString> before_;
+};
 
 class Registry : public ::testing::Test {
 protected:
     Registry() {
         fs::create_directories(folder);
-        ::setenv("KORVEX_OPC_SERVERS", (folder / "absent").string().append(":").append(folder.string()).c_str(), 1);
-        write("1-vendor.server", kTestServer + ("Module=" + (bin / "korvex_test_module.so").string()) + "\n");
+        write("1-vendor.server", kTestServer + ("Module=" + testModule.string()) + "\n");
     }
-    ~Registry() override {
-        ::unsetenv("KORVEX_OPC_SERVERS");
-        fs::remove_all(folder);
+    ~Registry() override { fs::remove_all(base); }
+
+    void write(const std::string& name, const std::string& content) { writeTo(folder, name, content); }
+    void writeTo(const fs::path& place, const std::string& name, const std::string& content) {
+        fs::create_directories(place);
+        std::ofstream(place / name) << content;
     }
 
-    void write(const std::string& name, const std::string& content) { std::ofstream(folder / name) << content; }
+    HRESULT createOther() {
+        ComPtr<IUnknown> object;
+        return CoCreateInstance(kOtherClass, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid());
+    }
 
     HRESULT serverList(ComPtr<IOPCServerList2>& list) {
         return CoCreateInstance(CLSID_OpcServerList, nullptr, CLSCTX_ALL, IID_IOPCServerList2, list.putVoid());
@@ -47,8 +77,13 @@ protected:
 
     const Apartment apartment{COINIT_MULTITHREADED};
     const fs::path bin = Com::programPath().parent_path();
-    const fs::path folder =
+    const fs::path testModule = bin / "korvex_test_module.so";
+    const fs::path base =
         fs::temp_directory_path() / ("korvex-registry-test-" + std::to_string(Com::currentThreadId()));
+    const fs::path folder = base / "servers";
+    const fs::path usersFolder = base / "data/korvex-opc/servers";
+    const Variable folders{"KORVEX_OPC_SERVERS", (base / "absent").string() + ":" + folder.string()};
+    const Variable usersData{"XDG_DATA_HOME", (base / "data").string()};
 };
 
 TEST_F(Registry, ActivatesAClassFromItsModule) {
@@ -58,15 +93,54 @@ TEST_F(Registry, ActivatesAClassFromItsModule) {
 }
 
 TEST_F(Registry, AModuleThatCannotBeUsedIsTold) {
-    const CLSID other = {0x0A1B2C3D, 0x2222, 0x4222, {0x83, 0x33, 1, 2, 3, 4, 5, 6}};
-    ComPtr<IUnknown> object;
     write("2.server", otherServer("Other.1", "no-such-module.so"));
-    EXPECT_EQ(CoCreateInstance(other, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid()), CO_E_DLLNOTFOUND);
-    write("2.server", otherServer("Other.1", "libc.so.6"));
-    fs::create_symlink("/lib/x86_64-linux-gnu/libc.so.6", folder / "libc.so.6");
-    EXPECT_EQ(CoCreateInstance(other, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid()), CO_E_ERRORINDLL);
-    write("2.server", otherServer("Other.1", (bin / "korvex_test_module.so").string()));
-    EXPECT_EQ(CoCreateInstance(other, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid()), CLASS_E_CLASSNOTAVAILABLE);
+    EXPECT_EQ(createOther(), CO_E_DLLNOTFOUND);
+    write("text.so", "this is no shared object");
+    write("2.server", otherServer("Other.1", "text.so"));
+    EXPECT_EQ(createOther(), CO_E_DLLNOTFOUND);
+    write("2.server", otherServer("Other.1", (bin / "libKorvexCom.so.1").string()));
+    EXPECT_EQ(createOther(), CO_E_ERRORINDLL);
+    fs::create_symlink(testModule, folder / "relative.so");
+    write("2.server", otherServer("Other.1", "relative.so"));
+    EXPECT_EQ(createOther(), CLASS_E_CLASSNOTAVAILABLE);
+}
+
+TEST_F(Registry, AModuleThatAnswersSuccessAndNothingHarmsNobody) {
+    write("2.server", server("Nonsense.1", "{0A1B2C3D-3333-4222-8333-010203040506}", testModule));
+    write("3.server", server("Nonsense.2", "{0A1B2C3D-4444-4222-8333-010203040506}", testModule));
+    ComPtr<IUnknown> object;
+    EXPECT_EQ(CoCreateInstance(kNoClassObject, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid()), CO_E_ERRORINDLL);
+    EXPECT_EQ(CoCreateInstance(kNoObject, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid()), E_UNEXPECTED);
+    EXPECT_FALSE(object);
+}
+
+TEST_F(Registry, AProgramsOwnClassObjectPrecedesTheModule) {
+    TestObject own;
+    DWORD cookie = 0;
+    ASSERT_EQ(CoRegisterClassObject(kTestClass, &own, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie), S_OK);
+    ComPtr<IUnknown> object;
+    EXPECT_EQ(CoCreateInstance(kTestClass, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid()), S_OK);
+    EXPECT_EQ(own.created, 1);
+    EXPECT_EQ(CoRevokeClassObject(cookie), S_OK);
+}
+
+TEST_F(Registry, FoldersAreSearchedInTheirOrder) {
+    const fs::path installed = bin.parent_path() / "share/korvex-opc/servers";
+    const fs::path installedFile = installed / "korvex-registry-test.server";
+    CLSID clsid = {};
+
+    writeTo(installed, installedFile.filename().string(), otherServer("Installed.1", "x"));
+    EXPECT_EQ(CLSIDFromProgID(OLESTR("Installed.1"), &clsid), S_OK);
+
+    writeTo(usersFolder, "a.server", otherServer("Users.1", "x"));
+    EXPECT_EQ(CLSIDFromProgID(OLESTR("Users.1"), &clsid), S_OK);
+    EXPECT_EQ(CLSIDFromProgID(OLESTR("Installed.1"), &clsid), CO_E_CLASSSTRING);
+
+    write("2.server", otherServer("Named.1", "x"));
+    EXPECT_EQ(CLSIDFromProgID(OLESTR("Named.1"), &clsid), S_OK);
+    EXPECT_EQ(CLSIDFromProgID(OLESTR("Users.1"), &clsid), CO_E_CLASSSTRING);
+
+    fs::remove(installedFile);
 }
 
 TEST_F(Registry, ProgIdsResolveWithoutRegardToCase) {
@@ -82,10 +156,21 @@ TEST_F(Registry, ProgIdsResolveWithoutRegardToCase) {
     EXPECT_EQ(toUtf8(Com::TaskString(raw).get()), "Vendor.Server.1");
 }
 
+TEST_F(Registry, AFileMayComeFromAnyEditor) {
+    write("2.server",
+          "\xEF\xBB\xBF# with a mark\r\nProgID = Gr\xC3\xBC\xC3\x9F.1\r\n"
+          "CLSID={0a1b2c3d-2222-4222-8333-010203040506}\r\nModule=x\r\n");
+    CLSID clsid = {};
+    EXPECT_EQ(CLSIDFromProgID(OLESTR("Gr\u00FC\u00DF.1"), &clsid), S_OK);
+    EXPECT_TRUE(IsEqualCLSID(clsid, kOtherClass));
+}
+
 TEST_F(Registry, ABrokenFileIsSkippedAndTheFirstOfAClassCounts) {
     write("0-broken.server", "ProgID=Broken.1\nCLSID=not an identifier\nModule=x\n");
     write("0-senseless.server", "no line of this file makes sense");
     write("0-incomplete.server", "CLSID={0A1B2C3D-1111-4222-8333-010203040506}\nModule=x\n");
+    write("0-empty.server", "");
+    fs::create_directory(folder / "0-folder.server");
     write("0-ignored.txt", otherServer("Ignored.1", "x"));
     write("9-late.server", kTestServer + std::string("Module=late.so\n"));
     ComPtr<IClassFactory> object;
@@ -120,6 +205,21 @@ TEST_F(Registry, TheServerListEnumeratesByCategoryAndTellsDetails) {
     CLSID clsid = {};
     EXPECT_EQ(list->CLSIDFromProgID(OLESTR("Vendor.Server.1"), &clsid), S_OK);
     EXPECT_TRUE(IsEqualCLSID(clsid, kTestClass));
+}
+
+TEST_F(Registry, TheServerListTakesAnyCategoryAndRefusesMissingOnes) {
+    ComPtr<IOPCServerList2> list;
+    ASSERT_EQ(serverList(list), S_OK);
+    ComPtr<IOPCEnumGUID> ids;
+    constexpr ULONG kAnyCategory = 0xFFFFFFFFu;
+    CATID unrelated[] = {IID_IUnknown};
+    for (CATID* categories : {static_cast<CATID*>(nullptr), unrelated}) {
+        ASSERT_EQ(list->EnumClassesOfCategories(kAnyCategory, categories, 0, nullptr, ids.put()), S_OK);
+        GUID id = {};
+        EXPECT_EQ(ids->Next(1, &id, nullptr), S_OK);
+    }
+    EXPECT_EQ(list->EnumClassesOfCategories(1, nullptr, 0, nullptr, ids.put()), E_INVALIDARG);
+    EXPECT_FALSE(ids);
 }
 
 TEST_F(Registry, AnEnumeratorSkipsResetsAndIsCloned) {

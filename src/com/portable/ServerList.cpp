@@ -15,6 +15,9 @@
 namespace Korvex::Com {
 namespace {
 
+// The count of categories with which a caller asks for the servers of all.
+constexpr ULONG kAnyCategory = 0xFFFFFFFFu;
+
 // The two server lists answer enumerators that differ in their identifier alone.
 template <typename Interface>
 class ClassIdEnumerator final : public ComObject<Interface> {
@@ -60,11 +63,14 @@ bool isAnyOf(const RegisteredServer& server, const CATID* categories, ULONG coun
 // Servers of this registry require nothing of their clients, so required categories exclude none.
 template <typename Interface>
 HRESULT enumerate(ULONG count, const CATID* implemented, Interface** out) {
-    if (!out || (count != 0 && !implemented)) return E_INVALIDARG;
+    if (!out) return E_INVALIDARG;
+    *out = nullptr;
+    const bool ofAnyCategory = count == 0 || count == kAnyCategory;
+    if (!ofAnyCategory && !implemented) return E_INVALIDARG;
     std::vector<GUID> ids;
     const ServerRegistry registry = ServerRegistry::read();
     for (const RegisteredServer& server : registry.servers()) {
-        if (count == 0 || isAnyOf(server, implemented, count)) ids.push_back(server.clsid);
+        if (ofAnyCategory || isAnyOf(server, implemented, count)) ids.push_back(server.clsid);
     }
     *out = new (std::nothrow) ClassIdEnumerator<Interface>(std::move(ids));
     return *out ? S_OK : E_OUTOFMEMORY;
@@ -99,6 +105,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetClassDetails(REFCLSID clsid, LPOLESTR* ppszProgID, LPOLESTR* ppszUserType,
                                               LPOLESTR* ppszVerIndProgID) override {
         if (!ppszProgID || !ppszUserType || !ppszVerIndProgID) return E_POINTER;
+        *ppszProgID = *ppszUserType = *ppszVerIndProgID = nullptr;
         ClassDetails found;
         if (const HRESULT hr = details(clsid, found); failed(hr)) return hr;
         *ppszProgID = found.progId.release();
@@ -119,23 +126,11 @@ public:
     }
 };
 
-class ServerListFactory final : public ComObject<IClassFactory> {
-public:
-    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* pUnkOuter, REFIID riid, void** ppvObject) override {
-        if (!ppvObject) return E_POINTER;
-        *ppvObject = nullptr;
-        if (pUnkOuter) return CLASS_E_NOAGGREGATION;
-        const auto list = ComPtr<IOPCServerList2>::adopt(new (std::nothrow) ServerList);
-        return list ? list->QueryInterface(riid, ppvObject) : E_OUTOFMEMORY;
-    }
-    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
-};
-
 }  // namespace
 
-HRESULT getServerListClassObject(REFIID riid, void** ppv) {
-    const auto factory = ComPtr<IClassFactory>::adopt(new (std::nothrow) ServerListFactory);
-    return factory ? factory->QueryInterface(riid, ppv) : E_OUTOFMEMORY;
+HRESULT createServerList(REFIID riid, void** ppv) {
+    const auto list = ComPtr<IOPCServerList2>::adopt(new (std::nothrow) ServerList);
+    return list ? list->QueryInterface(riid, ppv) : E_OUTOFMEMORY;
 }
 
 }  // namespace Korvex::Com

@@ -5,7 +5,7 @@
 
 namespace Korvex::Com {
 
-// The class object of the server list.
-HRESULT getServerListClassObject(REFIID riid, void** ppv);
+// A new server list, through its interface `riid`.
+HRESULT createServerList(REFIID riid, void** ppv);
 
 }  // namespace Korvex::Com

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <map>
 #include <stdexcept>
+#include <string_view>
 
 namespace Korvex::Com {
 namespace {
@@ -45,15 +46,20 @@ fs::path usersFolder() {
     return home.empty() ? fs::path() : fs::path(home) / ".local/share" / kFolderOfServers;
 }
 
-// Beside the folder of this library: PREFIX/lib/... has PREFIX/share/...
-std::vector<fs::path> installedFolders() {
+// This library lies in PREFIX/lib, PREFIX/lib64 or PREFIX/lib/SYSTEM.
+std::vector<fs::path> installationPrefixes() {
     Dl_info info = {};
     if (!::dladdr(kFolderOfServers, &info) || !info.dli_fname) return {};
-    std::vector<fs::path> folders;
     std::error_code ignored;
-    for (fs::path place = fs::weakly_canonical(info.dli_fname, ignored).parent_path(); place.has_relative_path();
-         place = place.parent_path()) {
-        if (place.filename() == "lib") folders.push_back(place.parent_path() / "share" / kFolderOfServers);
+    const fs::path prefix = fs::weakly_canonical(info.dli_fname, ignored).parent_path().parent_path();
+    if (prefix.filename() == "lib") return {prefix, prefix.parent_path()};
+    return {prefix};
+}
+
+std::vector<fs::path> installedFolders() {
+    std::vector<fs::path> folders;
+    for (const fs::path& prefix : installationPrefixes()) {
+        for (const char* place : {"share", "lib"}) folders.push_back(prefix / place / kFolderOfServers);
     }
     return folders;
 }
@@ -74,9 +80,20 @@ GUID identifier(const std::string& text, const char* key) {
     return guid;
 }
 
+// Some editors put one before UTF-8.
+void skipByteOrderMark(std::istream& in) {
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    std::string start(kMark.size(), '\0');
+    if (in.read(start.data(), static_cast<std::streamsize>(start.size())) && start == kMark) return;
+    in.clear();
+    in.seekg(0);
+}
+
 std::map<std::string, std::string> readLines(const fs::path& file) {
+    if (!fs::is_regular_file(file)) throw std::runtime_error("is not a file");
     std::ifstream in(file);
     if (!in) throw std::runtime_error("cannot be opened");
+    skipByteOrderMark(in);
     std::map<std::string, std::string> values;
     for (std::string line; std::getline(in, line);) {
         line = trimmed(line);

@@ -2,14 +2,15 @@
 #include <dlfcn.h>
 
 #include <algorithm>
-#include <map>
-#include <memory>
+#include <iterator>
 #include <mutex>
-#include <string>
+#include <new>
+#include <utility>
 #include <vector>
 
 #include "com/ComPtr.h"
 #include "com/opc_interfaces.h"
+#include "com/portable/BuiltInClass.h"
 #include "com/portable/GlobalInterfaceTable.h"
 #include "com/portable/ServerList.h"
 #include "com/portable/ServerRegistry.h"
@@ -65,45 +66,59 @@ HRESULT entryPointOf(const std::filesystem::path& module, GetClassObjectFunction
     return entryPoint ? S_OK : CO_E_ERRORINDLL;
 }
 
-HRESULT classObjectFromModule(REFCLSID clsid, REFIID riid, void** ppv) {
-    const auto server = ServerRegistry::read().find(clsid);
-    if (!server) return REGDB_E_CLASSNOTREG;
+HRESULT classObjectFromModule(const RegisteredServer& server, REFCLSID clsid, REFIID riid, void** ppv) {
     GetClassObjectFunction entryPoint = nullptr;
-    if (const HRESULT hr = entryPointOf(server->module, entryPoint); failed(hr)) return hr;
-    return entryPoint(clsid, riid, ppv);
+    if (const HRESULT hr = entryPointOf(server.module, entryPoint); failed(hr)) return hr;
+    const HRESULT hr = entryPoint(clsid, riid, ppv);
+    return succeeded(hr) && !*ppv ? CO_E_ERRORINDLL : hr;
+}
+
+// ---- The runtime's own classes -------------------------------------------------------------------
+
+struct BuiltIn {
+    CLSID clsid;
+    CreateFunction create;
+};
+
+constexpr BuiltIn kBuiltIns[] = {
+    {CLSID_StdGlobalInterfaceTable,
+     [](REFIID riid, void** ppv) { return GlobalInterfaceTable::instance().QueryInterface(riid, ppv); }},
+    {CLSID_OpcServerList, &createServerList},
+};
+
+HRESULT builtInClassObject(REFCLSID clsid, REFIID riid, void** ppv) {
+    const auto found = std::find_if(std::begin(kBuiltIns), std::end(kBuiltIns),
+                                    [&](const BuiltIn& builtIn) { return builtIn.clsid == clsid; });
+    if (found == std::end(kBuiltIns)) return REGDB_E_CLASSNOTREG;
+    const auto classObject = ComPtr<IClassFactory>::adopt(new (std::nothrow) BuiltInClass(found->create));
+    return classObject ? classObject->QueryInterface(riid, ppv) : E_OUTOFMEMORY;
 }
 
 // ---- Activation ----------------------------------------------------------------------------------
 
 HRESULT localClassObject(REFCLSID clsid, REFIID riid, void** ppv) {
     if (const auto registered = takeRegisteredClass(clsid)) return registered->QueryInterface(riid, ppv);
-    if (clsid == CLSID_OpcServerList) return getServerListClassObject(riid, ppv);
-    return classObjectFromModule(clsid, riid, ppv);
+    if (const auto server = ServerRegistry::read().find(clsid)) return classObjectFromModule(*server, clsid, riid, ppv);
+    return builtInClassObject(clsid, riid, ppv);
 }
 
 HRESULT createLocalInstance(REFCLSID clsid, IUnknown* outer, ComPtr<IUnknown>& instance) {
-    if (clsid == CLSID_StdGlobalInterfaceTable) {
-        instance = &GlobalInterfaceTable::instance();
-        return S_OK;
-    }
     ComPtr<IClassFactory> factory;
-    const HRESULT hr = localClassObject(clsid, IID_IClassFactory, factory.putVoid());
-    if (failed(hr)) return hr;
-    return factory->CreateInstance(outer, IID_IUnknown, instance.putVoid());
+    if (const HRESULT hr = localClassObject(clsid, IID_IClassFactory, factory.putVoid()); failed(hr)) return hr;
+    const HRESULT hr = factory->CreateInstance(outer, IID_IUnknown, instance.putVoid());
+    return succeeded(hr) && !instance ? E_UNEXPECTED : hr;
 }
 
 // Where a transport to other machines will stand. There is none yet, so no host can be reached.
-HRESULT createRemoteInstance(REFCLSID, const COSERVERINFO& server, ComPtr<IUnknown>&) {
-    const bool namesHost = server.pwszName && server.pwszName[0] != 0;
-    return namesHost ? kServerUnavailable : REGDB_E_CLASSNOTREG;
+HRESULT createRemoteInstance(REFCLSID, const COSERVERINFO&, ComPtr<IUnknown>&) {
+    return kServerUnavailable;
 }
 
 HRESULT createInstance(REFCLSID clsid, IUnknown* outer, DWORD context, const COSERVERINFO* server,
                        ComPtr<IUnknown>& instance) {
     if (!isInApartment()) return CO_E_NOTINITIALIZED;
-    if (server && server->pwszName && (context & CLSCTX_REMOTE_SERVER)) {
-        return createRemoteInstance(clsid, *server, instance);
-    }
+    const bool namesHost = server && server->pwszName && *server->pwszName;
+    if (namesHost && (context & CLSCTX_REMOTE_SERVER)) return createRemoteInstance(clsid, *server, instance);
     if ((context & kLocalContexts) == 0) return REGDB_E_CLASSNOTREG;
     return createLocalInstance(clsid, outer, instance);
 }
@@ -113,6 +128,7 @@ HRESULT queryAll(IUnknown& instance, DWORD count, MULTI_QI* results) {
     DWORD had = 0;
     for (MULTI_QI* wanted = results; wanted != results + count; ++wanted) {
         wanted->hr = instance.QueryInterface(*wanted->pIID, reinterpret_cast<void**>(&wanted->pItf));
+        if (succeeded(wanted->hr) && !wanted->pItf) wanted->hr = E_NOINTERFACE;
         if (succeeded(wanted->hr))
             ++had;
         else

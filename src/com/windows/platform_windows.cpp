@@ -16,11 +16,16 @@ namespace {
 
 using CreateXmlReaderFunction = HRESULT(STDAPICALLTYPE*)(REFIID, void**, IMalloc*);
 
-HRESULT createXmlReader(ComPtr<IXmlReader>& reader) {
-    static const HMODULE library = ::LoadLibraryW(L"xmllite.dll");
-    if (!library) return HRESULT_FROM_WIN32(::GetLastError());
-    static const auto create = reinterpret_cast<CreateXmlReaderFunction>(
+// Null where the system has no XmlLite.
+CreateXmlReaderFunction findCreateXmlReader() {
+    const HMODULE library = ::LoadLibraryW(L"xmllite.dll");
+    if (!library) return nullptr;
+    return reinterpret_cast<CreateXmlReaderFunction>(
         reinterpret_cast<void*>(::GetProcAddress(library, "CreateXmlReader")));
+}
+
+HRESULT createXmlReader(ComPtr<IXmlReader>& reader) {
+    static const CreateXmlReaderFunction create = findCreateXmlReader();
     return create ? create(IID_IXmlReader, reader.putVoid(), nullptr) : E_NOTIMPL;
 }
 

@@ -1,0 +1,26 @@
+// The class object of a class that the runtime brings itself.
+#pragma once
+
+#include "com/portable/ComObject.h"
+
+namespace Korvex::Com {
+
+// Answers a new object, or the one that there is, through the interface `riid`.
+using CreateFunction = HRESULT (*)(REFIID riid, void** ppv);
+
+class BuiltInClass final : public ComObject<IClassFactory> {
+public:
+    explicit BuiltInClass(CreateFunction create) noexcept : create_(create) {}
+
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* pUnkOuter, REFIID riid, void** ppvObject) override {
+        if (!ppvObject) return E_POINTER;
+        *ppvObject = nullptr;
+        return pUnkOuter ? CLASS_E_NOAGGREGATION : create_(riid, ppvObject);
+    }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
+
+private:
+    const CreateFunction create_;
+};
+
+}  // namespace Korvex::Com
