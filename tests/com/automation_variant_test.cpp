@@ -196,7 +196,6 @@ TEST(VariantChangeType, TheRuntimesDifferOnlyWhereOursIsMeantTo) {
         {"BSTR &HFFFFFFFF", "R8", "4294967295", "overflow", "bits are a number for every type"},
         {"BSTR &HFFFFFFFFFFFFFFFF", "UI8", "18446744073709551615", "overflow", "all 64 bits are read"},
         {"BSTR 01-Jan-08", "DATE", "39448", "36899", "the day comes first, as in all other locales"},
-        {"BSTR 3 p", "DATE", "0.625", "mismatch", "one letter is enough after a blank, too"},
     };
     for (const auto& row : differences) {
         EXPECT_EQ(converted(row.source, typeNamed(row.target), kEnglish), kPortable ? row.ours : row.other)
