@@ -107,6 +107,10 @@ void DaServerMgt::Dispose() {
     LibT::lCtor("<-- Dtor MCPP::DaServerMgt");
 }
 
+void DaServerMgt::Dispose(bool disposing) {
+    if (disposing) Dispose();
+}
+
 void DaServerMgt::Connect(const NullableText& url, std::int32_t clientHandle, ConnectInfo* connectInfo,
                           bool& connectFailed) {
     const InterfaceScope trace("MCPP::DaServerMgt::Connect");

@@ -137,8 +137,7 @@ DaGroupMgt::DaGroupMgt(OpxString name, std::uint32_t updateRate, bool active, st
 
 DaGroupMgt::~DaGroupMgt() {
     LibT::lCtor("--> Dtor DaGroupMgt");
-    if (d_->callbackSink) d_->callbackSink->detach();
-    if (d_->available) d_->ReleaseOPCGroupInterfaces();
+    clear();
     d_.reset();
     LibT::lCtor("<-- Dtor DaGroupMgt");
 }
@@ -172,7 +171,11 @@ HRESULT DaGroupMgt::initialize(IOPCItemMgt* itemMgt, std::uint32_t revisedUpdate
 }
 
 HRESULT DaGroupMgt::clear() {
-    return d_->ReleaseOPCGroupInterfaces();
+    disconnectCallback();
+    if (d_->callbackSink) d_->callbackSink->detach();  // where the server could not be asked to give it up
+    const HRESULT hr = d_->ReleaseOPCGroupInterfaces();
+    d_->callbackAdvised = false;
+    return hr;
 }
 
 HRESULT DaGroupMgt::setActive(bool active) {
@@ -326,8 +329,8 @@ HRESULT DaGroupMgt::connectCallback(OpxDataCallback* callback) {
 }
 
 HRESULT DaGroupMgt::disconnectCallback() {
-    const TraceScope scope("DaGroupMgt::disconnectCallback");
     if (!d_->callbackAdvised) return E_FAIL;
+    const TraceScope scope("DaGroupMgt::disconnectCallback");
     const auto point = d_->GetIConnectionPoint();
     if (!point) return scope.refuse("[hr=E_NOINTERFACE] - IConnectionPoint not valid", E_NOINTERFACE);
 

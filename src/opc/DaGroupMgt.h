@@ -33,7 +33,7 @@ public:
     // `updateRate` in milliseconds, `percentDeadband` from 0 to 100.
     DaGroupMgt(OpxString name, std::uint32_t updateRate, bool active, std::uint32_t clientHandle,
                float percentDeadband);
-    // Nothing is asked of the server; a callback that is still connected is told nothing more.
+    // Clears a group that is not cleared yet.
     ~DaGroupMgt();
     DaGroupMgt(const DaGroupMgt&) = delete;
     DaGroupMgt& operator=(const DaGroupMgt&) = delete;
@@ -51,7 +51,7 @@ public:
     // a failure to keep them for other threads leaves it available, without the interfaces not kept.
     HRESULT initialize(IOPCItemMgt* itemMgt, std::uint32_t revisedUpdateRate, std::uint32_t serverHandle,
                        LCID localeId);
-    // Releases the group's interfaces.
+    // Disconnects the callback and releases the group's interfaces. The server keeps the group.
     HRESULT clear();
 
     HRESULT setActive(bool active);

@@ -47,7 +47,9 @@ std::int32_t opcCodeOf(const std::function<void()>& action) {
     return thrownBy<OPCException>(action).ResultID().Code();
 }
 
-ItemIdentifier item(const char* id) { return ItemIdentifier(id, ""); }
+ItemIdentifier item(const char* id) {
+    return ItemIdentifier(id, "");
+}
 
 ItemIdentifier typed(const char* id, Type type) {
     ItemIdentifier result = item(id);
@@ -86,7 +88,8 @@ TEST_F(DaServerMgtTest, ConnectsOnceAndDisconnectsOnce) {
     EXPECT_EQ(server.ServerState(), State::DISCONNECTED);
     const auto once = thrownBy<OPCException>([&] { server.Disconnect(); });
     EXPECT_EQ(toUtf8(once.Message()), "Unspecified error. - The server is currently not connected.");
-    EXPECT_TRUE(trace.has("EXC MCPP::DaServerMgt::Disconnect throwing OPCException - The server is currently not connected"));
+    EXPECT_TRUE(
+        trace.has("EXC MCPP::DaServerMgt::Disconnect throwing OPCException - The server is currently not connected"));
     connect();
     EXPECT_TRUE(server.IsConnected());
 }
@@ -167,7 +170,9 @@ TEST_F(DaServerMgtTest, DisposingDisconnectsOnceAndEndsTheObjectsUse) {
     server.add_ServerStateChanged([&](std::int32_t, State state) { states.push_back(state); });
     connect();
     sim.fault("IOPCServer::RemoveGroup", E_FAIL);
-    server.Dispose();
+    server.Dispose(false);
+    EXPECT_TRUE(server.IsConnected());
+    server.Dispose(true);
     server.Dispose();
     EXPECT_EQ(states, (std::vector{State::CONNECTED, State::DISCONNECTED}));
     EXPECT_FALSE(server.IsConnected());
@@ -192,8 +197,8 @@ TEST_F(DaServerMgtTest, ReadNamesTheArgumentItRefuses) {
 TEST_F(DaServerMgtTest, ReadsValuesOfEveryKind) {
     connect();
     ASSERT_EQ(read({item("Constant.Boolean"), item("Constant.Int64"), item("Constant.UInt8"), item("Constant.Float"),
-                    item("Constant.String"), item("Constant.Date"), item("Constant.Currency"), item("Constant.Int16Array"),
-                    item("Constant.VariantArray"), item("Constant.EmptyArray")}),
+                    item("Constant.String"), item("Constant.Date"), item("Constant.Currency"),
+                    item("Constant.Int16Array"), item("Constant.VariantArray"), item("Constant.EmptyArray")}),
               ReturnCode::SUCCEEDED);
     EXPECT_TRUE(values[0].Value().get<bool>());
     EXPECT_EQ(values[1].Value().get<std::int64_t>(), -6400000000);
@@ -203,8 +208,7 @@ TEST_F(DaServerMgtTest, ReadsValuesOfEveryKind) {
     EXPECT_EQ(toUtf8(values[5].Value().get<DateTime>().toText()), "2008-03-01T12:34:56.000Z");
     EXPECT_EQ(toUtf8(values[6].Value().toText()), "12.3456");
     EXPECT_EQ(values[7].Value().get<std::vector<std::int16_t>>(), (std::vector<std::int16_t>{-32768, -1600, 32767}));
-    EXPECT_EQ(values[8].Value().get<std::vector<Object>>(),
-              (std::vector<Object>{1, OLESTR("two"), 3.5, true}));
+    EXPECT_EQ(values[8].Value().get<std::vector<Object>>(), (std::vector<Object>{1, OLESTR("two"), 3.5, true}));
     EXPECT_TRUE(values[9].Value().get<std::vector<std::int32_t>>().empty());
     for (std::size_t i = 0; i < items.size(); ++i) {
         SCOPED_TRACE(i);
@@ -243,9 +247,10 @@ TEST_F(DaServerMgtTest, APositiveItemErrorLeavesTheValueOutToo) {
 TEST_F(DaServerMgtTest, ConvertsToTheTypeAskedForAndReportsTheItemsOwnOtherwise) {
     connect();
     const Type characters = Type::arrayOf(Type::Kind::Character);
-    EXPECT_EQ(read({typed("Constant.Int32", Type::of<OpxString>()), typed("Constant.Double", Type::of<std::int16_t>()),
-                    typed("Constant.Int8Array", characters), typed("Constant.UInt32", Type::scalar(Type::Kind::Character))}),
-              ReturnCode::SUCCEEDED);
+    EXPECT_EQ(
+        read({typed("Constant.Int32", Type::of<OpxString>()), typed("Constant.Double", Type::of<std::int16_t>()),
+              typed("Constant.Int8Array", characters), typed("Constant.UInt32", Type::scalar(Type::Kind::Character))}),
+        ReturnCode::SUCCEEDED);
     EXPECT_EQ(toUtf8(values[0].Value().get<OpxString>()), "-320000");
     EXPECT_EQ(values[1].Value().get<std::int16_t>(), -2);
     // An array of characters is asked for as the tag that is reported as an array of Int8.

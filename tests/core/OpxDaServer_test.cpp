@@ -222,9 +222,9 @@ TEST_F(OpxDaServerTest, AnotherLocaleThanAskedForIsToldOnceConnected) {
 
 TEST_F(OpxDaServerTest, AClassThatDoesNotExistFailsWithoutRetryOrReport) {
     info.retryInitialConnect = true;
-    EXPECT_EQ(
-        server.connect(OLESTR("opcda://localhost/No.Server/{not a class identifier, but quite as long}"), info, 0, &callback),
-        CO_E_CLASSSTRING);
+    EXPECT_EQ(server.connect(OLESTR("opcda://localhost/No.Server/{not a class identifier, but quite as long}"), info, 0,
+                             &callback),
+              CO_E_CLASSSTRING);
     EXPECT_LT(server.connect(OLESTR("opcda://localhost/No.Server.Of.This.Name"), info, 0, &callback), 0);
     EXPECT_TRUE(
         trace.has("Performance warning DaServerCom::connect - No CLSID in passed URL "

@@ -360,11 +360,15 @@ TEST_F(SimulationFixture, nothing_works_on_a_group_that_is_not_available) {
     expectFailures(failures, sim, trace, nothing);
 }
 
-TEST_F(DaGroupMgtTest, a_callback_cannot_be_disconnected_once_the_group_is_cleared) {
+TEST_F(DaGroupMgtTest, removing_a_group_takes_its_callback_back_first) {
     ASSERT_EQ(c.group.connectCallback(&c.client), S_OK);
-    c.group.clear();
-    EXPECT_EQ(c.group.disconnectCallback(), E_NOINTERFACE);
-    EXPECT_TRUE(trace.has("<-- DaGroupMgt::disconnectCallback [hr=E_NOINTERFACE] - IConnectionPoint not valid"));
+    sim.clearJournal();
+    EXPECT_EQ(c.server.removeGroup(&c.group), S_OK);
+    std::string calls;
+    for (const std::string& line : sim.journal()) calls += line + "\n";
+    const auto unadvised = calls.find("IConnectionPoint::Unadvise");
+    EXPECT_LT(unadvised, calls.find("IOPCServer::RemoveGroup")) << calls;
+    EXPECT_EQ(c.group.disconnectCallback(), E_FAIL);
 }
 
 HRESULT addNothing(Connection& c) {

@@ -253,12 +253,16 @@ TEST_F(SingleThreadedApartmentTest, an_interface_that_was_never_kept_ends_the_op
 
 TEST_F(SingleThreadedApartmentTest, callbacks_that_the_table_does_not_hand_out_stay_connected) {
     inApartment([&](Connection& c) {
-        ASSERT_EQ(c.connect(), S_OK);
+        ASSERT_EQ(c.connectWithGroup(), S_OK);
         ASSERT_EQ(c.server.connectCallback(&c.client), S_OK);
+        ASSERT_EQ(c.group.connectCallback(&c.client), S_OK);
         table.failingFetches = {{"IConnectionPoint", E_FAIL}};
+        EXPECT_EQ(c.group.disconnectCallback(), E_NOINTERFACE);
+        EXPECT_TRUE(trace.has("<-- DaGroupMgt::disconnectCallback [hr=E_NOINTERFACE] - IConnectionPoint not valid"));
         EXPECT_EQ(c.server.disconnectCallback(), E_NOINTERFACE);
         EXPECT_TRUE(trace.has("<-- DaServerMgt::disconnectCallback [hr=E_NOINTERFACE] - IConnectionPoint not valid"));
         table.failingFetches.clear();
+        EXPECT_EQ(c.group.disconnectCallback(), S_OK);
         EXPECT_EQ(c.server.disconnectCallback(), S_OK);
     });
 }

@@ -77,6 +77,8 @@ public:
     // Disconnects and frees everything but the object itself. Disposing twice is harmless; other
     // methods throw NullReferenceException afterwards.
     void Dispose();
+    // The same where `disposing` is true, else nothing.
+    void Dispose(bool disposing);
 
 private:
     struct Private;
