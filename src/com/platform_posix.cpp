@@ -53,11 +53,9 @@ std::uint32_t currentThreadId() noexcept {
 std::filesystem::path modulePathOf(const void* address) {
     Dl_info info = {};
     if (!::dladdr(address, &info) || !info.dli_fname) return {};
-    std::error_code ignored;
     // The loader knows the program itself by the name it was started with.
-    const auto absolute = std::filesystem::weakly_canonical(info.dli_fname, ignored);
-    if (!ignored && std::filesystem::exists(absolute, ignored)) return absolute;
-    return programPath();
+    const std::filesystem::path file = info.dli_fname;
+    return file.is_absolute() ? file.lexically_normal() : programPath();
 }
 
 std::filesystem::path programPath() {

@@ -4,6 +4,7 @@
 
 #include <korvex/native/OpxCmnClient.h>
 
+#include "core/guarded.h"
 #include "trace/LibT.h"
 
 namespace OpxOpc {
@@ -91,10 +92,10 @@ void DaServerComPrivate::closeConnection(bool wasConnected) {
             serverMgt->disconnectOPCServer();
             LibT::eventInformation("Disconnected from OPC Server %ls on %ls", serverName, nodeName);
         }
-    } catch (const std::exception&) {
+    } catch (...) {
         LibT::lError("Error: DaServerCom::disconnect - Error at releasing server interfaces");
     }
-    serverMgt.reset();
+    abandonConnection();
 }
 
 HRESULT DaServerComPrivate::checkHandles(std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved) {
@@ -105,25 +106,32 @@ HRESULT DaServerComPrivate::checkHandles(std::vector<OpxItemIdentifier>& items, 
         LibT::lError("Error: DaServerComPrivate::checkHandles - Error at checking handles");
         return E_OUTOFMEMORY;
     }
-    if (!added.empty()) {
-        std::vector<std::int32_t> errors;
-        if (const HRESULT hr = mainGroup->addItems(added.items, errors, false); failed(hr)) {
-            mainItems.drop(added);
-            return hr;
-        }
-        try {
-            mainItems.accept(added, errors, items, resolved);
-        } catch (const std::exception&) {
-            LibT::lError(
-                "Error: DaServerComPrivate::checkHandles - Error at processing OUT parameters of DaGroupMgt::addItems");
-            return E_OUTOFMEMORY;
-        }
+    if (added.empty()) return resolved.anyFailed() ? S_FALSE : S_OK;
+
+    std::vector<std::int32_t> errors;
+    const HRESULT hr = guarded([&] { return mainGroup->addItems(added.items, errors, false); });
+    if (failed(hr)) {
+        mainItems.drop(added);
+        return hr;
+    }
+    try {
+        mainItems.accept(added, errors, items, resolved);
+    } catch (const std::exception&) {
+        LibT::lError(
+            "Error: DaServerComPrivate::checkHandles - Error at processing OUT parameters of DaGroupMgt::addItems");
+        mainItems.drop(added);
+        return E_OUTOFMEMORY;
     }
     return resolved.anyFailed() ? S_FALSE : S_OK;
 }
 
-void DaServerComPrivate::reportState(OpxDataCallback* receiver, std::uint32_t handle) const {
-    receiver->ServerStatusChange(handle, serverState);
+bool DaServerComPrivate::reportState() const noexcept {
+    try {
+        callback->ServerStatusChange(clientHandle, serverState);
+        return true;
+    } catch (...) {
+        return false;
+    }
 }
 
 }  // namespace OpxOpc

@@ -45,7 +45,8 @@ public:
     // result is S_FALSE when an item failed, or the failure of the group.
     HRESULT checkHandles(std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved);
 
-    void reportState(OpxDataCallback* receiver, std::uint32_t handle) const;
+    // Tells the callback of the state; false if it threw.
+    bool reportState() const noexcept;
 
     std::unique_ptr<DaServerMgt> serverMgt;  // null while there is no connection
     std::unique_ptr<DaGroupMgt> mainGroup;   // "Main": reads and writes go through it

@@ -108,6 +108,7 @@ std::uint32_t MainItemCache::takeSlot(const OpxString& name) {
 }
 
 void MainItemCache::freeSlot(std::uint32_t slot) {
+    if (!records_[slot - 1]) return;
     slotOfName_.erase(record(slot).name);
     records_[slot - 1].reset();
     freeSlots_.push_back(slot);

@@ -1,6 +1,8 @@
 #include <korvex/native/OpxCmnClient.h>
 
-#include <atomic>
+#include <mutex>
+#include <optional>
+#include <thread>
 
 #include "com/ComCalls.h"
 #include "com/ComPtr.h"
@@ -15,18 +17,32 @@ namespace {
 
 using Korvex::Com::ComPtr;
 
-// Living objects of this process, and whether the first of them initialised COM.
-std::atomic<std::uint32_t> instances{0};
-std::atomic<bool> comInitializedHere{false};
+// The living objects of this process.
+struct Instances {
+    std::mutex lock;
+    std::uint32_t count = 0;
+    std::optional<std::thread::id> comInitializedBy;
+};
 
-void initializeCom() {
+Instances& instances() {
+    static Instances state;
+    return state;
+}
+
+void initializeCom(Instances& state) {
     const HRESULT hr = Korvex::Com::comCalls().coInitializeEx(COINIT_MULTITHREADED);
     if (hr == RPC_E_CHANGED_MODE) {
         LibT::lCtor("Ctor CmnClient - COM is already initialized as STA");
         return;
     }
     LibT::lCtor("Ctor CmnClient - initialized COM as MTA");
-    comInitializedHere = succeeded(hr);
+    if (succeeded(hr)) state.comInitializedBy = std::this_thread::get_id();
+}
+
+// An apartment is a thread's: undone on another one, it would be that thread's own that ends.
+void uninitializeCom(Instances& state) {
+    if (state.comInitializedBy == std::this_thread::get_id()) Korvex::Com::comCalls().coUninitialize();
+    state.comInitializedBy.reset();
 }
 
 HRESULT createServerList(const OpxString& host, ComPtr<IOPCServerList2>& list) {
@@ -69,14 +85,20 @@ HRESULT resolve(const OpxString& host, const OpxString& progId, OpxString& clsid
 }  // namespace
 
 OpxCmnClient::OpxCmnClient() {
-    if (instances++ != 0) return;
-    initializeCom();
+    Instances& state = instances();
+    const std::lock_guard guard(state.lock);
+    if (state.count++ != 0) return;
+    initializeCom(state);
     ApartmentMode::initializeSecurityOnce();
 }
 
 OpxCmnClient::~OpxCmnClient() {
     LibT::lCtor("--> Dtor CmnClient");
-    if (--instances == 0 && comInitializedHere.exchange(false)) Korvex::Com::comCalls().coUninitialize();
+    {
+        Instances& state = instances();
+        const std::lock_guard guard(state.lock);
+        if (--state.count == 0) uninitializeCom(state);
+    }
     LibT::lCtor("<-- Dtor CmnClient");
 }
 

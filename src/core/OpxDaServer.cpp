@@ -35,9 +35,14 @@ struct OpxDaServer::Private {
         std::lock_guard guard(lock);
         return connected;
     }
-    void setEngine(std::shared_ptr<OpxDaServerInterface> engine) {
+    void connect(std::shared_ptr<OpxDaServerInterface> engine) {
         std::lock_guard guard(lock);
         connected.swap(engine);
+    }
+    // A handler of the disconnect may have made another connection meanwhile, which stays.
+    void disconnect(const std::shared_ptr<OpxDaServerInterface>& engine) {
+        std::lock_guard guard(lock);
+        if (connected == engine) connected.reset();
     }
 
     std::mutex lock;
@@ -70,16 +75,18 @@ std::int32_t OpxDaServer::connect(const OpxString& url, OpxServerConnectInfo& in
     }
     auto engine = std::make_shared<OpxDaServerCom>();
     const HRESULT hr = engine->connect(url, info, clientHandle, callback);
-    if (succeeded(hr)) d_->setEngine(std::move(engine));
+    if (succeeded(hr)) d_->connect(std::move(engine));
+    engine.reset();
     return trace.leave(hr);
 }
 
 std::int32_t OpxDaServer::disconnect() {
     const InterfaceScope trace("DaServer::disconnect");
-    const auto engine = d_->engine();
+    auto engine = d_->engine();
     if (!engine) return trace.refuse("[E_FAIL] - Server not connected", E_FAIL);
     const HRESULT hr = engine->disconnect();
-    d_->setEngine(nullptr);
+    d_->disconnect(engine);
+    engine.reset();
     return trace.leave(hr);
 }
 

@@ -136,10 +136,11 @@ HRESULT OpxDaServerCom::connect(const OpxString& url, OpxServerConnectInfo& info
         LibT::eventInformation("Successfully connected to OPC Server %ls", url);
         d_->serverState = SERVERSTATUS_CONNECTED;
     }
-    d_->reportState(callback, clientHandle);
-    if (retry) d_->abandonConnection();
     d_->clientHandle = clientHandle;
     d_->callback = callback;
+    if (!d_->reportState())
+        LibT::lError("Error: DaServerCom::connect - Error at calling DataCallback::ServerStatusChange");
+    if (retry) d_->abandonConnection();
     return trace.leave(localeChanged ? S_FALSE : hr);
 }
 
@@ -157,9 +158,7 @@ HRESULT OpxDaServerCom::disconnect() {
         while (d_->busyCount != 0) std::this_thread::sleep_for(kBusyWait);
     }
     d_->closeConnection(wasConnected);
-    try {
-        d_->reportState(d_->callback, d_->clientHandle);
-    } catch (...) {
+    if (!d_->reportState()) {
         LibT::lError("Error: DaServerCom::disconnect - Error at calling DataCallback::ServerStatusChange");
     }
     d_->callback = nullptr;

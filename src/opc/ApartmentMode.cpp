@@ -3,6 +3,8 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <optional>
+#include <thread>
 
 #include "com/ComCalls.h"
 #include "trace/LibT.h"
@@ -13,7 +15,7 @@ namespace {
 struct ApartmentState {
     std::mutex lock;
     std::uint32_t instances = 0;
-    bool initializedHere = false;
+    std::optional<std::thread::id> initializedBy;
     std::once_flag securityInitialized;
     std::atomic<bool> singleThreaded = false;
 };
@@ -31,7 +33,7 @@ void initializeCom(ApartmentState& state) {
         return;
     }
     LibT::lCtor("Ctor DaServerMgtPrivate - initialized COM as MTA");
-    state.initializedHere = succeeded(hr);
+    if (succeeded(hr)) state.initializedBy = std::this_thread::get_id();
 }
 
 void initializeSecurity() {
@@ -57,8 +59,9 @@ void ApartmentMode::leave() {
     ApartmentState& state = apartment();
     const std::lock_guard guard(state.lock);
     if (--state.instances > 0) return;
-    if (state.initializedHere) Korvex::Com::comCalls().coUninitialize();
-    state.initializedHere = false;
+    // An apartment is a thread's: undone on another one, it would be that thread's own that ends.
+    if (state.initializedBy == std::this_thread::get_id()) Korvex::Com::comCalls().coUninitialize();
+    state.initializedBy.reset();
     state.singleThreaded = false;
 }
 

@@ -68,6 +68,16 @@ TEST(Apartment, AThreadThatEnteredNoneSeesTheMultiThreadedOneOfTheProcess) {
     }
 }
 
+TEST(Apartment, AThreadThatEndsLeavesIt) {
+    onFreshThread([] { EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK); });
+    onFreshThread([] {
+        TestObject object;
+        DWORD cookie = 0;
+        EXPECT_EQ(CoRegisterClassObject(kTestClass, &object, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie),
+                  CO_E_NOTINITIALIZED);
+    });
+}
+
 TEST(Apartment, LeavingMoreOftenThanEnteringIsHarmless) {
     onFreshThread([] {
         CoUninitialize();

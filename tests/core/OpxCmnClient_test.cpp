@@ -1,5 +1,8 @@
 #include <korvex/native/OpxCmnClient.h>
 
+#include <memory>
+#include <thread>
+
 #include <gtest/gtest.h>
 
 #include "com/ComCalls.h"
@@ -109,6 +112,12 @@ TEST_F(OpxCmnClientTest, TheFirstObjectInitialisesComAndTheLastOneUndoesIt) {
         EXPECT_EQ(calls_.initializations, 1);
     }
     EXPECT_EQ(calls_.uninitializations, 1);
+
+    {
+        auto elsewhere = std::make_unique<OpxCmnClient>();
+        std::thread([&] { elsewhere.reset(); }).join();
+    }
+    EXPECT_EQ(calls_.uninitializations, 1);  // that thread's apartment is not this library's to leave
 
     comCalls().coInitializeEx = [](DWORD) -> HRESULT { return RPC_E_CHANGED_MODE; };
     { OpxCmnClient inSingleThreadedApartment; }

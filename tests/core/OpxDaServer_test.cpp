@@ -145,6 +145,37 @@ TEST_F(OpxDaServerTest, TheDestructorDisconnectsAndReleasesTheServer) {
                                   "--> Dtor DaServerCom", "<-- Dtor DaServerCom", "<-- Dtor DaServer"}));
 }
 
+TEST_F(OpxDaServerTest, ACallbackThatThrowsCostsItsReportOnly) {
+    callback.act = [] { throw std::runtime_error("the application's own trouble"); };
+    ASSERT_EQ(connect(), S_OK);
+    EXPECT_TRUE(trace.has("Error: DaServerCom::connect - Error at calling DataCallback::ServerStatusChange"));
+    EXPECT_EQ(server.disconnect(), S_OK);
+    EXPECT_TRUE(trace.has("Error: DaServerCom::disconnect - Error at calling DataCallback::ServerStatusChange"));
+    EXPECT_EQ(sim.counts()["groups"], 0);
+}
+
+TEST_F(OpxDaServerTest, AHandlerOfTheDisconnectMayConnectAgain) {
+    ASSERT_EQ(connect(), S_OK);
+    callback.act = [&] {
+        callback.act = nullptr;
+        EXPECT_EQ(server.disconnect(), E_FAIL);
+        EXPECT_EQ(connect(), S_OK);
+    };
+    EXPECT_EQ(server.disconnect(), S_OK);
+    items = named({OLESTR("Constant.Int32")});
+    EXPECT_EQ(read(), S_OK);
+}
+
+TEST_F(OpxDaServerTest, TheEngineIsGoneWhenTheFacadesExitLineIsWritten) {
+    ASSERT_EQ(connect(), S_OK);
+    EXPECT_EQ(server.disconnect(), S_OK);
+    EXPECT_TRUE(trace.hasInOrder({"<-- Dtor DaServerCom", "<== DaServer::disconnect [hr=0x0]"}));
+    trace.clear();
+    sim.fault("IOPCServer::AddGroup", E_FAIL);
+    EXPECT_EQ(connect(), E_FAIL);
+    EXPECT_TRUE(trace.hasInOrder({"<-- Dtor DaServerCom", "<== DaServer::connect [hr=0x80004005]"}));
+}
+
 TEST_F(OpxDaServerTest, TracesTheParametersOfAConnect) {
     info.retryInitialConnect = true;
     ASSERT_EQ(connect(), S_OK);
@@ -358,9 +389,20 @@ TEST_F(OpxDaServerTest, DisconnectWaitsForACallInProgress) {
         readReturned = true;
     });
     while (sim.journal("IOPCSyncIO::Read").size() < 2 && !readReturned) std::this_thread::yield();
+    std::int32_t lateResult = S_OK;
+    std::thread late([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        auto own = named({OLESTR("Constant.Int32")});
+        std::vector<OpxItemValue> ownValues;
+        std::vector<std::int32_t> ownErrors;
+        lateResult = server.read(0, own, ownValues, ownErrors);
+    });
     EXPECT_EQ(server.disconnect(), S_OK);
     reader.join();
+    late.join();
     EXPECT_EQ(result, S_OK);
+    EXPECT_EQ(lateResult, E_FAIL);  // the state is given up before the wait
+    EXPECT_EQ(sim.journal("IOPCSyncIO::Read").size(), 2u);
     EXPECT_EQ(sim.counts()["groups"], 0);
 }
 

@@ -5,14 +5,6 @@
 namespace Korvex::Com {
 namespace {
 
-// An apartment is a thread's state; COM has a count of entries and no trace of who made them.
-struct ThreadApartment {
-    DWORD model = COINIT_MULTITHREADED;
-    ULONG entries = 0;
-};
-
-thread_local ThreadApartment thisThread;
-
 // Threads that are in the multi-threaded apartment.
 std::atomic<ULONG> multiThreadedMembers{0};
 std::atomic<bool> securitySettled{false};
@@ -20,6 +12,22 @@ std::atomic<bool> securitySettled{false};
 bool isMultiThreaded(DWORD model) {
     return (model & COINIT_APARTMENTTHREADED) == 0;
 }
+
+// An apartment is a thread's state; COM has a count of entries and no trace of who made them. A thread
+// that ends leaves it.
+struct ThreadApartment {
+    ThreadApartment() = default;
+    ThreadApartment(const ThreadApartment&) = delete;
+    ThreadApartment& operator=(const ThreadApartment&) = delete;
+    ~ThreadApartment() {
+        if (entries != 0 && isMultiThreaded(model)) --multiThreadedMembers;
+    }
+
+    DWORD model = COINIT_MULTITHREADED;
+    ULONG entries = 0;
+};
+
+thread_local ThreadApartment thisThread;
 
 }  // namespace
 
@@ -41,7 +49,8 @@ HRESULT CoInitializeEx(void* pvReserved, DWORD dwCoInit) {
         ++thisThread.entries;
         return S_FALSE;
     }
-    thisThread = {model, 1};
+    thisThread.model = model;
+    thisThread.entries = 1;
     if (isMultiThreaded(model)) ++multiThreadedMembers;
     return S_OK;
 }

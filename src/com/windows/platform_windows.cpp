@@ -145,6 +145,11 @@ std::optional<OpxString> environmentVariable(const char* name) {
 void pumpMessages() {
     MSG message = {};
     while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+        if (message.message == WM_QUIT) {
+            // It is for the application's own message loop.
+            ::PostQuitMessage(static_cast<int>(message.wParam));
+            return;
+        }
         ::TranslateMessage(&message);
         ::DispatchMessageW(&message);
     }
