@@ -1,6 +1,8 @@
 #include <korvex/opc_da_client/DaServerMgt.h>
 
 #include <atomic>
+#include <mutex>
+#include <utility>
 #include <vector>
 
 #include <korvex/native/OpxDaServer.h>
@@ -21,19 +23,32 @@ using OpxOpc::OpxDaServer;
 using OpxOpc::OpxServerConnectInfo;
 
 struct DaServerMgt::Private {
+    // The native side. It is shared with the calls in progress, so that disposing cannot free it under
+    // them; the client goes first.
+    struct Native {
+        CallbackWrapper callback;
+        OpxDaServer client;
+    };
+
     // Throws once the object is disposed.
-    OpxDaServer& client() const {
-        if (!m_OpxDaClient) throw NullReferenceException();
-        return *m_OpxDaClient;
+    std::shared_ptr<Native> native() const {
+        const std::lock_guard guard(lock);
+        if (!m_Native) throw NullReferenceException();
+        return m_Native;
+    }
+    std::shared_ptr<Native> takeNative() {
+        const std::lock_guard guard(lock);
+        return std::exchange(m_Native, nullptr);
     }
 
     void initializeCallbackPointers();
     void onServerStateChanged(std::uint32_t clientHandle, OpxOpc::ServerStatus status);
 
-    std::unique_ptr<OpxDaServer> m_OpxDaClient;
-    std::unique_ptr<CallbackWrapper> m_Callback;
+    mutable std::mutex lock;
+    std::shared_ptr<Native> m_Native;
     HandlerList<ServerStateChangedEventHandler> m_ServerStateChanged;
     std::atomic<bool> m_IsConnected{false};
+    std::atomic<bool> m_IsDisconnecting{false};
     std::atomic<OpcDaClient::ServerState> m_ServerState{OpcDaClient::ServerState::DISCONNECTED};
 };
 
@@ -69,8 +84,7 @@ ServerState publicState(OpxOpc::ServerStatus status, ServerState before) {
 DaServerMgt::DaServerMgt() : d_(std::make_unique<Private>()) {
     LibT::lCtor("Ctor MCPP::DaServerMgt");
     OpxOpc::checkTrace();
-    d_->m_OpxDaClient = std::make_unique<OpxDaServer>();
-    d_->m_Callback = std::make_unique<CallbackWrapper>();
+    d_->m_Native = std::make_shared<Private::Native>();
     d_->initializeCallbackPointers();
 }
 
@@ -79,11 +93,11 @@ DaServerMgt::~DaServerMgt() {
 }
 
 void DaServerMgt::Private::initializeCallbackPointers() {
-    LibT::lInOut("==> MCPP::DaServerMgt::InitializeCallbackPointers");
-    m_Callback->ConnectStateChange([this](std::uint32_t clientHandle, OpxOpc::ServerStatus status) {
+    LibT::lIfCall("==> MCPP::DaServerMgt::InitializeCallbackPointers");
+    m_Native->callback.ConnectStateChange([this](std::uint32_t clientHandle, OpxOpc::ServerStatus status) {
         onServerStateChanged(clientHandle, status);
     });
-    LibT::lInOut("<== MCPP::DaServerMgt::InitializeCallbackPointers");
+    LibT::lIfCall("<== MCPP::DaServerMgt::InitializeCallbackPointers");
 }
 
 void DaServerMgt::Private::onServerStateChanged(std::uint32_t clientHandle, OpxOpc::ServerStatus status) {
@@ -98,11 +112,14 @@ void DaServerMgt::Private::onServerStateChanged(std::uint32_t clientHandle, OpxO
 }
 
 void DaServerMgt::Dispose() {
-    if (!d_->m_OpxDaClient) return;
+    auto native = d_->takeNative();
+    if (!native) return;
     LibT::lCtor("--> Dtor MCPP::DaServerMgt");
-    if (d_->m_IsConnected.exchange(false)) d_->m_OpxDaClient->disconnect();
-    d_->m_OpxDaClient.reset();
-    d_->m_Callback.reset();
+    if (d_->m_IsConnected) {
+        native->client.disconnect();
+        d_->m_IsConnected = false;
+    }
+    native.reset();
     d_->m_ServerStateChanged.clear();
     LibT::lCtor("<-- Dtor MCPP::DaServerMgt");
 }
@@ -121,8 +138,9 @@ void DaServerMgt::Connect(const NullableText& url, std::int32_t clientHandle, Co
         throw OPCException(ResultID(E_FAIL), OLESTR("The server is already connected."));
     }
     OpxServerConnectInfo info = nativeConnectInfo(connectInfo);
+    const auto native = d_->native();
     const std::int32_t hr =
-        d_->client().connect(url.value(), info, static_cast<std::uint32_t>(clientHandle), d_->m_Callback.get());
+        native->client.connect(url.value(), info, static_cast<std::uint32_t>(clientHandle), &native->callback);
     HandleHResult(hr);
     if (!connectInfo) throw NullReferenceException();
     connectInfo->LocalId(info.localId);
@@ -133,13 +151,15 @@ void DaServerMgt::Connect(const NullableText& url, std::int32_t clientHandle, Co
 
 void DaServerMgt::Disconnect() {
     const InterfaceScope trace("MCPP::DaServerMgt::Disconnect");
-    if (!d_->m_IsConnected) {
+    // A second one that comes while the first still waits finds nothing to disconnect.
+    if (!d_->m_IsConnected || d_->m_IsDisconnecting.exchange(true)) {
         LibT::lError("EXC MCPP::DaServerMgt::Disconnect throwing OPCException - The server is currently not connected");
         throw OPCException(ResultID(E_FAIL), OLESTR("The server is currently not connected."));
     }
-    const std::int32_t hr = d_->client().disconnect();
-    d_->m_IsConnected = false;
+    const std::int32_t hr = d_->native()->client.disconnect();
     d_->m_ServerState = OpcDaClient::ServerState::DISCONNECTED;
+    d_->m_IsConnected = false;
+    d_->m_IsDisconnecting = false;
     HandleHResult(hr);
     trace.leave(hr);
 }
@@ -163,7 +183,7 @@ ReturnCode DaServerMgt::Read(std::int32_t maxAge, NullableArray<ItemIdentifier>&
     std::vector<OpxOpc::OpxItemIdentifier> items = CreateItemIdentifierVector(identifiers);
     std::vector<OpxOpc::OpxItemValue> values;
     std::vector<std::int32_t> errors;
-    const std::int32_t hr = d_->client().read(static_cast<std::uint32_t>(maxAge), items, values, errors);
+    const std::int32_t hr = d_->native()->client.read(static_cast<std::uint32_t>(maxAge), items, values, errors);
     HandleHResult(hr);
 
     ItemResults results(hr, errors);

@@ -12,18 +12,27 @@
 namespace Korvex::Com {
 namespace {
 
-std::int16_t minutesWestOfUtc() {
-    static const long secondsWest = (::tzset(), ::timezone);
-    return static_cast<std::int16_t>(secondsWest / 60);
+struct LocalZone {
+    std::int16_t minutesWest;     // without the daylight shift
+    std::int16_t daylightSaving;  // 1 when the shift is in force
+};
+
+// Some zones have a winter time that the C library calls daylight saving: there the shift goes the
+// other way and counts as none.
+LocalZone zoneOf(const tm& local) {
+    static const long standardEast = (::tzset(), -::timezone);
+    const bool shifted = local.tm_isdst > 0 && local.tm_gmtoff > standardEast;
+    const long west = -local.tm_gmtoff / 60 + (shifted ? 60 : 0);
+    return {static_cast<std::int16_t>(west), static_cast<std::int16_t>(shifted ? 1 : 0)};
 }
 
 // Asking the zone's rules takes a lock of the C library, so each thread asks once a second at most.
-std::int16_t daylightSavingAt(time_t seconds) {
+LocalZone zoneAt(time_t seconds) {
     thread_local time_t askedFor = -1;
-    thread_local std::int16_t answer = 0;
+    thread_local LocalZone answer = {};
     if (seconds == askedFor) return answer;
     tm local = {};
-    answer = ::localtime_r(&seconds, &local) && local.tm_isdst > 0 ? 1 : 0;
+    answer = ::localtime_r(&seconds, &local) ? zoneOf(local) : LocalZone{};
     askedFor = seconds;
     return answer;
 }
@@ -34,7 +43,8 @@ ZonedTime currentTime() {
     using namespace std::chrono;
     const auto now = duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
     const std::int64_t seconds = now / 1000;
-    return {seconds, static_cast<std::uint16_t>(now % 1000), minutesWestOfUtc(), daylightSavingAt(seconds)};
+    const LocalZone zone = zoneAt(seconds);
+    return {seconds, static_cast<std::uint16_t>(now % 1000), zone.minutesWest, zone.daylightSaving};
 }
 
 std::optional<CalendarTime> localCalendarTime(std::int64_t seconds) {

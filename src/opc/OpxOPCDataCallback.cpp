@@ -103,8 +103,7 @@ HRESULT STDMETHODCALLTYPE OpxOPCDataCallback::OnDataChange(DWORD, OPCHANDLE grou
                                                            HRESULT* errors) {
     return answerServer("Error: OPCDataCallback::OnDataChange - Unexpected Error", [&] {
         LibT::lIfCall("==> OPCDataCallback::OnDataChange (%d items)", count);
-        OpxDataCallback* const receiver = client();
-        if (!receiver) {
+        if (!client()) {
             LibT::lIfCall("<== OPCDataCallback::OnDataChange - callback pointer is NULL");
             return;
         }
@@ -113,10 +112,12 @@ HRESULT STDMETHODCALLTYPE OpxOPCDataCallback::OnDataChange(DWORD, OPCHANDLE grou
             dataChangeRecords(masterQuality, masterError, count, clientItems, {values, qualities, timestamps, errors});
         traceParameters(group, records);
 
-        LibT::lIfCall("CALL DataChange");
-        receiver->DataChange(group, records.masterQuality, records.masterError, count, records.clientHandles,
-                             records.values, records.errors);
-        LibT::lIfCall("DONE DataChange");
+        if (OpxDataCallback* const receiver = client()) {
+            LibT::lIfCall("CALL DataChange");
+            receiver->DataChange(group, records.masterQuality, records.masterError, count, records.clientHandles,
+                                 records.values, records.errors);
+            LibT::lIfCall("DONE DataChange");
+        }
         LibT::lIfCall("<== OPCDataCallback::OnDataChange [hr=S_OK]");
     });
 }

@@ -39,7 +39,7 @@ std::string lineOf(const TimeTexts& now, std::int32_t level, std::string_view me
 
 // So that a later change of the current directory does not part a file from its backups.
 fs::path absolutePath(const fs::path& path) {
-    return fs::absolute(path).lexically_normal();
+    return fs::absolute(path);
 }
 
 }  // namespace

@@ -32,8 +32,26 @@ bool holdsElementsOf(const VariantForm& form, SAFEARRAY* array) noexcept {
     return succeeded(SafeArrayGetVartype(array, &actual)) && actual == form.varType;
 }
 
+// Arrays of VARIANTs may hold such arrays again, and one that a server made holds perhaps itself.
+class Nesting {
+public:
+    Nesting() {
+        if (depth_ == kDeepest) throwInvalidType();
+        ++depth_;
+    }
+    ~Nesting() { --depth_; }
+    Nesting(const Nesting&) = delete;
+    Nesting& operator=(const Nesting&) = delete;
+
+private:
+    static constexpr int kDeepest = 64;
+    static thread_local int depth_;
+};
+thread_local int Nesting::depth_ = 0;
+
 OpxVariant loadArray(const VariantForm* form, SAFEARRAY* array) {
     if (!form || !array || !holdsElementsOf(*form, array)) throwInvalidType();
+    const Nesting nesting;
     const std::size_t count = array->rgsabound[0].cElements;
     const SafeArrayAccess<const unsigned char> memory(array);
     if (count > 0 && !memory.data()) throwInvalidType();

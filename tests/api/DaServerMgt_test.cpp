@@ -1,5 +1,7 @@
 #include <korvex/opc_da_client/DaServerMgt.h>
 
+#include <thread>
+
 #include <gtest/gtest.h>
 
 #include "api/HandleHResult.h"
@@ -167,7 +169,10 @@ TEST_F(DaServerMgtTest, WithoutConnectInfoTheConnectionIsMadeAndThenRefused) {
 
 TEST_F(DaServerMgtTest, DisposingDisconnectsOnceAndEndsTheObjectsUse) {
     std::vector<State> states;
-    server.add_ServerStateChanged([&](std::int32_t, State state) { states.push_back(state); });
+    server.add_ServerStateChanged([&](std::int32_t, State state) {
+        states.push_back(state);
+        EXPECT_EQ(server.IsConnected(), state == State::DISCONNECTED);
+    });
     connect();
     sim.fault("IOPCServer::RemoveGroup", E_FAIL);
     server.Dispose(false);
@@ -179,6 +184,28 @@ TEST_F(DaServerMgtTest, DisposingDisconnectsOnceAndEndsTheObjectsUse) {
     EXPECT_EQ(trace.count("--> Dtor MCPP::DaServerMgt"), 1u);
     EXPECT_THROW(connect(), NullReferenceException);
     EXPECT_THROW(read({item("Constant.Int32")}), NullReferenceException);
+}
+
+TEST_F(DaServerMgtTest, DisposingAndDisconnectingTwiceWaitForNobodyAndFreeNothingInUse) {
+    connect();
+    sim.execute("delay IOPCServer::RemoveGroup 300");
+    std::thread first([&] { server.Disconnect(); });
+    while (sim.journal("IOPCServer::RemoveGroup").empty()) std::this_thread::yield();
+    EXPECT_EQ(opcCodeOf([&] { server.Disconnect(); }), E_FAIL);
+    EXPECT_EQ(opcCodeOf([&] { connect(); }), E_FAIL);
+    server.Dispose();
+    first.join();
+    EXPECT_FALSE(server.IsConnected());
+    EXPECT_EQ(sim.counts()["groups"], 0);
+}
+
+TEST_F(DaServerMgtTest, AValueWithoutAPublicFormIsNullWithItsQuality) {
+    connect();
+    sim.item("Constant.Date", "value 7 1954-10-03");
+    EXPECT_EQ(read({item("Constant.Date")}), ReturnCode::SUCCEEDED);
+    EXPECT_EQ(items[0].ResultID(), ResultID::WIN_DISP_E_TYPEMISMATCH);
+    EXPECT_TRUE(values[0].Value().isNull());
+    EXPECT_EQ(values[0].Quality(), QualityID::OPC_QUALITY_GOOD);
 }
 
 // ---- Reading -------------------------------------------------------------------------------------

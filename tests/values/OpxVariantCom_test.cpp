@@ -225,5 +225,22 @@ TEST(OpxVariantCom, TagsAndVariantTypesMapOntoEachOther) {
     }
 }
 
+TEST(OpxVariantCom, AnArrayNestedTooDeeplyIsNoValue) {
+    for (const int depth : {60, 70}) {
+        OpxVariant nested = OpxVariant::of(std::int32_t{1});
+        for (int i = 0; i < depth; ++i) nested = OpxVariant::arrayOf(VType::Variant, {nested});
+        Korvex::Com::UniqueVariant variant;
+        nested.toVariant(variant);
+        OpxVariant loaded;
+        if (depth <= 64) {
+            loaded = variant;
+            EXPECT_EQ(loaded.toString(), nested.toString());
+        } else {
+            EXPECT_THROW(loaded = variant, OpxTypeConversionException);
+        }
+        loaded = OpxVariant();
+    }
+}
+
 }  // namespace
 }  // namespace OpxOpc

@@ -74,8 +74,8 @@ public:
     std::uint64_t add_ServerStateChanged(ServerStateChangedEventHandler handler);
     void remove_ServerStateChanged(std::uint64_t token);
 
-    // Disconnects and frees everything but the object itself. Disposing twice is harmless; other
-    // methods throw NullReferenceException afterwards.
+    // Disconnects and frees everything but the object itself. Disposing twice is harmless. Afterwards
+    // Connect and Read throw NullReferenceException, and Disconnect finds no connection.
     void Dispose();
     // The same where `disposing` is true, else nothing.
     void Dispose(bool disposing);
