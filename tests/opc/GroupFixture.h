@@ -30,9 +30,9 @@ inline OpxOpc::OpxItemIdentifier itemNamed(const OLECHAR* name, Opx::VType type 
 
 // What a row of a failure table works on.
 struct Connection {
+    RecordingCallback client;  // outlives what calls it
     OpxOpc::DaServerMgt server;
     OpxOpc::DaGroupMgt group{OLESTR("Group"), 100, false, 7, 0.0F};
-    RecordingCallback client;
 
     HRESULT connect() { return server.connectOPCServer(OpxString(), CLSID_KorvexSimulation); }
     HRESULT connectWithGroup() {

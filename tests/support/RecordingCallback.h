@@ -28,6 +28,9 @@ public:
         OpxOpc::ServerStatus status;
     };
 
+    // A call that a disconnect overtook may still be on its way out.
+    ~RecordingCallback() override { const std::lock_guard guard(lock_); }
+
     void DataChange(std::uint32_t subscription, std::int32_t masterQuality, std::int32_t masterError,
                     std::uint32_t count, const std::vector<std::uint32_t>& clientHandles,
                     const std::vector<OpxOpc::OpxItemValue>& values, const std::vector<std::int32_t>& errors) override {
