@@ -318,6 +318,10 @@ TEST_F(OpxDaServerTest, RefusedItemsCostThemselvesAndNeverTravelToTheServer) {
     const auto reads = sim.journal("IOPCSyncIO::Read");
     ASSERT_EQ(reads.size(), 1u);
     EXPECT_NE(reads[0].find("count=3"), std::string::npos) << reads[0];
+    EXPECT_EQ(trace.textsWith("Error=0x80004005 - IOPCSyncIO::Read FAILED").size(), 1u);
+
+    EXPECT_EQ(read(1000), S_FALSE);
+    EXPECT_EQ(trace.textsWith("Error=0x80004005 - IOPCSyncIO2::ReadMaxAge FAILED").size(), 1u);
 }
 
 TEST_F(OpxDaServerTest, NoServerIsAskedToReadNothing) {
