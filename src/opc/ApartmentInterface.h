@@ -1,6 +1,7 @@
 // An interface of a server or group, kept so that every thread of the process can use it.
 #pragma once
 
+#include <mutex>
 #include <utility>
 
 #include "com/ComPtr.h"
@@ -8,52 +9,57 @@
 
 namespace OpxOpc {
 
-// An interface for the length of one operation; empty when it could not be had. In a multi-threaded
-// apartment it is the kept pointer itself, else a pointer of the calling thread's own, which is
-// released with this object.
+// An interface for the length of one operation, with a reference of its own, so that the operation may
+// outlast the place where the interface was kept; empty when it could not be had. In a multi-threaded
+// apartment it is the kept pointer itself, else a pointer of the calling thread's own.
 template <typename Interface>
 class BorrowedInterface {
 public:
     BorrowedInterface() noexcept = default;
-    explicit BorrowedInterface(Interface* kept) noexcept : pointer_(kept) {}
-    explicit BorrowedInterface(Korvex::Com::ComPtr<Interface> fetched) noexcept
-        : fetched_(std::move(fetched)), pointer_(fetched_.get()) {}
+    explicit BorrowedInterface(Korvex::Com::ComPtr<Interface> pointer) noexcept : pointer_(std::move(pointer)) {}
 
-    Interface* operator->() const noexcept { return pointer_; }
+    Interface* operator->() const noexcept { return pointer_.get(); }
     Interface& operator*() const noexcept { return *pointer_; }
-    explicit operator bool() const noexcept { return pointer_ != nullptr; }
+    explicit operator bool() const noexcept { return pointer_.get() != nullptr; }
 
 private:
-    Korvex::Com::ComPtr<Interface> fetched_;
-    Interface* pointer_ = nullptr;
+    Korvex::Com::ComPtr<Interface> pointer_;
 };
 
 // Keeps an interface as a pointer, or as a cookie of the global interface table. `table` decides: null
-// in a multi-threaded apartment, and always the same one for one object of this class.
+// in a multi-threaded apartment, and always the same one for one object of this class. One thread may
+// release what others borrow.
 template <typename Interface>
 class ApartmentInterface {
 public:
-    bool isKept() const noexcept { return pointer_ || cookie_ != 0; }
+    bool isKept() const noexcept {
+        const std::lock_guard guard(lock_);
+        return pointer_ || cookie_ != 0;
+    }
 
     // Takes the caller's reference over; nothing is kept of a null pointer. When the table refuses
     // the interface, or takes it and hands out no cookie, the reference is released.
     HRESULT keep(IGlobalInterfaceTable* table, Korvex::Com::ComPtr<Interface> pointer) {
         if (!table) {
+            const std::lock_guard guard(lock_);
             pointer_ = std::move(pointer);
             return S_OK;
         }
         if (!pointer) return S_OK;
-        const HRESULT hr = table->RegisterInterfaceInGlobal(pointer.get(), iidOf<Interface>(), &cookie_);
-        if (failed(hr)) cookie_ = 0;
+        DWORD cookie = 0;
+        const HRESULT hr = table->RegisterInterfaceInGlobal(pointer.get(), iidOf<Interface>(), &cookie);
+        const std::lock_guard guard(lock_);
+        cookie_ = failed(hr) ? 0 : cookie;
         return hr;
     }
 
     // `result` tells why there is no interface: the table's code, or E_NOINTERFACE if none is kept.
     BorrowedInterface<Interface> borrow(IGlobalInterfaceTable* table, HRESULT& result) const {
-        result = isKept() ? S_OK : E_NOINTERFACE;
-        if (!table || !isKept()) return BorrowedInterface<Interface>(pointer_.get());
+        const Kept kept = look();
+        result = kept.pointer || kept.cookie != 0 ? S_OK : E_NOINTERFACE;
+        if (!table || kept.cookie == 0) return BorrowedInterface<Interface>(kept.pointer);
         Korvex::Com::ComPtr<Interface> fetched;
-        result = table->GetInterfaceFromGlobal(cookie_, iidOf<Interface>(), fetched.putVoid());
+        result = table->GetInterfaceFromGlobal(kept.cookie, iidOf<Interface>(), fetched.putVoid());
         return BorrowedInterface<Interface>(std::move(fetched));
     }
     BorrowedInterface<Interface> borrow(IGlobalInterfaceTable* table) const {
@@ -63,21 +69,38 @@ public:
 
     // Gives the interface up. A revocation leaves its code in `result`.
     void release(IGlobalInterfaceTable* table, HRESULT& result) {
-        pointer_.release();
-        if (table && cookie_ != 0) result = table->RevokeInterfaceFromGlobal(std::exchange(cookie_, 0));
+        const Kept kept = take();
+        if (table && kept.cookie != 0) result = table->RevokeInterfaceFromGlobal(kept.cookie);
     }
 
     // The same for the last interface of an object: answers the object's reference count, which in the
     // table's case only a pointer that outlives the revocation can tell.
     ULONG releaseLast(IGlobalInterfaceTable* table, HRESULT& result) {
-        if (!table) return pointer_.release();
+        Kept kept = take();
+        if (!table) return kept.pointer.release();
+        if (kept.cookie == 0) return 0;
         Korvex::Com::ComPtr<Interface> fetched;
-        if (cookie_ != 0) table->GetInterfaceFromGlobal(cookie_, iidOf<Interface>(), fetched.putVoid());
-        release(table, result);
+        table->GetInterfaceFromGlobal(kept.cookie, iidOf<Interface>(), fetched.putVoid());
+        result = table->RevokeInterfaceFromGlobal(kept.cookie);
         return fetched.release();
     }
 
 private:
+    struct Kept {
+        Korvex::Com::ComPtr<Interface> pointer;
+        DWORD cookie;
+    };
+
+    Kept look() const {
+        const std::lock_guard guard(lock_);
+        return {pointer_, cookie_};
+    }
+    Kept take() {
+        const std::lock_guard guard(lock_);
+        return {std::move(pointer_), std::exchange(cookie_, 0)};
+    }
+
+    mutable std::mutex lock_;  // held while the two are copied, never while COM is called
     Korvex::Com::ComPtr<Interface> pointer_;
     DWORD cookie_ = 0;
 };

@@ -172,10 +172,16 @@ HRESULT DaGroupMgt::initialize(IOPCItemMgt* itemMgt, std::uint32_t revisedUpdate
 
 HRESULT DaGroupMgt::clear() {
     disconnectCallback();
-    if (d_->callbackSink) d_->callbackSink->detach();  // where the server could not be asked to give it up
+    silence();  // where the server could not be asked to give the sink up
     const HRESULT hr = d_->ReleaseOPCGroupInterfaces();
-    d_->callbackAdvised = false;
+    auto advice = d_->advice();
+    advice.advised = false;
+    d_->exchangeAdvice(std::move(advice));
     return hr;
+}
+
+void DaGroupMgt::silence() {
+    if (const auto sink = d_->advice().sink) sink->detach();
 }
 
 HRESULT DaGroupMgt::setActive(bool active) {
@@ -310,45 +316,46 @@ HRESULT DaGroupMgt::writeAsync(std::uint32_t transactionId, const std::vector<st
     return scope.leaveAs("DaGroupMgt::writeAsync", d_->writeAsync(transactionId, handles, values, types, errors));
 }
 
-HRESULT DaGroupMgt::connectCallback(OpxDataCallback* callback) {
+HRESULT DaGroupMgt::connectCallback(std::shared_ptr<OpxDataCallback> callback) {
     const TraceScope scope("DaGroupMgt::connectCallback");
-    if (d_->callbackAdvised) return E_FAIL;
+    if (d_->advice().advised) return E_FAIL;
     const auto point = d_->GetIConnectionPoint();
     if (!point) return scope.refuse("[hr=E_NOINTERFACE] - IConnectionPoint not valid", E_NOINTERFACE);
 
-    d_->callbackSink = ComPtr<OpxOPCDataCallback>(new OpxOPCDataCallback(callback, d_->localeId));
-    const HRESULT hr = tracedCall("IConnectionPoint::Advise",
-                                  [&] { return point->Advise(d_->callbackSink.get(), &d_->adviseCookie); });
-    if (succeeded(hr)) {
-        d_->callbackAdvised = true;
-    } else {
+    DaGroupMgtPrivate::Advice advice;
+    advice.sink = ComPtr<OpxOPCDataCallback>(new OpxOPCDataCallback(std::move(callback), d_->localeId));
+    const HRESULT hr =
+        tracedCall("IConnectionPoint::Advise", [&] { return point->Advise(advice.sink.get(), &advice.cookie); });
+    advice.advised = succeeded(hr);
+    if (failed(hr)) {
         LibT::lError("Error: Group IConnectionPoint::Advise FAILED [hr=0x%lx]", hr);
-        keepForever(d_->callbackSink.get());
+        keepForever(advice.sink.get());
     }
+    d_->exchangeAdvice(std::move(advice));
     return scope.leave(hr);
 }
 
 HRESULT DaGroupMgt::disconnectCallback() {
-    if (!d_->callbackAdvised) return E_FAIL;
+    if (!d_->advice().advised) return E_FAIL;
     const TraceScope scope("DaGroupMgt::disconnectCallback");
     const auto point = d_->GetIConnectionPoint();
     if (!point) return scope.refuse("[hr=E_NOINTERFACE] - IConnectionPoint not valid", E_NOINTERFACE);
 
-    d_->callbackSink->detach();
-    HRESULT hr = tracedCall("IConnectionPoint::Unadvise", [&] { return point->Unadvise(d_->adviseCookie); });
-    if (failed(hr)) hr = disconnectSink(d_->callbackSink);
-    d_->callbackSink.release();
-    d_->callbackAdvised = false;
-    d_->adviseCookie = 0;
+    auto advice = d_->exchangeAdvice({});
+    if (!advice.advised) return scope.leave(E_FAIL);
+    advice.sink->detach();
+    HRESULT hr = tracedCall("IConnectionPoint::Unadvise", [&] { return point->Unadvise(advice.cookie); });
+    if (failed(hr)) hr = disconnectSink(advice.sink);
     return scope.leave(hr);
 }
 
 std::uint32_t DaGroupMgt::registerTransaction(std::shared_ptr<ComAsyncTransaction> transaction) {
-    return d_->callbackAdvised ? d_->callbackSink->registerTransaction(std::move(transaction)) : 0;
+    const auto advice = d_->advice();
+    return advice.advised ? advice.sink->registerTransaction(std::move(transaction)) : 0;
 }
 
 void DaGroupMgt::removeTransaction(std::uint32_t key) {
-    if (d_->callbackAdvised) d_->callbackSink->removeTransaction(key);
+    if (const auto advice = d_->advice(); advice.advised) advice.sink->removeTransaction(key);
 }
 
 }  // namespace OpxOpc

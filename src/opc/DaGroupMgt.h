@@ -26,8 +26,9 @@ struct DaGroupMgtPrivate;
 // otherwise. A server that answers success and leaves an array out costs the items: each gets E_FAIL, the
 // call S_FALSE; codes that are left out with S_OK are all 0.
 //
-// There is no lock: the owner sees to it that nothing runs while the group is added or removed, or its
-// callback connected or disconnected. Reads and writes may run on several threads.
+// Operations may run on several threads, also while another one removes the group or takes its callback
+// back: what they need of the group lives until they are through. Only one thread at a time adds the
+// group or connects its callback.
 class DaGroupMgt {
 public:
     // `updateRate` in milliseconds, `percentDeadband` from 0 to 100.
@@ -86,9 +87,11 @@ public:
 
     // Tells `callback` of data changes and completions, on the server's threads. E_FAIL if a callback is
     // connected already.
-    HRESULT connectCallback(OpxDataCallback* callback);
+    HRESULT connectCallback(std::shared_ptr<OpxDataCallback> callback);
     // The callback may still be running when this returns; it is not called again.
     HRESULT disconnectCallback();
+    // The same without asking the server, which goes on calling in vain.
+    void silence();
 
     // Makes a transaction known to the callback's sink before the call that it belongs to, and returns the
     // transaction ID for that call; 0 when no callback is connected. The completion removes it.

@@ -3,6 +3,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
+#include <utility>
 #include <vector>
 
 #include <korvex/native/OpxItemValue.h>
@@ -43,16 +45,28 @@ struct DaGroupMgtPrivate {
     HRESULT writeAsync(std::uint32_t transactionId, const Handles& handles, const std::vector<OpxVariant>& values,
                        const std::vector<Opx::VType>& types, Codes& errors) const;
 
+    // The callback's sink and how the server knows it.
+    struct Advice {
+        Korvex::Com::ComPtr<OpxOPCDataCallback> sink;
+        DWORD cookie = 0;
+        bool advised = false;
+    };
+    Advice advice() const {
+        const std::lock_guard guard(adviceLock_);
+        return advice_;
+    }
+    Advice exchangeAdvice(Advice replacement) {
+        const std::lock_guard guard(adviceLock_);
+        return std::exchange(advice_, std::move(replacement));
+    }
+
     OpxString name;
-    std::uint32_t updateRate = 0;
-    bool active = false;
-    float percentDeadband = 0;
+    std::atomic<std::uint32_t> updateRate = 0;
+    std::atomic<bool> active = false;
+    std::atomic<float> percentDeadband = 0;
     std::uint32_t clientHandle = 0;
     std::uint32_t serverHandle = 0;
-    DWORD adviseCookie = 0;
-    Korvex::Com::ComPtr<OpxOPCDataCallback> callbackSink;
     std::atomic<bool> available = false;
-    bool callbackAdvised = false;
     bool dataAccess3IO = false;
     LCID localeId = LOCALE_SYSTEM_DEFAULT;
 
@@ -78,6 +92,9 @@ private:
     HRESULT readAsyncMaxAge(std::uint32_t transactionId, std::uint32_t maxAge, const Handles& handles,
                             Codes& errors) const;
     HRESULT readAsyncDevice(std::uint32_t transactionId, const Handles& handles, Codes& errors) const;
+
+    mutable std::mutex adviceLock_;  // held for moments only
+    Advice advice_;
 
     Korvex::Com::ComPtr<IGlobalInterfaceTable> interfaceTable_;
     ApartmentInterface<IOPCItemMgt> itemMgt_;

@@ -128,6 +128,7 @@ HRESULT DaServerMgt::disconnectOPCServer() {
     if (!d_->connected) return scope.refuse("[hr=E_FAIL] - Server not connected", E_FAIL);
 
     if (d_->sinkAdvised) disconnectCallback();
+    silence();  // where the server could not be asked to give the sink up
     if (d_->defaultGroup) removeGroup(d_->defaultGroup.get());
     d_->defaultGroup.reset();
     d_->ReleaseOPCServerInterfaces();
@@ -182,14 +183,22 @@ HRESULT DaServerMgt::setLocalID(OpxString& locale) {
     return scope.leave(hr);
 }
 
-HRESULT DaServerMgt::connectCallback(OpxDataCallback* callback) {
+LCID DaServerMgt::localeId() const noexcept {
+    return d_->localeId;
+}
+
+void DaServerMgt::keepLocaleId(LCID id) noexcept {
+    d_->localeId = id;
+}
+
+HRESULT DaServerMgt::connectCallback(std::shared_ptr<OpxDataCallback> callback) {
     const TraceScope scope("DaServerMgt::connectCallback");
     if (d_->sinkAdvised) return scope.refuse("[hr=E_FAIL] - Callback already connected", E_FAIL);
     if (!d_->connected) return scope.refuse("[hr=E_FAIL] - Server not connected", E_FAIL);
     const auto point = d_->GetIConnectionPoint();
     if (!point) return scope.refuse("[hr=E_NOINTERFACE] - IConnectionPoint not valid", E_NOINTERFACE);
 
-    d_->shutdownSink = ComPtr<OpxOPCShutdown>(new OpxOPCShutdown(callback));
+    d_->shutdownSink = ComPtr<OpxOPCShutdown>(new OpxOPCShutdown(std::move(callback)));
     const HRESULT hr = tracedCall("IConnectionPoint::Advise",
                                   [&] { return point->Advise(d_->shutdownSink.get(), &d_->adviseCookie); });
     if (succeeded(hr)) {
@@ -207,6 +216,7 @@ HRESULT DaServerMgt::disconnectCallback() {
     const auto point = d_->GetIConnectionPoint();
     if (!point) return scope.refuse("[hr=E_NOINTERFACE] - IConnectionPoint not valid", E_NOINTERFACE);
 
+    silence();
     HRESULT hr = tracedCall("IConnectionPoint::Unadvise", [&] { return point->Unadvise(d_->adviseCookie); });
     if (failed(hr)) {
         hr = disconnectSink(d_->shutdownSink.get());
@@ -216,6 +226,10 @@ HRESULT DaServerMgt::disconnectCallback() {
     d_->sinkAdvised = false;
     d_->adviseCookie = 0;
     return scope.leave(hr);
+}
+
+void DaServerMgt::silence() {
+    if (d_->shutdownSink) d_->shutdownSink->detach();
 }
 
 HRESULT DaServerMgt::addGroup(DaGroupMgt* group) {

@@ -16,8 +16,9 @@ struct DaServerMgtPrivate;
 // Every operation answers an HRESULT and throws nothing but std::bad_alloc. E_FAIL: the object is not in
 // the state that the operation needs; E_NOINTERFACE: one of the server's interfaces cannot be had.
 //
-// There is no lock: the owner sees to it that nothing runs while the object connects or disconnects.
-// The other operations may be called by any threads that are in an apartment of COM. The first object
+// Operations may be called by any threads that are in an apartment of COM, also while another one
+// disconnects: what they need of the server lives until they are through. Only one thread at a time
+// connects, disconnects or connects the callback. The first object
 // of the process brings COM up, for the multi-threaded apartment unless its thread has another one.
 class DaServerMgt {
 public:
@@ -46,10 +47,16 @@ public:
     // the server does not accept it; the locale in use stays.
     HRESULT setLocalID(OpxString& locale);
 
-    // Tells `callback` of the server's request to leave. It must outlive this object and the server's last
-    // call, which may come after disconnectCallback.
-    HRESULT connectCallback(OpxDataCallback* callback);
+    // The locale in use, and its number as a connection to the same server takes it over without asking.
+    LCID localeId() const noexcept;
+    void keepLocaleId(LCID id) noexcept;
+
+    // Tells `callback` of the server's request to leave.
+    HRESULT connectCallback(std::shared_ptr<OpxDataCallback> callback);
+    // The callback may still be running when this returns; it is not called again.
     HRESULT disconnectCallback();
+    // The same without asking the server, which goes on calling in vain.
+    void silence();
 
     // Creates the group on the server, or removes it there. E_POINTER for a null group.
     HRESULT addGroup(DaGroupMgt* group);

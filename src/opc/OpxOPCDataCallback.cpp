@@ -45,7 +45,8 @@ HRESULT answerServer(TraceFormat<> errorLine, Callback&& callback) noexcept {
 
 }  // namespace
 
-OpxOPCDataCallback::OpxOPCDataCallback(OpxDataCallback* client, LCID locale) : locale_(locale), client_(client) {
+OpxOPCDataCallback::OpxOPCDataCallback(std::shared_ptr<OpxDataCallback> client, LCID locale)
+    : locale_(locale), client_(std::move(client)) {
     LibT::lCtor("Ctor OPCDataCallback");
 }
 
@@ -54,8 +55,9 @@ OpxOPCDataCallback::~OpxOPCDataCallback() {
 }
 
 void OpxOPCDataCallback::detach() {
+    std::shared_ptr<OpxDataCallback> dropped;  // outlives the lock, which its destruction does not need
     const std::lock_guard guard(stateLock_);
-    client_ = nullptr;
+    dropped.swap(client_);
 }
 
 std::uint32_t OpxOPCDataCallback::registerTransaction(std::shared_ptr<ComAsyncTransaction> transaction) {
@@ -74,7 +76,7 @@ void OpxOPCDataCallback::removeTransaction(std::uint32_t key) {
     transactions_.erase(found);
 }
 
-OpxDataCallback* OpxOPCDataCallback::client() const {
+std::shared_ptr<OpxDataCallback> OpxOPCDataCallback::client() const {
     const std::lock_guard guard(stateLock_);
     return client_;
 }
@@ -112,7 +114,7 @@ HRESULT STDMETHODCALLTYPE OpxOPCDataCallback::OnDataChange(DWORD, OPCHANDLE grou
             dataChangeRecords(masterQuality, masterError, count, clientItems, {values, qualities, timestamps, errors});
         traceParameters(group, records);
 
-        if (OpxDataCallback* const receiver = client()) {
+        if (const auto receiver = client()) {
             LibT::lIfCall("CALL DataChange");
             receiver->DataChange(group, records.masterQuality, records.masterError, count, records.clientHandles,
                                  records.values, records.errors);
@@ -142,7 +144,7 @@ HRESULT STDMETHODCALLTYPE OpxOPCDataCallback::OnReadComplete(DWORD transactionId
                                                     clientItems, {values, qualities, timestamps, errors});
         removeTransaction(transactionId);
 
-        if (OpxDataCallback* const receiver = client()) {
+        if (const auto receiver = client()) {
             LibT::lIfCall("CALL ReadComplete");
             receiver->ReadComplete(transaction->clientTransactionId(), records.masterQuality, records.masterError,
                                    count, records.clientHandles, records.values, records.errors);
@@ -169,7 +171,7 @@ HRESULT STDMETHODCALLTYPE OpxOPCDataCallback::OnWriteComplete(DWORD transactionI
         const CallbackRecords records = writeRecords(*transaction, masterError, count, clientItems, errors);
         removeTransaction(transactionId);
 
-        if (OpxDataCallback* const receiver = client()) {
+        if (const auto receiver = client()) {
             LibT::lIfCall("CALL WriteComplete");
             receiver->WriteComplete(transaction->clientTransactionId(), records.masterError, count,
                                     records.clientHandles, records.errors);

@@ -26,9 +26,10 @@ namespace OpxOpc {
 class OpxOPCDataCallback final : public SinkObject<IOPCDataCallback> {
 public:
     // `locale` converts the values of asynchronous reads.
-    OpxOPCDataCallback(OpxDataCallback* client, LCID locale);
+    OpxOPCDataCallback(std::shared_ptr<OpxDataCallback> client, LCID locale);
 
-    // From now on no callback is forwarded, but for one that is in the client already.
+    // From now on no callback is forwarded, but for one that is in the client already, which lives until
+    // that has returned.
     void detach();
 
     // Returns the transaction ID for the server.
@@ -48,7 +49,7 @@ public:
 private:
     ~OpxOPCDataCallback() override;
 
-    OpxDataCallback* client() const;
+    std::shared_ptr<OpxDataCallback> client() const;
     std::shared_ptr<ComAsyncTransaction> findTransaction(std::uint32_t key) const;
     std::shared_ptr<ComAsyncTransaction> claimTransaction(std::uint32_t key);
 
@@ -60,7 +61,7 @@ private:
 
     // Guards what follows; held for moments only.
     mutable std::mutex stateLock_;
-    OpxDataCallback* client_;
+    std::shared_ptr<OpxDataCallback> client_;
     std::map<std::uint32_t, std::shared_ptr<ComAsyncTransaction>> transactions_;
 };
 

@@ -195,9 +195,9 @@ TEST_F(DaGroupMgtTest, removing_zeroes_every_handle_even_of_items_that_the_serve
 
 TEST_F(DaGroupMgtTest, data_changes_arrive_until_the_callback_is_disconnected) {
     c.add(OLESTR("Signal.Counter"));
-    ASSERT_EQ(c.group.connectCallback(&c.client), S_OK);
+    ASSERT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
     trace.clear();
-    EXPECT_EQ(c.group.connectCallback(&c.client), E_FAIL);
+    EXPECT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), E_FAIL);
     EXPECT_THAT(trace.texts(), ElementsAre("--> DaGroupMgt::connectCallback")) << "refused without a word";
     ASSERT_EQ(c.group.setActive(true), S_OK);
     ASSERT_TRUE(c.client.waitForDataChanges(2));
@@ -214,7 +214,7 @@ TEST_F(DaGroupMgtTest, a_transaction_needs_a_connected_callback) {
                                                              Handles());
     };
     EXPECT_EQ(c.group.registerTransaction(transaction()), 0u);
-    ASSERT_EQ(c.group.connectCallback(&c.client), S_OK);
+    ASSERT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
     const auto key = c.group.registerTransaction(transaction());
     EXPECT_NE(key, 0u);
     c.group.removeTransaction(key);
@@ -225,7 +225,7 @@ TEST_F(DaGroupMgtTest, a_sink_that_the_server_keeps_is_cut_off_and_tells_nothing
     const ComCallsGuard guard;
     Com::comCalls().coDisconnectObject = [](IUnknown*) -> HRESULT { return S_FALSE; };
     c.add(OLESTR("Signal.Counter"));
-    ASSERT_EQ(c.group.connectCallback(&c.client), S_OK);
+    ASSERT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
     sim.fault("IConnectionPoint::Unadvise", E_FAIL);
     trace.clear();
     EXPECT_EQ(c.group.disconnectCallback(), S_FALSE);
@@ -244,11 +244,11 @@ TEST_F(DaGroupMgtTest, a_sink_that_the_server_keeps_is_cut_off_and_tells_nothing
 TEST_F(DaGroupMgtTest, an_exception_while_a_sink_is_given_up_is_caught) {
     const ComCallsGuard guard;
     Com::comCalls().coDisconnectObject = [](IUnknown*) -> HRESULT { throw std::runtime_error("proxy"); };
-    ASSERT_EQ(c.group.connectCallback(&c.client), S_OK);
+    ASSERT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
     sim.fault("IConnectionPoint::Unadvise", E_FAIL);
     EXPECT_EQ(c.group.disconnectCallback(), E_FAIL);
     EXPECT_TRUE(trace.has("Error: DaGroupMgt::disconnectCallback - Error at releasing callback object"));
-    EXPECT_EQ(c.group.connectCallback(&c.client), S_OK) << "the callback counts as disconnected";
+    EXPECT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK) << "the callback counts as disconnected";
 }
 
 // ---- Failures
@@ -300,7 +300,7 @@ HRESULT writeAsync(Connection& c) {
     return c.group.writeAsync(1, {kHandle}, {OpxOpc::OpxVariant::of(true)}, {VType::Empty}, c.errors);
 }
 HRESULT advise(Connection& c) {
-    return c.group.connectCallback(&c.client);
+    return c.group.connectCallback(OpxOpc::unowned(&c.client));
 }
 
 TEST_F(SimulationFixture, a_group_s_failure_is_answered_with_its_code_and_stands_in_the_trace) {
@@ -361,7 +361,7 @@ TEST_F(SimulationFixture, nothing_works_on_a_group_that_is_not_available) {
 }
 
 TEST_F(DaGroupMgtTest, removing_a_group_takes_its_callback_back_first) {
-    ASSERT_EQ(c.group.connectCallback(&c.client), S_OK);
+    ASSERT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
     sim.clearJournal();
     EXPECT_EQ(c.server.removeGroup(&c.group), S_OK);
     std::string calls;

@@ -125,7 +125,7 @@ TEST_F(DaServerMgtTest, disconnecting_gives_everything_up_whatever_the_server_an
         SCOPED_TRACE(faulty);
         sim.reset();
         connect();
-        ASSERT_EQ(server.connectCallback(&client), S_OK);
+        ASSERT_EQ(server.connectCallback(OpxOpc::unowned(&client)), S_OK);
         auto group = std::make_unique<DaGroupMgt>(OLESTR("Attached"), 100, false, 1, 0.0F);
         ASSERT_EQ(server.addGroup(group.get()), S_OK);
         server.attachGroup(std::move(group));
@@ -216,8 +216,8 @@ TEST_F(DaServerMgtTest, a_locale_that_the_server_refuses_leaves_the_one_in_use) 
 
 TEST_F(DaServerMgtTest, a_shutdown_request_arrives_until_the_callback_is_disconnected) {
     connect();
-    ASSERT_EQ(server.connectCallback(&client), S_OK);
-    EXPECT_EQ(server.connectCallback(&client), E_FAIL);
+    ASSERT_EQ(server.connectCallback(OpxOpc::unowned(&client)), S_OK);
+    EXPECT_EQ(server.connectCallback(OpxOpc::unowned(&client)), E_FAIL);
     sim.execute("shutdown power");
     ASSERT_TRUE(client.waitForStatuses(1));
     EXPECT_EQ(client.statuses()[0].status, OpxOpc::SERVERSTATUS_SHUTDOWN);
@@ -225,7 +225,7 @@ TEST_F(DaServerMgtTest, a_shutdown_request_arrives_until_the_callback_is_disconn
 
     EXPECT_EQ(server.disconnectCallback(), S_OK);
     EXPECT_EQ(sim.counts()["shutdownsinks"], 0);
-    ASSERT_EQ(server.connectCallback(&client), S_OK);
+    ASSERT_EQ(server.connectCallback(OpxOpc::unowned(&client)), S_OK);
     EXPECT_EQ(sim.journal("IConnectionPointContainer::FindConnectionPoint").size(), 1u)
         << "the connection point is kept";
     EXPECT_TRUE(trace.has("<-- DaServerMgt::connectCallback [hr=E_FAIL] - Callback already connected"));
@@ -235,7 +235,7 @@ TEST_F(DaServerMgtTest, a_sink_that_the_server_does_not_give_back_is_cut_off_by_
     const ComCallsGuard guard;
     Com::comCalls().coDisconnectObject = [](IUnknown*) -> HRESULT { return S_FALSE; };
     connect();
-    ASSERT_EQ(server.connectCallback(&client), S_OK);
+    ASSERT_EQ(server.connectCallback(OpxOpc::unowned(&client)), S_OK);
     sim.fault("IConnectionPoint::Unadvise", E_FAIL);
     trace.clear();
     EXPECT_EQ(server.disconnectCallback(), S_FALSE) << "COM's answer is the result";
@@ -279,7 +279,7 @@ HRESULT status(Connection& c) {
     return c.server.getStatus();
 }
 HRESULT advise(Connection& c) {
-    return c.server.connectCallback(&c.client);
+    return c.server.connectCallback(OpxOpc::unowned(&c.client));
 }
 HRESULT unadvise(Connection& c) {
     return c.server.disconnectCallback();

@@ -10,6 +10,7 @@
 
 #include "opc/DaGroupMgt.h"
 #include "opc/DaServerMgt.h"
+#include "opc/unowned.h"
 #include "tests/support/RecordingCallback.h"
 #include "tests/support/SimulationFixture.h"
 

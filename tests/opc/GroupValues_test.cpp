@@ -154,7 +154,7 @@ TEST_F(GroupValuesTest, values_are_written_as_the_item_s_type_by_either_way_of_w
     for (const WriteCase& each : cases) {
         SCOPED_TRACE(each.name);
         LocalConnection& c = each.inGerman ? german : english;
-        c.group.connectCallback(&c.client);
+        c.group.connectCallback(OpxOpc::unowned(&c.client));
         const auto handle = c.add(each.item);
         const Codes expected = each.error < 0 ? Codes{each.error} : Codes();
 
@@ -189,7 +189,7 @@ TEST_F(GroupValuesTest, items_that_refuse_to_be_written_are_told_apart) {
     const Variants values = {OpxVariant::of(std::int32_t{1}), OpxVariant::of(std::int32_t{2})};
     EXPECT_EQ(english.group.write({readOnly, writable}, values, {}, english.errors), S_FALSE);
     EXPECT_THAT(english.errors, ElementsAre(kBadRights, S_OK));
-    ASSERT_EQ(english.group.connectCallback(&english.client), S_OK);
+    ASSERT_EQ(english.group.connectCallback(OpxOpc::unowned(&english.client)), S_OK);
     EXPECT_EQ(english.group.writeAsync(english.startTransaction(), {readOnly, writable}, values, {}, english.errors),
               S_FALSE);
     EXPECT_THAT(english.errors, ElementsAre(kBadRights, S_OK));
@@ -199,7 +199,7 @@ TEST_F(GroupValuesTest, items_that_refuse_to_be_written_are_told_apart) {
 // ---- Asynchronous reads
 
 TEST_F(GroupValuesTest, an_asynchronous_read_completes_with_the_client_s_numbers) {
-    ASSERT_EQ(german.group.connectCallback(&german.client), S_OK);
+    ASSERT_EQ(german.group.connectCallback(OpxOpc::unowned(&german.client)), S_OK);
     const auto handle = german.add(OLESTR("Constant.Double"));
     struct Case {
         std::uint32_t maxAge;
@@ -268,7 +268,7 @@ TEST_F(GroupValuesTest, arrays_that_a_successful_call_leaves_out_cost_the_items_
          false},
         {"IOPCAsyncIO2::Write", writeAsync, false},
     };
-    ASSERT_EQ(english.group.connectCallback(&english.client), S_OK);
+    ASSERT_EQ(english.group.connectCallback(OpxOpc::unowned(&english.client)), S_OK);
     const auto handle = english.add(OLESTR("Register.Int32"));
     for (const Case& each : cases) {
         for (const std::string kind : {"null", "null-values", "null-errors"}) {
@@ -284,7 +284,7 @@ TEST_F(GroupValuesTest, arrays_that_a_successful_call_leaves_out_cost_the_items_
 
 TEST_F(GroupValuesTest, completions_without_arrays_are_told_as_failed_items) {
     sim.execute("async null");
-    ASSERT_EQ(english.group.connectCallback(&english.client), S_OK);
+    ASSERT_EQ(english.group.connectCallback(OpxOpc::unowned(&english.client)), S_OK);
     const auto handle = english.add(OLESTR("Register.Int32"));
     english.group.readAsync(english.startTransaction(), 0, {handle}, english.errors);
     english.group.writeAsync(english.startTransaction(), {handle}, {OpxVariant::of(true)}, {}, english.errors);

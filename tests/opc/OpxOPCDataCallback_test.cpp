@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "com/ComPtr.h"
+#include "opc/unowned.h"
 #include "tests/opc/Delivery.h"
 #include "tests/support/RecordingCallback.h"
 #include "tests/support/TraceCapture.h"
@@ -44,7 +45,7 @@ protected:
 
     TraceCapture trace;
     RecordingCallback client;
-    ComPtr<OpxOPCDataCallback> sink{new OpxOPCDataCallback(&client, kGerman)};
+    ComPtr<OpxOPCDataCallback> sink{new OpxOPCDataCallback(OpxOpc::unowned(&client), kGerman)};
 };
 
 // ---- Data changes
@@ -302,7 +303,7 @@ TEST_F(OpxOPCDataCallbackTest, a_detached_sink_tells_its_client_nothing) {
 TEST_F(OpxOPCDataCallbackTest, an_unknown_transaction_holds_up_other_threads_completions_but_nothing_else) {
     // The other thread waits for ever, so what it uses must live as long.
     static auto& told = *new RecordingCallback;
-    auto* const stuck = new OpxOPCDataCallback(&told, kGerman);
+    auto* const stuck = new OpxOPCDataCallback(OpxOpc::unowned(&told), kGerman);
     stuck->AddRef();
     const auto key = stuck->registerTransaction(transactionOf({VType::Empty}));
 
@@ -344,7 +345,7 @@ class ThrowingCallback : public RecordingCallback {
 
 TEST_F(OpxOPCDataCallbackTest, what_a_client_throws_does_not_reach_the_server) {
     ThrowingCallback thrower;
-    ComPtr<OpxOPCDataCallback> told(new OpxOPCDataCallback(&thrower, kGerman));
+    ComPtr<OpxOPCDataCallback> told(new OpxOPCDataCallback(OpxOpc::unowned(&thrower), kGerman));
     Delivery delivery;
     delivery.add(11, variantOf(true));
     EXPECT_EQ(delivery.change(*told.get(), 1), S_OK);

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "com/ComPtr.h"
+#include "opc/unowned.h"
 #include "tests/support/RecordingCallback.h"
 #include "tests/support/TraceCapture.h"
 
@@ -19,7 +20,7 @@ using ::testing::ElementsAre;
 TEST(OpxOPCShutdown, a_request_is_told_as_a_status_with_its_reason_if_there_is_one) {
     TraceCapture trace;
     RecordingCallback client;
-    ComPtr<OpxOPCShutdown> sink(new OpxOPCShutdown(&client));
+    ComPtr<OpxOPCShutdown> sink(new OpxOPCShutdown(unowned(&client)));
     EXPECT_EQ(sink->ShutdownRequest(OLESTR("maintenance")), S_OK);
     EXPECT_EQ(sink->ShutdownRequest(nullptr), S_OK);
     ASSERT_EQ(client.statuses().size(), 2u);
@@ -37,7 +38,7 @@ TEST(OpxOPCShutdown, what_a_client_throws_does_not_reach_the_server) {
     struct Thrower : RecordingCallback {
         void ServerStatusChange(std::uint32_t, OpxOpc::ServerStatus) override { throw std::runtime_error("client"); }
     } client;
-    ComPtr<OpxOPCShutdown> sink(new OpxOPCShutdown(&client));
+    ComPtr<OpxOPCShutdown> sink(new OpxOPCShutdown(unowned(&client)));
     EXPECT_EQ(sink->ShutdownRequest(nullptr), S_OK);
 }
 

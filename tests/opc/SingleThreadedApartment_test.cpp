@@ -60,8 +60,8 @@ TEST_F(SingleThreadedApartmentTest, interfaces_leave_the_table_in_their_order_an
         sim.profile(generation);
         inApartment([&](Connection& c) {
             ASSERT_EQ(c.connectWithGroup(), S_OK);
-            ASSERT_EQ(c.server.connectCallback(&c.client), S_OK);
-            ASSERT_EQ(c.group.connectCallback(&c.client), S_OK);
+            ASSERT_EQ(c.server.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
+            ASSERT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
             EXPECT_EQ(c.group.disconnectCallback(), S_OK);
 
             table.calls.clear();
@@ -208,11 +208,11 @@ TEST_F(SingleThreadedApartmentTest, an_interface_that_the_table_does_not_hand_ou
          "<-- DaServerMgt::addGroup [hr=E_NOINTERFACE] - IOPCServer interface not available"},
         {"IOPCServer", [](Connection& c) { return c.server.removeGroup(&c.group); },
          "<-- DaServerMgt::removeGroup [hr=E_NOINTERFACE] - IOPCServer interface not available"},
-        {"IOPCServer", [](Connection& c) { return c.server.connectCallback(&c.client); },
+        {"IOPCServer", [](Connection& c) { return c.server.connectCallback(OpxOpc::unowned(&c.client)); },
          "<-- DaServerMgt::connectCallback [hr=E_NOINTERFACE] - IConnectionPoint not valid"},
         {"IOPCItemMgt", addItems, "<-- DaGroupMgt::addItems [E_NOINTERFACE] - IOPCItemMgt not available"},
         {"IOPCItemMgt", removeItems, "<-- DaGroupMgt::removeItems [E_NOINTERFACE] - IOPCItemMgt not available"},
-        {"IConnectionPoint", [](Connection& c) { return c.group.connectCallback(&c.client); },
+        {"IConnectionPoint", [](Connection& c) { return c.group.connectCallback(OpxOpc::unowned(&c.client)); },
          "<-- DaGroupMgt::connectCallback [hr=E_NOINTERFACE] - IConnectionPoint not valid"},
     };
     inApartment([&](Connection& c) {
@@ -254,8 +254,8 @@ TEST_F(SingleThreadedApartmentTest, an_interface_that_was_never_kept_ends_the_op
 TEST_F(SingleThreadedApartmentTest, callbacks_that_the_table_does_not_hand_out_stay_connected) {
     inApartment([&](Connection& c) {
         ASSERT_EQ(c.connectWithGroup(), S_OK);
-        ASSERT_EQ(c.server.connectCallback(&c.client), S_OK);
-        ASSERT_EQ(c.group.connectCallback(&c.client), S_OK);
+        ASSERT_EQ(c.server.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
+        ASSERT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
         table.failingFetches = {{"IConnectionPoint", E_FAIL}};
         EXPECT_EQ(c.group.disconnectCallback(), E_NOINTERFACE);
         EXPECT_TRUE(trace.has("<-- DaGroupMgt::disconnectCallback [hr=E_NOINTERFACE] - IConnectionPoint not valid"));
