@@ -61,10 +61,13 @@ struct ISimulationControl : public IUnknown {
     //   handles zero|usual          the first item of a group made from now on gets server handle 0
     //   blobs on|off                every second item is added with a blob
     //   browselimit N               elements that one IOPCBrowse::Browse returns at most; 0 is no limit
+    //   deliver inside|later        a call that makes a group active brings the first data change itself,
+    //                               before it returns, or leaves it to the server's thread
     //   load N                      items "Load.0" to "Load.<N-1>"; 1000 after a reset
     //   shutdown [REASON]           calls ShutdownRequest on every advised sink; null reason if absent
     //
     //   item ID error CODE          reads of the item fail with CODE; 0x0 takes it back
+    //   item ID writeerror CODE     the same for writes
     //   item ID quality CODE        OPC quality word reported with the item
     //   item ID value TYPE TEXT     the item reports a value of that VARTYPE (decimal number) as is,
     //                               whatever its canonical type and whatever was asked for; elements
@@ -82,6 +85,8 @@ struct ISimulationControl : public IUnknown {
     //                               in the order of arrival, "-> running" while it has not returned;
     //                               also "server released" and "group NAME released"
     //   journal clear
+    //   written ID                  the VARTYPE and the value that the item's last write brought, before
+    //                               the item converted it: "8 1.5", "8195 {1,2}", "0 " for none
     //   calls METHOD                how often it was called since the last reset
     //   counts                      living objects, one line each: "servers=1", "groups=2", "items=7",
     //                               "sinks=1", "shutdownsinks=1", "references=9" (of servers and groups,

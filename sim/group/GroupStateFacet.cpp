@@ -1,9 +1,24 @@
 #include "sim/group/GroupStateFacet.h"
 
 #include "sim/group/GroupObject.h"
+#include "sim/Simulation.h"
+#include "sim/group/callbacks.h"
 #include "sim/server/Server.h"
 
 namespace Korvex::Simulation {
+namespace {
+
+// The first data change of a group that has become active.
+void tellFirst(Group& group) {
+    group.publisher().restart();
+    if (!simulation().options.get().deliversInside) return;
+    Callback all{CallbackKind::dataChange};
+    for (const auto& [handle, item] : group.items())
+        all.items.push_back({item.clientHandle, group.read(item, ReadSource::scan())});
+    callSinks(group, all);
+}
+
+}  // namespace
 
 HRESULT GroupStateFacet::GetState(DWORD* updateRate, BOOL* active, LPWSTR* name, LONG* timeBias, FLOAT* deadband,
                                   DWORD* locale, OPCHANDLE* clientHandle, OPCHANDLE* serverHandle) {
@@ -40,7 +55,7 @@ HRESULT GroupStateFacet::SetState(DWORD* requestedRate, DWORD* revisedUpdateRate
                               if (clientHandle) settings.clientHandle = *clientHandle;
                               *revisedUpdateRate = settings.updateRate;
                           });
-                          if (activated) group().publisher().restart();
+                          if (activated) tellFirst(group());
                           return requestedRate && *requestedRate != *revisedUpdateRate ? OPC_S_UNSUPPORTEDRATE : S_OK;
                       });
 }

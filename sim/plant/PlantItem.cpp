@@ -62,6 +62,8 @@ std::optional<Sample> PlantItem::cached(DWORD maximumAgeMilliseconds) const {
 
 HRESULT PlantItem::write(const VARIANT& value, LCID lcid, std::optional<WORD> quality, std::optional<FILETIME> time) {
     const std::lock_guard lock(mutex_);
+    written_ = Value(value);
+    if (overrides_.writeError) return *overrides_.writeError;
     if ((accessRightsLocked() & OPC_WRITEABLE) == 0) return OPC_E_BADRIGHTS;
     if (value.vt == VT_EMPTY) return OPC_E_BADTYPE;
     Value converted;
@@ -75,9 +77,15 @@ HRESULT PlantItem::write(const VARIANT& value, LCID lcid, std::optional<WORD> qu
     return clamped ? OPC_S_CLAMP : S_OK;
 }
 
+Value PlantItem::written() const {
+    const std::lock_guard lock(mutex_);
+    return written_;
+}
+
 void PlantItem::reset() {
     const std::lock_guard lock(mutex_);
     overrides_ = {};
+    written_ = Value();
     value_ = definition_.initial;
     quality_ = definition_.quality;
     time_ = now();

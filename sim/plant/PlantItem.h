@@ -35,6 +35,7 @@ struct ItemDefinition {
 // What commands have changed about an item.
 struct ItemOverrides {
     std::optional<HRESULT> readError;
+    std::optional<HRESULT> writeError;
     std::optional<WORD> quality;
     std::optional<Value> value;
     std::optional<FILETIME> time;
@@ -67,6 +68,9 @@ public:
     HRESULT write(const VARIANT& value, LCID lcid, std::optional<WORD> quality = std::nullopt,
                   std::optional<FILETIME> time = std::nullopt);
 
+    // What the last write brought, as it came; empty if none did.
+    Value written() const;
+
     template <typename Change>
     void changeOverrides(const Change& change) {
         const std::lock_guard lock(mutex_);
@@ -86,6 +90,7 @@ private:
     mutable std::mutex mutex_;
     ItemOverrides overrides_;
     Value value_;
+    Value written_;
     WORD quality_;
     FILETIME time_;  // of the last change
     std::optional<Sample> cache_;

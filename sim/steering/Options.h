@@ -15,6 +15,7 @@ struct Options {
     std::vector<LCID> locales = {1033, 1031, 2057, 1036, 1040, 3082, 0x800, 0x400, 0};
     bool zeroHandles = false;  // a new group's first item gets server handle 0
     bool blobs = false;        // items are added with blobs
+    bool deliversInside = false;  // SetState calls the sinks itself before it returns
     DWORD browseLimit = 0;     // elements that one call of Browse returns at most; 0 is no limit
 };
 

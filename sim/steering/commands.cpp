@@ -150,6 +150,10 @@ Action blobs(CommandWords& words) {
     return setOption(&Options::blobs, chosen<bool>(words, {{"on", true}, {"off", false}}));
 }
 
+Action deliver(CommandWords& words) {
+    return setOption(&Options::deliversInside, chosen<bool>(words, {{"inside", true}, {"later", false}}));
+}
+
 Action browseLimit(CommandWords& words) {
     return setOption(&Options::browseLimit, static_cast<DWORD>(words.number()));
 }
@@ -194,6 +198,7 @@ const std::map<std::string_view, std::string (*)(CommandWords&)> kQuestions = {
     {"journal", journal},
     {"calls", calls},
     {"counts", counts},
+    {"written", writtenValue},
 };
 
 const std::map<std::string_view, Action (*)(CommandWords&)> kCommands = {
@@ -208,6 +213,7 @@ const std::map<std::string_view, Action (*)(CommandWords&)> kCommands = {
     {"blobs", blobs},     {"browselimit", browseLimit},
     {"load", load},       {"shutdown", shutdown},
     {"item", changeItem}, {"journal clear", clearJournal},
+    {"deliver", deliver},
 };
 
 std::string ask(std::string (*question)(CommandWords&), CommandWords& words) {

@@ -73,9 +73,10 @@ Value nullArray() {
 
 using Change = std::function<void(ItemOverrides&)>;
 
-Change readError(CommandWords& words) {
+// An error that reads or writes of the item fail with.
+Change setError(std::optional<HRESULT> ItemOverrides::*member, CommandWords& words) {
     const HRESULT code = words.code();
-    return [=](ItemOverrides& item) { item.readError = code == S_OK ? std::nullopt : std::optional(code); };
+    return [=](ItemOverrides& item) { item.*member = code == S_OK ? std::nullopt : std::optional(code); };
 }
 
 Change reportAs(Value value) {
@@ -100,7 +101,8 @@ Change reportedTime(CommandWords& words) {
 }
 
 const std::map<std::string_view, Change (*)(CommandWords&)> kChanges = {
-    {"error", readError},
+    {"error", [](CommandWords& words) { return setError(&ItemOverrides::readError, words); }},
+    {"writeerror", [](CommandWords& words) { return setError(&ItemOverrides::writeError, words); }},
     {"quality", [](CommandWords& words) { return setNumber(&ItemOverrides::quality, words); }},
     {"value", reportedValue},
     {"array2d", [](CommandWords&) { return reportAs(twoDimensionalArray()); }},
@@ -112,13 +114,36 @@ const std::map<std::string_view, Change (*)(CommandWords&)> kChanges = {
     {"normal", [](CommandWords&) -> Change { return [](ItemOverrides& item) { item = {}; }; }},
 };
 
-}  // namespace
-
-std::function<void()> changeItem(CommandWords& words) {
+std::shared_ptr<PlantItem> namedItem(CommandWords& words) {
     const std::string_view id = words.word();
     std::shared_ptr<PlantItem> item;
     if (failed(simulation().plant.find(fromUtf8(id), item)))
         throw CommandError(std::string("no such item: ").append(id));
+    return item;
+}
+
+std::string textOf(const Value& value) {
+    if (value.isArray()) {
+        std::string list;
+        for (const Value& element : elementsOf(value)) list += (list.empty() ? "" : ",") + textOf(element);
+        return "{" + list + "}";
+    }
+    Value text;
+    if (value.type() == VT_EMPTY || value.type() == VT_NULL) return {};
+    if (failed(VariantChangeTypeEx(text.address(), const_cast<VARIANT*>(&value.get()), kCommandLocale, 0, VT_BSTR)))
+        return "?";
+    return toUtf8(OpxStringView(text.get().bstrVal, SysStringLen(text.get().bstrVal)));
+}
+
+}  // namespace
+
+std::string writtenValue(CommandWords& words) {
+    const Value written = namedItem(words)->written();
+    return std::to_string(written.type()) + " " + textOf(written);
+}
+
+std::function<void()> changeItem(CommandWords& words) {
+    const std::shared_ptr<PlantItem> item = namedItem(words);
     const std::string_view what = words.word();
     const auto found = kChanges.find(what);
     if (found == kChanges.end()) throw CommandError(std::string("unknown word: ").append(what));

@@ -1,7 +1,8 @@
-// The commands that begin with "item".
+// The commands about single items.
 #pragma once
 
 #include <functional>
+#include <string>
 
 #include "sim/steering/CommandWords.h"
 
@@ -9,5 +10,8 @@ namespace Korvex::Simulation {
 
 // What "ID WHAT ..." does; the word "item" has been taken off.
 std::function<void()> changeItem(CommandWords& words);
+
+// What "written ID" answers; its word has been taken off.
+std::string writtenValue(CommandWords& words);
 
 }  // namespace Korvex::Simulation
