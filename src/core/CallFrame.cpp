@@ -1,14 +1,36 @@
 #include "core/CallFrame.h"
 
+#include <mutex>
 #include <utility>
 
 namespace OpxOpc {
+namespace {
 
-CallFrame::CallFrame(DaServerComPrivate& connection, const char* operation) : trace_(operation) {
-    std::lock_guard guard(connection.lock);
-    if (connection.serverState != SERVERSTATUS_CONNECTED) return;
-    ++connection.busyCount;
+constexpr HRESULT kInvalidHandle = hresult(0xC0040001u);
+
+}  // namespace
+
+CallFrame::CallFrame(DaServerComPrivate& connection, const char* operation, Needs needs)
+    : operation_(operation), trace_(operation) {
+    const std::lock_guard guard(connection.lock);
+    if (!connection.admits(needs == Needs::Server)) return;
+    connection.lock.enter();
     connection_ = &connection;
+    connected_ = connection.serverState == SERVERSTATUS_CONNECTED;
+    if (connected_) link_ = connection.link;
+    callback_ = connection.callback;
+}
+
+HRESULT CallFrame::refuseDeadband(float deadband) {
+    giveBack();
+    LibT::lInOut("<-- %s [E_INVALIDARG] - invalid deadband=%f", operation_, static_cast<double>(deadband));
+    return E_INVALIDARG;
+}
+
+HRESULT CallFrame::refuseHandle(std::uint32_t handle) {
+    giveBack();
+    LibT::lInOut("<-- %s [OPC_E_INVALIDHANDLE] - invalid hServerSubscription=%d", operation_, handle);
+    return kInvalidHandle;
 }
 
 HRESULT CallFrame::refuse(const char* text, HRESULT hr) {
@@ -22,7 +44,11 @@ HRESULT CallFrame::leave(HRESULT hr) {
 }
 
 void CallFrame::giveBack() noexcept {
-    if (auto* connection = std::exchange(connection_, nullptr)) --connection->busyCount;
+    auto* const connection = std::exchange(connection_, nullptr);
+    if (!connection) return;
+    link_ = {};
+    callback_.reset();
+    connection->lock.leave();
 }
 
 }  // namespace OpxOpc

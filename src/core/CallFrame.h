@@ -1,6 +1,9 @@
 // The frame around every call of the engine: entry line, state test, count of calls, exit line.
 #pragma once
 
+#include <cstdint>
+#include <memory>
+
 #include "core/DaServerComPrivate.h"
 #include "trace/TraceScope.h"
 
@@ -11,7 +14,11 @@ namespace OpxOpc {
 // of it is touched after that.
 class CallFrame {
 public:
-    CallFrame(DaServerComPrivate& connection, const char* operation);
+    // A call that only works on the subscriptions is let in while the connection is lost, if it will be
+    // brought back.
+    enum class Needs { Server, Subscriptions };
+
+    CallFrame(DaServerComPrivate& connection, const char* operation, Needs needs);
     ~CallFrame() { giveBack(); }
     CallFrame(const CallFrame&) = delete;
     CallFrame& operator=(const CallFrame&) = delete;
@@ -19,15 +26,29 @@ public:
     // False when the call is refused: the server is not connected.
     bool entered() const noexcept { return connection_ != nullptr; }
 
-    HRESULT refuseUnconnected() { return trace_.refuse("[E_FAIL] - serverState not connected", E_FAIL); }
+    // What the call found when it entered, and keeps: the server, or that it is not connected.
+    bool connected() const noexcept { return connected_; }
+    DaGroupWrapper::Reach reach() const noexcept {
+        return connected_ ? DaGroupWrapper::Reach::Server : DaGroupWrapper::Reach::KeptStateOnly;
+    }
+    const ServerLink& link() const noexcept { return link_; }
+    const std::shared_ptr<CallbackRelay>& callback() const noexcept { return callback_; }
+
+    HRESULT refuseUnconnected() { return refuse("[E_FAIL] - serverState not connected", E_FAIL); }
+    HRESULT refuseDeadband(float deadband);
+    HRESULT refuseHandle(std::uint32_t handle);
     HRESULT refuse(const char* text, HRESULT hr);
     HRESULT leave(HRESULT hr);
 
 private:
     void giveBack() noexcept;
 
+    const char* const operation_;
     TraceScope trace_;
     DaServerComPrivate* connection_ = nullptr;
+    bool connected_ = false;
+    ServerLink link_;
+    std::shared_ptr<CallbackRelay> callback_;
 };
 
 }  // namespace OpxOpc

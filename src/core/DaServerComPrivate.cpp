@@ -1,16 +1,21 @@
 #include "core/DaServerComPrivate.h"
 
-#include <exception>
+#include <mutex>
+#include <utility>
 
 #include <korvex/native/OpxCmnClient.h>
 
-#include "core/guarded.h"
 #include "trace/LibT.h"
 
 namespace OpxOpc {
 namespace {
 
 constexpr std::uint32_t kMainUpdateRate = 2000;
+
+// A step that does not apply counts as one that failed.
+bool isDone(HRESULT hr) {
+    return succeeded(hr) && hr != S_FALSE;
+}
 
 }  // namespace
 
@@ -19,12 +24,22 @@ DaServerComPrivate::~DaServerComPrivate() {
 }
 
 void DaServerComPrivate::reset() {
-    mainItems.clear();
+    teardownThreads_.clear();
+    link = {};
+    subscriptions.clear();
     serverState = SERVERSTATUS_DISCONNECTED;
-    busyCount = 0;
     clientHandle = 0;
-    callback = nullptr;
+    keepAliveTime = 0;
+    reconnectAfterError = true;
+    watchDog_.reset();
+    callback.reset();
+    localeId_.reset();
+    loss_.reset();
+    connecting_ = false;
+    shutdownWhileConnecting_ = false;
 }
+
+// ---- Connecting ----------------------------------------------------------------------------------
 
 HRESULT DaServerComPrivate::resolveUrl(const OpxString& text) {
     auto url = ServerUrl::parse(text);
@@ -47,19 +62,34 @@ HRESULT DaServerComPrivate::lookUpClsid(ServerUrl& url) const {
     return client.clsidFromProgId(url.host, url.progId, url.clsidText);
 }
 
-HRESULT DaServerComPrivate::openConnection(OpxServerConnectInfo& info, OpxDataCallback* receiver, bool& localeChanged) {
-    serverMgt = std::make_unique<DaServerMgt>();
-    HRESULT hr = serverMgt->connectOPCServer(nodeName, clsid);
-    if (failed(hr) || hr == S_FALSE) return hr;
-    hr = changeLocale(info, localeChanged);
-    if (failed(hr)) return hr;
-    return addMainGroup(receiver);
+HRESULT DaServerComPrivate::openConnection(OpxServerConnectInfo& info, bool& localeChanged) {
+    {
+        const std::lock_guard guard(lock);
+        connecting_ = true;
+    }
+    const HRESULT hr = openLink([&](DaServerMgt& server) { return changeLocale(server, info, localeChanged); });
+    if (isDone(hr)) localeId_ = link.server->localeId();
+    return hr;
 }
 
-HRESULT DaServerComPrivate::changeLocale(OpxServerConnectInfo& info, bool& changed) {
+HRESULT DaServerComPrivate::openLink(const LocaleStep& settleLocale) {
+    link.mainItems = std::make_shared<MainItemCache>();
+    link.server = std::make_shared<DaServerMgt>();
+    HRESULT hr = link.server->connectOPCServer(nodeName, clsid);
+    if (isDone(hr)) hr = settleLocale(*link.server);
+    if (!isDone(hr)) return hr;
+
+    hr = addMainGroup();
+    if (!watchDog_) watchDog_ = std::make_shared<WatchDog>(weak_from_this(), keepAliveTime);
+    if (isDone(hr)) hr = link.server->connectCallback(watchDog_);
+    if (!isDone(hr)) link.server->removeGroup(link.mainGroup.get());
+    return hr;
+}
+
+HRESULT DaServerComPrivate::changeLocale(DaServerMgt& server, OpxServerConnectInfo& info, bool& changed) {
     if (info.localId.empty()) return S_OK;
     const OpxString asked = info.localId;
-    const HRESULT hr = serverMgt->setLocalID(info.localId);
+    const HRESULT hr = server.setLocalID(info.localId);
     if (failed(hr)) {
         info.retryInitialConnect = false;
         return hr;
@@ -71,63 +101,145 @@ HRESULT DaServerComPrivate::changeLocale(OpxServerConnectInfo& info, bool& chang
     return S_OK;
 }
 
-HRESULT DaServerComPrivate::addMainGroup(OpxDataCallback* receiver) {
-    mainGroup = std::make_unique<DaGroupMgt>(OLESTR("Main"), kMainUpdateRate, false, 0, 0.0f);
-    HRESULT hr = serverMgt->addGroup(mainGroup.get());
-    if (succeeded(hr) && hr != S_FALSE) hr = mainGroup->connectCallback(receiver);
-    if (failed(hr) || hr == S_FALSE) serverMgt->removeGroup(mainGroup.get());
-    return hr;
+HRESULT DaServerComPrivate::addMainGroup() {
+    link.mainGroup = std::make_shared<DaGroupMgt>(OLESTR("Main"), kMainUpdateRate, false, 0, 0.0f);
+    const HRESULT hr = link.server->addGroup(link.mainGroup.get());
+    return isDone(hr) ? link.mainGroup->connectCallback(callback) : hr;
+}
+
+void DaServerComPrivate::begin(ServerStatus first) {
+    if (!watchDog_) watchDog_ = std::make_shared<WatchDog>(weak_from_this(), keepAliveTime);
+    {
+        const std::lock_guard guard(lock);
+        connecting_ = false;
+        serverState = first;
+    }
+    if (!report(first)) LibT::lError("Error: DaServerCom::connect - Error at calling DataCallback::ServerStatusChange");
+}
+
+void DaServerComPrivate::startWatchDog() {
+    if (std::exchange(shutdownWhileConnecting_, false)) markLost(SERVERSTATUS_SHUTDOWN);
+    watchDog_->start(watchDog_);
 }
 
 void DaServerComPrivate::abandonConnection() {
-    mainGroup.reset();
-    serverMgt.reset();
+    {
+        const std::lock_guard guard(lock);
+        connecting_ = false;
+        shutdownWhileConnecting_ = false;
+    }
+    if (link.server) link.server->disconnectCallback();
+    link = {};
+}
+
+// ---- Disconnecting -------------------------------------------------------------------------------
+
+bool DaServerComPrivate::end(bool& wasConnected) {
+    const std::lock_guard guard(lock);
+    if (serverState == SERVERSTATUS_DISCONNECTED) return false;
+    wasConnected = serverState == SERVERSTATUS_CONNECTED;
+    if (watchDog_) watchDog_->requestStop();
+    serverState = SERVERSTATUS_DISCONNECTED;
+    lock.waitUntilQuiet();
+    return true;
 }
 
 void DaServerComPrivate::closeConnection(bool wasConnected) {
     try {
-        if (wasConnected) serverMgt->removeGroup(mainGroup.get());
-        mainGroup.reset();
+        removeSubscriptions(wasConnected);
+        if (wasConnected) link.server->removeGroup(link.mainGroup.get());
+    } catch (...) {
+        LibT::lError("Error: DaServerCom::disconnect - Error at releasing server interfaces");
+    }
+    if (watchDog_) watchDog_->wait();
+    watchDog_.reset();
+    try {
         if (wasConnected) {
-            serverMgt->disconnectOPCServer();
+            link.server->disconnectCallback();
+            link.server->disconnectOPCServer();
             LibT::eventInformation("Disconnected from OPC Server %ls on %ls", serverName, nodeName);
+        } else if (link.server) {
+            // Lost, and not given up by the watch-dog any more.
+            const std::lock_guard guard(lock);
+            startTearDown(false, link.server, {link.mainGroup});
         }
     } catch (...) {
         LibT::lError("Error: DaServerCom::disconnect - Error at releasing server interfaces");
     }
-    abandonConnection();
+    const std::lock_guard guard(lock);
+    link = {};
 }
 
-HRESULT DaServerComPrivate::checkHandles(std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved) {
-    MainItemCache::NewItems added;
-    try {
-        added = mainItems.resolve(items, resolved);
-    } catch (const std::exception&) {
-        LibT::lError("Error: DaServerComPrivate::checkHandles - Error at checking handles");
-        return E_OUTOFMEMORY;
+void DaServerComPrivate::removeSubscriptions(bool wasConnected) {
+    for (const auto& subscription : subscriptions.clear()) {
+        const auto group = subscription->takeGroup();
+        if (!group) continue;
+        if (wasConnected)
+            link.server->removeGroup(group.get());
+        else
+            tearDownGroup(group);
     }
-    if (added.empty()) return resolved.anyFailed() ? S_FALSE : S_OK;
-
-    std::vector<std::int32_t> errors;
-    const HRESULT hr = guarded([&] { return mainGroup->addItems(added.items, errors, false); });
-    if (failed(hr)) {
-        mainItems.drop(added);
-        return hr;
-    }
-    try {
-        mainItems.accept(added, errors, items, resolved);
-    } catch (const std::exception&) {
-        LibT::lError(
-            "Error: DaServerComPrivate::checkHandles - Error at processing OUT parameters of DaGroupMgt::addItems");
-        mainItems.drop(added);
-        return E_OUTOFMEMORY;
-    }
-    return resolved.anyFailed() ? S_FALSE : S_OK;
 }
 
-bool DaServerComPrivate::reportState() const noexcept {
+void DaServerComPrivate::reportDisconnected() {
+    if (!report(SERVERSTATUS_DISCONNECTED)) {
+        LibT::lError("Error: DaServerCom::disconnect - Error at calling DataCallback::ServerStatusChange");
+    }
+    std::shared_ptr<CallbackRelay> relay;
+    {
+        const std::lock_guard guard(lock);
+        relay.swap(callback);
+    }
+    if (relay) relay->silence();
+}
+
+// ---- Calls ---------------------------------------------------------------------------------------
+
+bool DaServerComPrivate::admits(bool needsServer) const noexcept {
+    if (serverState == SERVERSTATUS_CONNECTED) return true;
+    return !needsServer && reconnectAfterError && serverState != SERVERSTATUS_DISCONNECTED;
+}
+
+std::uint32_t DaServerComPrivate::addSubscription(SubscriptionTable::Wrapper subscription, const ServerLink& madeOn) {
+    // Without a group there is nothing to compare, and the call is waited for before groups are made.
+    if (!madeOn.server) return subscriptions.add(std::move(subscription));
+    const std::lock_guard guard(lock);
+    if (serverState == SERVERSTATUS_DISCONNECTED) return 0;
+    if (link.server != madeOn.server) {
+        if (auto group = subscription->takeGroup()) tearDownGroup(std::move(group));
+    }
+    return subscriptions.add(std::move(subscription));
+}
+
+void DaServerComPrivate::tearDownGroup(std::shared_ptr<DaGroupMgt> group) {
+    group->silence();
+    const std::lock_guard guard(lock);
+    startTearDown(false, nullptr, {std::move(group)});
+}
+
+void DaServerComPrivate::startTearDown(bool removeGroups, std::shared_ptr<DaServerMgt> server,
+                                       TerminateOpcThread::Groups groups) {
+    for (const auto& thread : teardownThreads_) {
+        if (thread->isRunning()) continue;
+        thread->reuse(removeGroups, std::move(server), std::move(groups));
+        return thread->start();
+    }
+    teardownThreads_.push_back(
+        std::make_unique<TerminateOpcThread>(removeGroups, std::move(server), std::move(groups)));
+    teardownThreads_.back()->start();
+}
+
+bool DaServerComPrivate::report(ServerStatus status) noexcept {
+    std::shared_ptr<CallbackRelay> to;
+    std::uint32_t handle;
+    {
+        const std::lock_guard guard(lock);
+        to = callback;
+        handle = clientHandle;
+    }
+    if (!to) return true;
     try {
-        callback->ServerStatusChange(clientHandle, serverState);
+        to->ServerStatusChange(handle, status);
         return true;
     } catch (...) {
         return false;

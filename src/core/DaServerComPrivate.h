@@ -3,8 +3,9 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
-#include <mutex>
+#include <optional>
 #include <vector>
 
 #include <korvex/native/OpxDataCallback.h>
@@ -12,58 +13,101 @@
 #include <korvex/native/OpxServerConnectInfo.h>
 
 #include "com/com.h"
-#include "core/MainItemCache.h"
+#include "core/CallGate.h"
+#include "core/CallbackRelay.h"
+#include "core/ServerLink.h"
 #include "core/ServerUrl.h"
-#include "opc/DaGroupMgt.h"
-#include "opc/DaServerMgt.h"
+#include "core/SubscriptionTable.h"
+#include "opc/TerminateOpcThread.h"
+#include "opc/WatchDog.h"
 
 namespace OpxOpc {
 
-// `lock` guards the state and the count of calls in progress at the moments where they decide about
-// each other; it is never held while a call does its work. What a call in progress uses lives until
-// the call has left, because disconnect waits for it.
-class DaServerComPrivate {
+// `lock` guards the state, the link to the server and what else decides about a call at the moment it
+// begins; it is never held while a call does its work, but for reconnecting. Calls in progress share
+// what they use. The watch-dog shares the record itself.
+class DaServerComPrivate final : public WatchedConnection, public std::enable_shared_from_this<DaServerComPrivate> {
 public:
     DaServerComPrivate() = default;
-    ~DaServerComPrivate();
+    ~DaServerComPrivate() override;
 
-    // Back to the state after construction. What an earlier connection held must be gone already.
+    // Back to the state after construction. What an earlier connection held must be gone already, but for
+    // what is still being torn down, which is waited for.
     void reset();
 
-    // The steps from a parsed URL to a connection with its "Main" group. S_FALSE from `openConnection`
-    // means that a step answered so; `localeChanged` is set when the server took another locale.
+    // The steps of connect.
     HRESULT resolveUrl(const OpxString& url);
-    HRESULT openConnection(OpxServerConnectInfo& info, OpxDataCallback* callback, bool& localeChanged);
-
-    // Drops what a failed attempt made: the group, then the connection.
+    // S_FALSE means that a step answered so; `localeChanged` is set when the server took another locale.
+    HRESULT openConnection(OpxServerConnectInfo& info, bool& localeChanged);
+    // The connection begins, in the state that the first attempt led to.
+    void begin(ServerStatus first);
+    // Drops what a failed attempt made.
     void abandonConnection();
+    void startWatchDog();
 
-    // Removes the group and leaves the server, if the connection still stands, and frees both.
+    // The steps of disconnect. False when there is nothing to disconnect; else no call is in progress any
+    // more, and none begins.
+    bool end(bool& wasConnected);
     void closeConnection(bool wasConnected);
+    void reportDisconnected();
 
-    // Finds out where the items stand on the server, adding to "Main" those it does not hold yet. The
-    // result is S_FALSE when an item failed, or the failure of the group.
-    HRESULT checkHandles(std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved);
+    // Whether a call may begin now. Under the lock.
+    bool admits(bool needsServer) const noexcept;
 
-    // Tells the callback of the state; false if it threw.
-    bool reportState() const noexcept;
+    // Gives the subscription its handle; 0 when the connection has ended meanwhile. A group that was made
+    // on a server which is lost by now is torn down.
+    std::uint32_t addSubscription(SubscriptionTable::Wrapper subscription, const ServerLink& madeOn);
 
-    std::unique_ptr<DaServerMgt> serverMgt;  // null while there is no connection
-    std::unique_ptr<DaGroupMgt> mainGroup;   // "Main": reads and writes go through it
-    MainItemCache mainItems;
+    // Gives up a group of a server that is lost.
+    void tearDownGroup(std::shared_ptr<DaGroupMgt> group);
+
+    // WatchedConnection.
+    ServerStatus state() override;
+    bool reconnectsAfterError() override;
+    HRESULT probe() override;
+    void markLost(ServerStatus why) override;
+    std::optional<ServerStatus> takeLoss() override;
+    HRESULT internalDisconnect(bool shutdown) override;
+    void reportLoss(ServerStatus why) override;
+    void sendAllQualityBad() override;
+    HRESULT internalConnect() override;
+    void recoverIncompleteSubscriptions() override;
+
+    CallGate lock;
+    std::atomic<ServerStatus> serverState{SERVERSTATUS_DISCONNECTED};
+    ServerLink link;
+    SubscriptionTable subscriptions;
     OpxString nodeName;  // empty for this machine
     CLSID clsid{};
     OpxString serverName;  // connection events print it; nothing ever fills it
-    OpxDataCallback* callback = nullptr;
+    bool reconnectAfterError = true;
+    std::uint32_t keepAliveTime = 0;
+    std::shared_ptr<CallbackRelay> callback;  // null while disconnected
     std::uint32_t clientHandle = 0;
-    std::atomic<ServerStatus> serverState{SERVERSTATUS_DISCONNECTED};
-    std::recursive_mutex lock;
-    std::atomic<std::uint32_t> busyCount{0};
 
 private:
-    HRESULT changeLocale(OpxServerConnectInfo& info, bool& changed);
-    HRESULT addMainGroup(OpxDataCallback* receiver);
+    using LocaleStep = std::function<HRESULT(DaServerMgt&)>;
+
     HRESULT lookUpClsid(ServerUrl& url) const;
+    HRESULT changeLocale(DaServerMgt& server, OpxServerConnectInfo& info, bool& changed);
+
+    // Reaches the server with "Main" and both callbacks; on failure `link` is what was made so far.
+    HRESULT openLink(const LocaleStep& settleLocale);
+    HRESULT addMainGroup();
+    HRESULT reconnect();
+    HRESULT recoverSubscriptions();
+    HRESULT recover(DaGroupWrapper& subscription);
+
+    void removeSubscriptions(bool wasConnected);
+    void startTearDown(bool removeGroups, std::shared_ptr<DaServerMgt> server, TerminateOpcThread::Groups groups);
+    bool report(ServerStatus status) noexcept;
+
+    std::shared_ptr<WatchDog> watchDog_;
+    std::vector<std::unique_ptr<TerminateOpcThread>> teardownThreads_;
+    std::optional<LCID> localeId_;  // what the server accepted
+    std::optional<ServerStatus> loss_;
+    bool connecting_ = false;
+    bool shutdownWhileConnecting_ = false;
 };
 
 }  // namespace OpxOpc

@@ -11,10 +11,6 @@ std::int32_t errorAt(const std::vector<std::int32_t>& errors, std::size_t i) {
     return i < errors.size() ? errors[i] : S_OK;
 }
 
-void requestCanonicalType(OpxItemIdentifier& item, Opx::VType canonicalType) {
-    if (item.dataType == Opx::VType::Empty) item.dataType = canonicalType;
-}
-
 }  // namespace
 
 bool ResolvedItems::anyFailed() const noexcept {
@@ -41,9 +37,7 @@ MainItemCache::NewItems MainItemCache::resolve(std::vector<OpxItemIdentifier>& i
             resolved.errors[i] = kUnknownItemId;
             continue;
         }
-        resolved.serverHandles[i] = known.serverHandle;
-        resolved.anyValid = true;
-        requestCanonicalType(item, known.canonicalType);
+        take(known, i, item, resolved);
     }
     return added;
 }
@@ -64,9 +58,7 @@ void MainItemCache::accept(const NewItems& added, const std::vector<std::int32_t
         known.serverHandle = answer.serverHandle;
         known.canonicalType = answer.dataType;
         known.accepted = true;
-        resolved.serverHandles[i] = known.serverHandle;
-        resolved.anyValid = true;
-        requestCanonicalType(items[i], known.canonicalType);
+        take(known, i, items[i], resolved);
     }
 }
 
@@ -75,11 +67,11 @@ void MainItemCache::drop(const NewItems& added) {
     for (const OpxItemIdentifier& item : added.items) freeSlot(item.clientHandle);
 }
 
-void MainItemCache::clear() {
-    std::lock_guard guard(lock_);
-    records_.clear();
-    slotOfName_.clear();
-    freeSlots_.clear();
+void MainItemCache::take(const Record& known, std::size_t i, OpxItemIdentifier& item, ResolvedItems& resolved) {
+    resolved.serverHandles[i] = known.serverHandle;
+    resolved.canonicalTypes[i] = known.canonicalType;
+    resolved.anyValid = true;
+    if (item.dataType == Opx::VType::Empty) item.dataType = known.canonicalType;
 }
 
 std::uint32_t MainItemCache::findSlot(const OpxItemIdentifier& item) const {

@@ -16,11 +16,14 @@ namespace OpxOpc {
 
 // Where each item of one request stands on the server.
 struct ResolvedItems {
-    std::vector<std::uint32_t> serverHandles;  // of accepted items; meaningless for the others
-    std::vector<std::int32_t> errors;          // one an item
+    // Of accepted items; meaningless for the others.
+    std::vector<std::uint32_t> serverHandles;
+    std::vector<Opx::VType> canonicalTypes;
+
+    std::vector<std::int32_t> errors;  // one an item
     bool anyValid = false;
 
-    explicit ResolvedItems(std::size_t count) : serverHandles(count), errors(count) {}
+    explicit ResolvedItems(std::size_t count) : serverHandles(count), canonicalTypes(count), errors(count) {}
     bool isValid(std::size_t i) const noexcept { return errors[i] >= 0; }
     bool anyFailed() const noexcept;
 };
@@ -49,8 +52,6 @@ public:
     // Forgets the new items: the server could not be asked.
     void drop(const NewItems& added);
 
-    void clear();
-
 private:
     struct Record {
         std::uint32_t serverHandle = 0;
@@ -59,6 +60,7 @@ private:
         bool accepted = false;
     };
 
+    static void take(const Record& known, std::size_t i, OpxItemIdentifier& item, ResolvedItems& resolved);
     std::uint32_t findSlot(const OpxItemIdentifier& item) const;
     std::uint32_t takeSlot(const OpxString& name);
     void freeSlot(std::uint32_t slot);

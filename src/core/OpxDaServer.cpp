@@ -4,12 +4,22 @@
 
 #include "core/OpxDaServerCom.h"
 #include "core/ParameterTrace.h"
+#include "opc/unowned.h"
 #include "trace/InterfaceScope.h"
 
 namespace OpxOpc {
 namespace {
 
 constexpr std::size_t kLongestRefusedUrl = 10;
+constexpr const char* kNotConnected = "[E_FAIL] - Server not connected";
+constexpr const char* kNoItems = "[E_FAIL] - Item list is empty";
+constexpr const char* kDifferentLengths = "[E_FAIL] - Item list has different length than value list";
+constexpr const char* kInvalidDeadband = "[E_FAIL] - Deadband is invalid";
+
+// Two comparisons, so that not-a-number passes.
+bool isInvalidDeadband(float deadband) {
+    return deadband < 0.0f || deadband > 100.0f;
+}
 
 OLECHAR toUpper(OLECHAR c) {
     return c >= OLESTR('a') && c <= OLESTR('z') ? static_cast<OLECHAR>(c - OLESTR('a') + OLESTR('A')) : c;
@@ -64,6 +74,11 @@ OpxDaServer::~OpxDaServer() {
 
 std::int32_t OpxDaServer::connect(const OpxString& url, OpxServerConnectInfo& info, std::uint32_t clientHandle,
                                   OpxDataCallback* callback) {
+    return connect(url, info, clientHandle, unowned(callback));
+}
+
+std::int32_t OpxDaServer::connect(const OpxString& url, OpxServerConnectInfo& info, std::uint32_t clientHandle,
+                                  std::shared_ptr<OpxDataCallback> callback) {
     LibT::lIfCall("==> DaServer::connect URL=%ls", url);
     const InterfaceScope trace = InterfaceScope::entered("DaServer::connect");
     if (d_->engine()) return trace.refuse("[E_FAIL] - Server already connected", E_FAIL);
@@ -74,7 +89,7 @@ std::int32_t OpxDaServer::connect(const OpxString& url, OpxServerConnectInfo& in
         return trace.leave(E_FAIL);
     }
     auto engine = std::make_shared<OpxDaServerCom>();
-    const HRESULT hr = engine->connect(url, info, clientHandle, callback);
+    const HRESULT hr = engine->connect(url, info, clientHandle, std::move(callback));
     if (succeeded(hr)) d_->connect(std::move(engine));
     engine.reset();
     return trace.leave(hr);
@@ -83,7 +98,7 @@ std::int32_t OpxDaServer::connect(const OpxString& url, OpxServerConnectInfo& in
 std::int32_t OpxDaServer::disconnect() {
     const InterfaceScope trace("DaServer::disconnect");
     auto engine = d_->engine();
-    if (!engine) return trace.refuse("[E_FAIL] - Server not connected", E_FAIL);
+    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
     const HRESULT hr = engine->disconnect();
     d_->disconnect(engine);
     engine.reset();
@@ -94,12 +109,142 @@ std::int32_t OpxDaServer::read(std::uint32_t maxAge, std::vector<OpxItemIdentifi
                                std::vector<OpxItemValue>& values, std::vector<std::int32_t>& errors) {
     const InterfaceScope trace("DaServer::read");
     const auto engine = d_->engine();
-    if (!engine) return trace.refuse("[E_FAIL] - Server not connected", E_FAIL);
-    if (items.empty()) return trace.refuse("[E_FAIL] - Item list is empty", E_INVALIDARG);
+    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
+    if (items.empty()) return trace.refuse(kNoItems, E_INVALIDARG);
     ParameterTrace::readInputs(maxAge, items);
     const HRESULT hr = engine->read(maxAge, items, values, errors);
     if (succeeded(hr)) ParameterTrace::readOutputs(items, values, errors);
     return trace.leave(hr);
+}
+
+std::int32_t OpxDaServer::readAsync(std::uint32_t transaction, std::uint32_t maxAge,
+                                    std::vector<OpxItemIdentifier>& items, std::vector<std::int32_t>& errors) {
+    const InterfaceScope trace("DaServer::readAsync");
+    const auto engine = d_->engine();
+    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
+    if (items.empty()) return trace.refuse(kNoItems, E_INVALIDARG);
+    ParameterTrace::readAsyncInputs(transaction, maxAge, items);
+    const HRESULT hr = engine->readAsync(transaction, maxAge, items, errors);
+    if (succeeded(hr)) ParameterTrace::errorOutputs(items, errors);
+    return trace.leave(hr);
+}
+
+std::int32_t OpxDaServer::write(std::vector<OpxItemIdentifier>& items, const std::vector<OpxItemValue>& values,
+                                std::vector<std::int32_t>& errors) {
+    const InterfaceScope trace("DaServer::write");
+    const auto engine = d_->engine();
+    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
+    if (items.empty()) return trace.refuse(kNoItems, E_INVALIDARG);
+    if (items.size() != values.size()) return trace.refuse(kDifferentLengths, E_INVALIDARG);
+    ParameterTrace::writeInputs(items, values);
+    const HRESULT hr = engine->write(items, values, errors);
+    if (succeeded(hr)) ParameterTrace::errorOutputs(items, errors);
+    return trace.leave(hr);
+}
+
+std::int32_t OpxDaServer::writeAsync(std::uint32_t transaction, std::vector<OpxItemIdentifier>& items,
+                                     const std::vector<OpxItemValue>& values, std::vector<std::int32_t>& errors) {
+    const InterfaceScope trace("DaServer::writeAsync");
+    const auto engine = d_->engine();
+    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
+    if (items.empty()) return trace.refuse(kNoItems, E_INVALIDARG);
+    if (items.size() != values.size()) return trace.refuse(kDifferentLengths, E_INVALIDARG);
+    ParameterTrace::writeAsyncInputs(transaction, items, values);
+    const HRESULT hr = engine->writeAsync(transaction, items, values, errors);
+    if (succeeded(hr)) ParameterTrace::errorOutputs(items, errors);
+    return trace.leave(hr);
+}
+
+// ---- Subscriptions -------------------------------------------------------------------------------
+
+std::int32_t OpxDaServer::subscribe(std::uint32_t clientSubscription, bool active, std::uint32_t updateRate,
+                                    float deadband, std::vector<OpxItemIdentifier>& items,
+                                    std::uint32_t* revisedUpdateRate, std::uint32_t* serverSubscription,
+                                    std::vector<std::int32_t>& errors) {
+    const InterfaceScope trace("DaServer::subscribe");
+    const auto engine = d_->engine();
+    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
+    if (items.empty()) return trace.refuse(kNoItems, E_INVALIDARG);
+    if (isInvalidDeadband(deadband)) return trace.refuse(kInvalidDeadband, E_INVALIDARG);
+    ParameterTrace::subscribeInputs(clientSubscription, active, updateRate, deadband, items);
+    const HRESULT hr = engine->subscribe(clientSubscription, active, updateRate, deadband, items, revisedUpdateRate,
+                                         serverSubscription, errors);
+    if (succeeded(hr)) ParameterTrace::subscribeOutputs(revisedUpdateRate, serverSubscription, items, errors);
+    return trace.leave(hr);
+}
+
+std::int32_t OpxDaServer::subscriptionModify(std::uint32_t serverSubscription, float deadband) {
+    const InterfaceScope trace("DaServer::subscriptionModify");
+    const auto engine = d_->engine();
+    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
+    if (isInvalidDeadband(deadband)) return trace.refuse(kInvalidDeadband, E_INVALIDARG);
+    ParameterTrace::modifyInputs(serverSubscription, {.deadband = deadband});
+    return trace.leave(engine->subscriptionModify(serverSubscription, deadband));
+}
+
+std::int32_t OpxDaServer::subscriptionModify(std::uint32_t serverSubscription, std::uint32_t updateRate,
+                                             std::uint32_t* revisedUpdateRate) {
+    const InterfaceScope trace("DaServer::subscriptionModify");
+    const auto engine = d_->engine();
+    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
+    ParameterTrace::modifyInputs(serverSubscription, {.updateRate = updateRate});
+    const HRESULT hr = engine->subscriptionModify(serverSubscription, updateRate, revisedUpdateRate);
+    if (succeeded(hr)) ParameterTrace::modifyOutputs(revisedUpdateRate);
+    return trace.leave(hr);
+}
+
+std::int32_t OpxDaServer::subscriptionModify(std::uint32_t serverSubscription, bool active) {
+    const InterfaceScope trace("DaServer::subscriptionModify");
+    const auto engine = d_->engine();
+    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
+    ParameterTrace::modifyInputs(serverSubscription, {.active = active});
+    return trace.leave(engine->subscriptionModify(serverSubscription, active));
+}
+
+std::int32_t OpxDaServer::subscriptionModify(std::uint32_t serverSubscription, bool active, std::uint32_t updateRate,
+                                             float deadband, std::uint32_t* revisedUpdateRate) {
+    const InterfaceScope trace("DaServer::subscriptionModify");
+    const auto engine = d_->engine();
+    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
+    if (isInvalidDeadband(deadband)) return trace.refuse(kInvalidDeadband, E_INVALIDARG);
+    ParameterTrace::modifyInputs(serverSubscription,
+                                 {.active = active, .updateRate = updateRate, .deadband = deadband});
+    const HRESULT hr = engine->subscriptionModify(serverSubscription, active, updateRate, deadband, revisedUpdateRate);
+    if (succeeded(hr)) ParameterTrace::modifyOutputs(revisedUpdateRate);
+    return trace.leave(hr);
+}
+
+std::int32_t OpxDaServer::subscriptionAddItems(std::uint32_t serverSubscription, std::vector<OpxItemIdentifier>& items,
+                                               std::vector<std::int32_t>& errors) {
+    const InterfaceScope trace("DaServer::subscriptionAddItems");
+    const auto engine = d_->engine();
+    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
+    if (items.empty()) return trace.refuse(kNoItems, E_INVALIDARG);
+    ParameterTrace::addItemsInputs(serverSubscription, items);
+    const HRESULT hr = engine->subscriptionAddItems(serverSubscription, items, errors);
+    if (succeeded(hr)) ParameterTrace::itemOutputs(items, errors);
+    return trace.leave(hr);
+}
+
+std::int32_t OpxDaServer::subscriptionRemoveItems(std::uint32_t serverSubscription,
+                                                  const std::vector<OpxItemIdentifier>& items,
+                                                  std::vector<std::int32_t>& errors) {
+    const InterfaceScope trace("DaServer::subscriptionRemoveItems");
+    const auto engine = d_->engine();
+    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
+    if (items.empty()) return trace.refuse(kNoItems, E_INVALIDARG);
+    ParameterTrace::removeItemsInputs(serverSubscription, items);
+    const HRESULT hr = engine->subscriptionRemoveItems(serverSubscription, items, errors);
+    if (succeeded(hr)) ParameterTrace::errorOutputs(items, errors);
+    return trace.leave(hr);
+}
+
+std::int32_t OpxDaServer::subscriptionCancel(std::uint32_t serverSubscription) {
+    const InterfaceScope trace("DaServer::subscriptionCancel");
+    const auto engine = d_->engine();
+    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
+    ParameterTrace::cancelInputs(serverSubscription);
+    return trace.leave(engine->subscriptionCancel(serverSubscription));
 }
 
 }  // namespace OpxOpc

@@ -23,6 +23,46 @@ void items(const std::vector<OpxItemIdentifier>& list) {
     }
 }
 
+void itemsWithValues(const std::vector<OpxItemIdentifier>& list, const std::vector<OpxItemValue>& values) {
+    LibT::lDetail("  Item count = %d", list.size());
+    for (std::size_t i = 0; i < list.size() && i < values.size(); ++i) {
+        const OpxString text = textOrNothing([&] { return values[i].value.toString(); });
+        LibT::lDetail("    Item[%d] %ls %ls DT=%d SH=%d Value=%ls", i, list[i].itemName, list[i].itemPath,
+                      list[i].dataType, list[i].serverHandle, text);
+    }
+}
+
+void newItems(const std::vector<OpxItemIdentifier>& list) {
+    LibT::lDetail("  Item count = %d", list.size());
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        LibT::lDetail("    Item[%d] %ls %ls DT=%d CH=%d", i, list[i].itemName, list[i].itemPath, list[i].dataType,
+                      list[i].clientHandle);
+    }
+}
+
+// True when the item's line is that of its error.
+bool itemError(std::size_t i, const OpxItemIdentifier& item, const std::vector<std::int32_t>& errors) {
+    const std::int32_t error = i < errors.size() ? errors[i] : S_OK;
+    if (error >= 0) return false;
+    LibT::lDetail("    Item[%d] %ls %ls error=0x%lx", i, item.itemName, item.itemPath, error);
+    return true;
+}
+
+void activeFlag(bool active) {
+    if (active)
+        LibT::lDetail("  Active = true");
+    else
+        LibT::lDetail("  Active = false");
+}
+
+void addedItems(const std::vector<OpxItemIdentifier>& list, const std::vector<std::int32_t>& errors) {
+    if (errors.empty()) LibT::lDetail("  No item errors");
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        if (itemError(i, list[i], errors)) continue;
+        LibT::lDetail("    Item[%d] %ls %ls SH=%d", i, list[i].itemName, list[i].itemPath, list[i].serverHandle);
+    }
+}
+
 void itemValue(std::size_t i, const OpxItemIdentifier& item, const OpxItemValue& value) {
     const OpxString text = textOrNothing([&] { return value.value.toString(); });
     const OpxString time = textOrNothing([&] { return value.timestamp.toDateTimeText(OpxDate::kUtc); });
@@ -57,6 +97,28 @@ void readInputs(std::uint32_t maxAge, const std::vector<OpxItemIdentifier>& list
     items(list);
 }
 
+void readAsyncInputs(std::uint32_t transaction, std::uint32_t maxAge, const std::vector<OpxItemIdentifier>& list) {
+    if (!LibT::detailWanted()) return;
+    LibT::lDetail("  IN Parameters:");
+    LibT::lDetail("  TransactionHandle = %d", transaction);
+    LibT::lDetail("  MaxAge = %d", maxAge);
+    items(list);
+}
+
+void writeInputs(const std::vector<OpxItemIdentifier>& list, const std::vector<OpxItemValue>& values) {
+    if (!LibT::detailWanted()) return;
+    LibT::lDetail("  IN Parameters:");
+    itemsWithValues(list, values);
+}
+
+void writeAsyncInputs(std::uint32_t transaction, const std::vector<OpxItemIdentifier>& list,
+                      const std::vector<OpxItemValue>& values) {
+    if (!LibT::detailWanted()) return;
+    LibT::lDetail("  IN Parameters:");
+    LibT::lDetail("  TransactionHandle = %d", transaction);
+    itemsWithValues(list, values);
+}
+
 void readOutputs(const std::vector<OpxItemIdentifier>& list, const std::vector<OpxItemValue>& values,
                  const std::vector<std::int32_t>& errors) {
     if (!LibT::detailWanted()) return;
@@ -64,13 +126,75 @@ void readOutputs(const std::vector<OpxItemIdentifier>& list, const std::vector<O
     LibT::lDetail("  Value count = %d", values.size());
     if (errors.empty()) LibT::lDetail("  No item errors");
     for (std::size_t i = 0; i < list.size() && i < values.size(); ++i) {
-        const std::int32_t error = i < errors.size() ? errors[i] : S_OK;
-        if (error < 0) {
-            LibT::lDetail("    Item[%d] %ls %ls error=0x%lx", i, list[i].itemName, list[i].itemPath, error);
-        } else {
-            itemValue(i, list[i], values[i]);
-        }
+        if (!itemError(i, list[i], errors)) itemValue(i, list[i], values[i]);
     }
+}
+
+void subscribeInputs(std::uint32_t clientSubscription, bool active, std::uint32_t updateRate, float deadband,
+                     const std::vector<OpxItemIdentifier>& list) {
+    if (!LibT::detailWanted()) return;
+    LibT::lDetail("  IN Parameters:");
+    LibT::lDetail("  ClientSubscriptionHandle = %d", clientSubscription);
+    activeFlag(active);
+    LibT::lDetail("  UpdateRate = %d", updateRate);
+    LibT::lDetail("  Deadband = %f", static_cast<double>(deadband));
+    newItems(list);
+}
+
+void subscribeOutputs(const std::uint32_t* revisedUpdateRate, const std::uint32_t* serverSubscription,
+                      const std::vector<OpxItemIdentifier>& list, const std::vector<std::int32_t>& errors) {
+    if (!LibT::detailWanted()) return;
+    LibT::lDetail("  OUT Parameters:");
+    if (revisedUpdateRate) LibT::lDetail("  RevisedUpdateRate = %d", *revisedUpdateRate);
+    if (serverSubscription) LibT::lDetail("  ServerSubscriptionHandle = %d", *serverSubscription);
+    addedItems(list, errors);
+}
+
+void modifyInputs(std::uint32_t serverSubscription, const Settings& settings) {
+    if (!LibT::detailWanted()) return;
+    LibT::lDetail("  IN Parameters:");
+    LibT::lDetail("  ServerSubscriptionHandle = %d", serverSubscription);
+    if (settings.active) activeFlag(*settings.active);
+    if (settings.updateRate) LibT::lDetail("  UpdateRate = %d", *settings.updateRate);
+    if (settings.deadband) LibT::lDetail("  Deadband = %f", static_cast<double>(*settings.deadband));
+}
+
+void modifyOutputs(const std::uint32_t* revisedUpdateRate) {
+    if (!LibT::detailWanted()) return;
+    LibT::lDetail("  OUT Parameters:");
+    if (revisedUpdateRate) LibT::lDetail("  RevisedUpdateRate = %d", *revisedUpdateRate);
+}
+
+void addItemsInputs(std::uint32_t serverSubscription, const std::vector<OpxItemIdentifier>& list) {
+    if (!LibT::detailWanted()) return;
+    LibT::lDetail("  IN Parameters:");
+    LibT::lDetail("  ServerSubscriptionHandle = %d", serverSubscription);
+    newItems(list);
+}
+
+void removeItemsInputs(std::uint32_t serverSubscription, const std::vector<OpxItemIdentifier>& list) {
+    if (!LibT::detailWanted()) return;
+    LibT::lDetail("  IN Parameters:");
+    LibT::lDetail("  ServerSubscriptionHandle = %d", serverSubscription);
+    items(list);
+}
+
+void itemOutputs(const std::vector<OpxItemIdentifier>& list, const std::vector<std::int32_t>& errors) {
+    if (!LibT::detailWanted()) return;
+    LibT::lDetail("  OUT Parameters:");
+    addedItems(list, errors);
+}
+
+void errorOutputs(const std::vector<OpxItemIdentifier>& list, const std::vector<std::int32_t>& errors) {
+    if (!LibT::detailWanted()) return;
+    LibT::lDetail("  OUT Parameters:");
+    if (errors.empty()) LibT::lDetail("  No item errors");
+    for (std::size_t i = 0; i < list.size(); ++i) itemError(i, list[i], errors);
+}
+
+void cancelInputs(std::uint32_t serverSubscription) {
+    LibT::lDetail("  IN Parameters:");
+    LibT::lDetail("  ServerSubscriptionHandle = %d", serverSubscription);
 }
 
 }  // namespace OpxOpc::ParameterTrace

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include <korvex/native/OpxItemIdentifier.h>
@@ -13,7 +14,33 @@ namespace OpxOpc::ParameterTrace {
 // Each does nothing unless detail lines are wanted.
 void connectInputs(const OpxString& url, const OpxServerConnectInfo& info, std::uint32_t clientHandle);
 void readInputs(std::uint32_t maxAge, const std::vector<OpxItemIdentifier>& items);
+void readAsyncInputs(std::uint32_t transaction, std::uint32_t maxAge, const std::vector<OpxItemIdentifier>& items);
 void readOutputs(const std::vector<OpxItemIdentifier>& items, const std::vector<OpxItemValue>& values,
                  const std::vector<std::int32_t>& errors);
+void writeInputs(const std::vector<OpxItemIdentifier>& items, const std::vector<OpxItemValue>& values);
+void writeAsyncInputs(std::uint32_t transaction, const std::vector<OpxItemIdentifier>& items,
+                      const std::vector<OpxItemValue>& values);
+
+void subscribeInputs(std::uint32_t clientSubscription, bool active, std::uint32_t updateRate, float deadband,
+                     const std::vector<OpxItemIdentifier>& items);
+void subscribeOutputs(const std::uint32_t* revisedUpdateRate, const std::uint32_t* serverSubscription,
+                      const std::vector<OpxItemIdentifier>& items, const std::vector<std::int32_t>& errors);
+
+// The settings that a modification changes.
+struct Settings {
+    std::optional<bool> active = std::nullopt;
+    std::optional<std::uint32_t> updateRate = std::nullopt;
+    std::optional<float> deadband = std::nullopt;
+};
+void modifyInputs(std::uint32_t serverSubscription, const Settings& settings);
+void modifyOutputs(const std::uint32_t* revisedUpdateRate);
+
+void addItemsInputs(std::uint32_t serverSubscription, const std::vector<OpxItemIdentifier>& items);
+void removeItemsInputs(std::uint32_t serverSubscription, const std::vector<OpxItemIdentifier>& items);
+void itemOutputs(const std::vector<OpxItemIdentifier>& items, const std::vector<std::int32_t>& errors);
+void errorOutputs(const std::vector<OpxItemIdentifier>& items, const std::vector<std::int32_t>& errors);
+
+// Written whatever the level of detail.
+void cancelInputs(std::uint32_t serverSubscription);
 
 }  // namespace OpxOpc::ParameterTrace

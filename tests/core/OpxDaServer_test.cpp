@@ -10,22 +10,17 @@
 #include "com/opc_interfaces.h"
 #include "tests/support/RecordingCallback.h"
 #include "tests/support/SimulationFixture.h"
+#include "tests/support/simulation_url.h"
 
 namespace OpxOpc {
 namespace {
 
 using Korvex::Testing::RecordingCallback;
 using Korvex::Testing::SimulationFixture;
+using Korvex::Testing::simulationUrl;
 
 constexpr HRESULT kUnknownItemId = hresult(0xC0040007u);
 constexpr std::uint32_t kClientHandle = 4711;
-
-// The simulation server with its class identifier, so that no server list is asked.
-OpxString simulationUrl(OpxStringView schemeAndHost = OLESTR("opcda://localhost")) {
-    OLECHAR clsid[64] = {};
-    StringFromGUID2(CLSID_KorvexSimulation, clsid, 64);
-    return OpxString(schemeAndHost) + OLESTR("/Korvex.Simulation.1/") + clsid;
-}
 
 std::vector<OpxItemIdentifier> named(std::initializer_list<const OLECHAR*> names) {
     std::vector<OpxItemIdentifier> items;

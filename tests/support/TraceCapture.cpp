@@ -116,4 +116,12 @@ std::string TraceCapture::dump() const {
     return all;
 }
 
+TraceOff::TraceOff() {
+    OpxOpc::LibT::setTraceActive(false);
+}
+
+TraceOff::~TraceOff() {
+    OpxOpc::LibT::setTraceActive(true);
+}
+
 }  // namespace Korvex::Testing

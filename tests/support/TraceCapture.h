@@ -41,4 +41,13 @@ private:
     std::size_t start_ = 0;
 };
 
+// No trace while it lives: a test of a hundred thousand calls is not to keep their lines.
+class TraceOff {
+public:
+    TraceOff();
+    ~TraceOff();
+    TraceOff(const TraceOff&) = delete;
+    TraceOff& operator=(const TraceOff&) = delete;
+};
+
 }  // namespace Korvex::Testing

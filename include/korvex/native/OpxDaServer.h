@@ -28,14 +28,19 @@ public:
     // Connects to the server that `url` names: "opcda://host/ProgID/{CLSID}", longer than 10
     // characters; an empty host, "localhost" or "127.0.0.1" is this machine, and without a CLSID the
     // host's server list is asked for it. `info.localId` becomes what the server accepted. `callback`
-    // must outlive the connection; it is told of every change of state with `clientHandle`, the first
-    // time before this call returns.
+    // must outlive the connection and every call of it that a disconnect overtakes; it is told of every
+    // change of state with `clientHandle`, the first time before this call returns.
     //
     // S_FALSE: connected with another locale than asked for, or the first attempt failed and
     // `info.retryInitialConnect` is set: the connection then counts as made, in the state
     // SERVERSTATUS_WATCHDOG_ERROR. E_FAIL when connected already.
     std::int32_t connect(const OpxString& url, OpxServerConnectInfo& info, std::uint32_t clientHandle,
                          OpxDataCallback* callback);
+
+    // The same with a callback that is shared, and lives until the last call of it has returned, which
+    // may be after the connection has ended.
+    std::int32_t connect(const OpxString& url, OpxServerConnectInfo& info, std::uint32_t clientHandle,
+                         std::shared_ptr<OpxDataCallback> callback);
 
     // Waits for calls in progress, removes every group and releases the server.
     std::int32_t disconnect();
@@ -45,6 +50,52 @@ public:
     // get a handle that speeds up the next call, and the canonical type where none was requested.
     std::int32_t read(std::uint32_t maxAge, std::vector<OpxItemIdentifier>& items, std::vector<OpxItemValue>& values,
                       std::vector<std::int32_t>& errors);
+
+    // The same without waiting: `callback` gets a ReadComplete with `transaction`, which may come before
+    // this call returns. No completion comes for a call that fails, or whose items are all refused.
+    std::int32_t readAsync(std::uint32_t transaction, std::uint32_t maxAge, std::vector<OpxItemIdentifier>& items,
+                           std::vector<std::int32_t>& errors);
+
+    // Writes one value an item, each converted to the item's type; what does not convert is refused by
+    // the server as an empty value. Quality and time of the values are not sent.
+    std::int32_t write(std::vector<OpxItemIdentifier>& items, const std::vector<OpxItemValue>& values,
+                       std::vector<std::int32_t>& errors);
+
+    // The same without waiting, completed by a WriteComplete as readAsync is.
+    std::int32_t writeAsync(std::uint32_t transaction, std::vector<OpxItemIdentifier>& items,
+                            const std::vector<OpxItemValue>& values, std::vector<std::int32_t>& errors);
+
+    // Subscribes to items: `callback` gets a DataChange with `clientSubscription` when one of them
+    // changes by more than `deadband` percent of its range (0 to 100), at most every `updateRate`
+    // milliseconds. With `active` false nothing is sent until the subscription is made active. The rate
+    // that the server has made of it goes to `revisedUpdateRate`, the handle for the other operations to
+    // `serverSubscription`. S_FALSE: `errors` tells which items are not part of the subscription.
+    //
+    // While the server cannot be reached, a connection that reconnects accepts this and all the
+    // operations on subscriptions below, and carries them out when the server is back.
+    std::int32_t subscribe(std::uint32_t clientSubscription, bool active, std::uint32_t updateRate, float deadband,
+                           std::vector<OpxItemIdentifier>& items, std::uint32_t* revisedUpdateRate,
+                           std::uint32_t* serverSubscription, std::vector<std::int32_t>& errors);
+
+    // Changes what a subscription was made with; S_FALSE where it is noted for the time when the server
+    // is back. A handle that was never given out is OPC_E_INVALIDHANDLE (0xC0040001), one of a cancelled
+    // subscription E_INVALIDARG; that holds for the operations below too.
+    std::int32_t subscriptionModify(std::uint32_t serverSubscription, float deadband);
+    std::int32_t subscriptionModify(std::uint32_t serverSubscription, std::uint32_t updateRate,
+                                    std::uint32_t* revisedUpdateRate);
+    std::int32_t subscriptionModify(std::uint32_t serverSubscription, bool active);
+    std::int32_t subscriptionModify(std::uint32_t serverSubscription, bool active, std::uint32_t updateRate,
+                                    float deadband, std::uint32_t* revisedUpdateRate);
+
+    // Adds items to a subscription or removes them. The records are those that subscribing or adding
+    // filled in; a record without their handle is found by its name and path.
+    std::int32_t subscriptionAddItems(std::uint32_t serverSubscription, std::vector<OpxItemIdentifier>& items,
+                                      std::vector<std::int32_t>& errors);
+    std::int32_t subscriptionRemoveItems(std::uint32_t serverSubscription, const std::vector<OpxItemIdentifier>& items,
+                                         std::vector<std::int32_t>& errors);
+
+    // Ends a subscription. When the server fails to, the handle stays valid, but nothing is delivered any more.
+    std::int32_t subscriptionCancel(std::uint32_t serverSubscription);
 
 private:
     struct Private;

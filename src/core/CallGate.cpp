@@ -1,0 +1,57 @@
+#include "core/CallGate.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "opc/ApartmentMode.h"
+#include "opc/waiting.h"
+
+namespace OpxOpc {
+namespace {
+
+constexpr std::chrono::milliseconds kBusyWait{50};
+constexpr std::chrono::milliseconds kLockWait{10};
+
+// The calling thread's calls in progress, one entry a call.
+thread_local std::vector<const CallGate*> ownCalls;
+
+std::uint32_t ownDepth(const CallGate* gate) {
+    return static_cast<std::uint32_t>(std::count(ownCalls.begin(), ownCalls.end(), gate));
+}
+
+}  // namespace
+
+void CallGate::lock() {
+    if (lock_.try_lock()) return;
+    const std::uint32_t own = ownDepth(this);
+    busyCount_ -= own;
+    if (ApartmentMode::isSingleThreaded()) {
+        while (!lock_.try_lock()) sleepTakingCalls(kLockWait);
+    } else {
+        lock_.lock();
+    }
+    busyCount_ += own;
+}
+
+void CallGate::enter() {
+    ownCalls.push_back(this);
+    ++busyCount_;
+}
+
+void CallGate::leave() noexcept {
+    const auto last = std::find(ownCalls.rbegin(), ownCalls.rend(), this);
+    ownCalls.erase(std::next(last).base());
+    --busyCount_;
+}
+
+bool CallGate::waitUntilQuiet(std::chrono::milliseconds limit) {
+    const std::uint32_t own = ownDepth(this);
+    for (auto waited = limit.zero(); busyCount_ != own; waited += kBusyWait) {
+        if (waited >= limit) return false;
+        sleepTakingCalls(kBusyWait);
+    }
+    return true;
+}
+
+}  // namespace OpxOpc

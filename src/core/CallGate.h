@@ -1,0 +1,40 @@
+// The lock of a connection and the count of the calls in progress on it.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <mutex>
+
+namespace OpxOpc {
+
+// The lock decides about calls and the connection's state in one step, and is not held while a call
+// does its work; the count tells whoever takes the connection away when the work is done.
+//
+// A thread can be inside a call and call again, from a handler that the server has called meanwhile.
+// Its own calls are never waited for: neither by itself, nor, while it stands at the lock, by others,
+// who would otherwise wait for each other for ever. What such a call uses it therefore has to share.
+class CallGate {
+public:
+    CallGate() = default;
+    CallGate(const CallGate&) = delete;
+    CallGate& operator=(const CallGate&) = delete;
+
+    // Recursive. In a single-threaded apartment a waiting thread goes on taking calls.
+    void lock();
+    void unlock() { lock_.unlock(); }
+
+    // A call of this thread begins, under the lock, and ends, without it.
+    void enter();
+    void leave() noexcept;
+
+    // Under the lock, which keeps new calls out: returns when no other thread's call is in progress, or
+    // false when that takes longer than `limit`.
+    bool waitUntilQuiet(std::chrono::milliseconds limit = std::chrono::milliseconds::max());
+
+private:
+    std::recursive_mutex lock_;
+    std::atomic<std::uint32_t> busyCount_ = 0;
+};
+
+}  // namespace OpxOpc

@@ -1,0 +1,209 @@
+// The engine's reads and writes, which all go through the group "Main".
+#include <map>
+#include <utility>
+
+#include "core/CallFrame.h"
+#include "core/OpxDaServerCom.h"
+#include "core/checkHandles.h"
+#include "core/guarded.h"
+
+namespace OpxOpc {
+namespace {
+
+using Items = std::vector<OpxItemIdentifier>;
+using Values = std::vector<OpxItemValue>;
+using Codes = std::vector<std::int32_t>;
+using Types = std::vector<Opx::VType>;
+
+// The accepted items of a request, with the place of each in it.
+struct ServerRequest {
+    std::vector<std::size_t> positions;
+    std::vector<std::uint32_t> handles;
+    Types types;
+
+    ServerRequest(const ResolvedItems& resolved, const Types& typesOfAll) {
+        for (std::size_t i = 0; i < typesOfAll.size(); ++i) {
+            if (!resolved.isValid(i)) continue;
+            positions.push_back(i);
+            handles.push_back(resolved.serverHandles[i]);
+            types.push_back(typesOfAll[i]);
+        }
+    }
+};
+
+Types requestedTypes(const Items& items) {
+    Types types;
+    types.reserve(items.size());
+    for (const OpxItemIdentifier& item : items) types.push_back(item.dataType);
+    return types;
+}
+
+// The codes that the server gave to the items it was asked for, at their places in the request; empty
+// when it gave none.
+Codes spread(const Codes& errors, const ServerRequest& request, std::size_t count) {
+    Codes result;
+    if (errors.empty()) return result;
+    result.resize(count);
+    for (std::size_t n = 0; n < request.positions.size() && n < errors.size(); ++n) {
+        result[request.positions[n]] = errors[n];
+    }
+    return result;
+}
+
+void mergeErrors(const Codes& refused, Codes& errors) {
+    if (errors.empty()) {
+        errors = refused;
+        return;
+    }
+    for (std::size_t i = 0; i < refused.size() && i < errors.size(); ++i) {
+        if (refused[i] < 0) errors[i] = refused[i];
+    }
+}
+
+// A request from its items to its codes: `call` is made with the items that the server knows, and
+// answers their codes.
+template <typename Call>
+HRESULT withServerItems(const ServerLink& link, Items& items, Codes& errors, Call&& call) {
+    errors.clear();
+    ResolvedItems resolved(items.size());
+    const HRESULT checked = checkHandles(link, items, resolved);
+    if (failed(checked)) return checked;
+    HRESULT hr = checked;
+    if (resolved.anyValid) {
+        hr = call(resolved, errors);
+        if (failed(hr)) return hr;
+    }
+    if (checked != S_FALSE) return hr;
+    mergeErrors(resolved.errors, errors);
+    return S_FALSE;
+}
+
+HRESULT readItems(const ServerLink& link, std::uint32_t maxAge, Items& items, Values& values, Codes& errors) {
+    const Types types = requestedTypes(items);
+    values.assign(items.size(), OpxItemValue());
+    return withServerItems(link, items, errors, [&](const ResolvedItems& resolved, Codes& codes) {
+        const ServerRequest request(resolved, types);
+        Values answered;
+        Codes answeredCodes;
+        const HRESULT hr = link.mainGroup->read(maxAge, request.handles, request.types, answered, answeredCodes);
+        if (failed(hr)) return hr;
+        for (std::size_t n = 0; n < request.positions.size() && n < answered.size(); ++n) {
+            values[request.positions[n]] = std::move(answered[n]);
+        }
+        codes = spread(answeredCodes, request, items.size());
+        return hr;
+    });
+}
+
+std::vector<OpxVariant> valuesToSend(const ServerRequest& request, const Values& values) {
+    std::vector<OpxVariant> sent;
+    sent.reserve(request.positions.size());
+    for (const std::size_t position : request.positions) sent.push_back(values[position].value);
+    return sent;
+}
+
+HRESULT writeItems(const ServerLink& link, Items& items, const Values& values, Codes& errors) {
+    return withServerItems(link, items, errors, [&](const ResolvedItems& resolved, Codes& codes) {
+        const ServerRequest request(resolved, resolved.canonicalTypes);
+        Codes answeredCodes;
+        const HRESULT hr =
+            link.mainGroup->write(request.handles, valuesToSend(request, values), request.types, answeredCodes);
+        if (succeeded(hr)) codes = spread(answeredCodes, request, items.size());
+        return hr;
+    });
+}
+
+// What the completion needs to know. Of an item that is named twice it is the last that counts.
+std::shared_ptr<ComAsyncTransaction> transactionFor(std::uint32_t clientTransaction, const Items& items,
+                                                    const ResolvedItems& resolved, Types types) {
+    std::map<std::uint32_t, std::uint32_t> positions;
+    std::vector<std::uint32_t> clientHandles;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        clientHandles.push_back(items[i].clientHandle);
+        if (resolved.isValid(i)) positions[items[i].serverHandle] = static_cast<std::uint32_t>(i);
+    }
+    return std::make_shared<ComAsyncTransaction>(clientTransaction, std::move(positions), std::move(types),
+                                                 std::move(clientHandles));
+}
+
+// Starts an asynchronous operation: `start` gets the transaction ID, which the completion may name
+// before `start` has returned.
+template <typename Start>
+HRESULT startTransaction(DaGroupMgt& group, std::shared_ptr<ComAsyncTransaction> transaction, Start&& start) {
+    const std::uint32_t key = group.registerTransaction(std::move(transaction));
+    if (key == 0) return E_FAIL;
+    const HRESULT hr = guarded([&] { return start(key); });
+    if (failed(hr)) group.removeTransaction(key);
+    return hr;
+}
+
+HRESULT startReading(const ServerLink& link, std::uint32_t clientTransaction, std::uint32_t maxAge, Items& items,
+                     Codes& errors) {
+    const Types types = requestedTypes(items);
+    return withServerItems(link, items, errors, [&](const ResolvedItems& resolved, Codes& codes) {
+        const ServerRequest request(resolved, types);
+        auto transaction = transactionFor(clientTransaction, items, resolved, types);
+        Codes answeredCodes;
+        const HRESULT hr = startTransaction(*link.mainGroup, std::move(transaction), [&](std::uint32_t key) {
+            return link.mainGroup->readAsync(key, maxAge, request.handles, answeredCodes);
+        });
+        if (succeeded(hr)) codes = spread(answeredCodes, request, items.size());
+        return hr;
+    });
+}
+
+HRESULT startWriting(const ServerLink& link, std::uint32_t clientTransaction, Items& items, const Values& values,
+                     Codes& errors) {
+    return withServerItems(link, items, errors, [&](const ResolvedItems& resolved, Codes& codes) {
+        const ServerRequest request(resolved, resolved.canonicalTypes);
+        const auto sent = valuesToSend(request, values);
+        auto transaction = transactionFor(clientTransaction, items, resolved, resolved.canonicalTypes);
+        Codes answeredCodes;
+        const HRESULT hr = startTransaction(*link.mainGroup, std::move(transaction), [&](std::uint32_t key) {
+            return link.mainGroup->writeAsync(key, request.handles, sent, request.types, answeredCodes);
+        });
+        if (succeeded(hr)) codes = spread(answeredCodes, request, items.size());
+        return hr;
+    });
+}
+
+constexpr const char* kNoItems = "[E_INVALIDARG] - item list is empty";
+constexpr const char* kDifferentSizes = "[E_INVALIDARG] - value list has different size than item list";
+
+}  // namespace
+
+HRESULT OpxDaServerCom::read(std::uint32_t maxAge, std::vector<OpxItemIdentifier>& items,
+                             std::vector<OpxItemValue>& values, std::vector<std::int32_t>& errors) {
+    CallFrame frame(*d_, "DaServerCom::read", CallFrame::Needs::Server);
+    if (!frame.entered()) return frame.refuseUnconnected();
+    if (items.empty()) return frame.refuse(kNoItems, E_INVALIDARG);
+    return frame.leave(guarded([&] { return readItems(frame.link(), maxAge, items, values, errors); }));
+}
+
+HRESULT OpxDaServerCom::readAsync(std::uint32_t transaction, std::uint32_t maxAge,
+                                  std::vector<OpxItemIdentifier>& items, std::vector<std::int32_t>& errors) {
+    CallFrame frame(*d_, "DaServerCom::readAsync", CallFrame::Needs::Server);
+    if (!frame.entered()) return frame.refuseUnconnected();
+    if (items.empty()) return frame.refuse(kNoItems, E_INVALIDARG);
+    return frame.leave(guarded([&] { return startReading(frame.link(), transaction, maxAge, items, errors); }));
+}
+
+HRESULT OpxDaServerCom::write(std::vector<OpxItemIdentifier>& items, const std::vector<OpxItemValue>& values,
+                              std::vector<std::int32_t>& errors) {
+    CallFrame frame(*d_, "DaServerCom::write", CallFrame::Needs::Server);
+    if (!frame.entered()) return frame.refuseUnconnected();
+    if (items.empty()) return frame.refuse(kNoItems, E_INVALIDARG);
+    if (items.size() != values.size()) return frame.refuse(kDifferentSizes, E_INVALIDARG);
+    return frame.leave(guarded([&] { return writeItems(frame.link(), items, values, errors); }));
+}
+
+HRESULT OpxDaServerCom::writeAsync(std::uint32_t transaction, std::vector<OpxItemIdentifier>& items,
+                                   const std::vector<OpxItemValue>& values, std::vector<std::int32_t>& errors) {
+    CallFrame frame(*d_, "DaServerCom::writeAsync", CallFrame::Needs::Server);
+    if (!frame.entered()) return frame.refuseUnconnected();
+    if (items.empty()) return frame.refuse(kNoItems, E_INVALIDARG);
+    if (items.size() != values.size()) return frame.refuse(kDifferentSizes, E_INVALIDARG);
+    return frame.leave(guarded([&] { return startWriting(frame.link(), transaction, items, values, errors); }));
+}
+
+}  // namespace OpxOpc

@@ -1,0 +1,221 @@
+// The engine's subscriptions: each is one group of its own on the server.
+#include <optional>
+#include <utility>
+
+#include "core/CallFrame.h"
+#include "core/DaServerComPrivate.h"
+#include "core/OpxDaServerCom.h"
+#include "core/guarded.h"
+#include "trace/LibT.h"
+
+namespace OpxOpc {
+namespace {
+
+using Reach = DaGroupWrapper::Reach;
+using Items = std::vector<OpxItemIdentifier>;
+using Codes = std::vector<std::int32_t>;
+
+// Two comparisons, so that not-a-number passes.
+bool isInvalidDeadband(float deadband) {
+    return deadband < 0.0f || deadband > 100.0f;
+}
+
+void activateAll(Items& items) {
+    for (OpxItemIdentifier& item : items) item.active = true;
+}
+
+void copyBack(const Items& added, const Codes& errors, Items& items) {
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        const std::int32_t code = i < errors.size() ? errors[i] : S_OK;
+        if (code < 0) {
+            items[i].serverHandle = 0;
+            LibT::lDetail("  Item[%d] %ls error=0x%lx", i, items[i].itemName, code);
+            continue;
+        }
+        items[i].serverHandle = added[i].serverHandle;
+        items[i].dataType = added[i].dataType;
+        items[i].accessRights = added[i].accessRights;
+        LibT::lDetail("  Item[%d] %ls DT=%d AR=%d SH=%d", i, items[i].itemName, items[i].dataType,
+                      items[i].accessRights, items[i].serverHandle);
+    }
+}
+
+// A group on the server that is removed again unless it becomes a subscription's.
+class GroupOnServer {
+public:
+    GroupOnServer(std::shared_ptr<DaServerMgt> server, std::shared_ptr<DaGroupMgt> group)
+        : server_(std::move(server)), group_(std::move(group)) {}
+    ~GroupOnServer() {
+        if (group_) guarded([this] { return server_->removeGroup(group_.get()); });
+    }
+    GroupOnServer(const GroupOnServer&) = delete;
+    GroupOnServer& operator=(const GroupOnServer&) = delete;
+
+    void keep() { group_.reset(); }
+
+private:
+    std::shared_ptr<DaServerMgt> server_;
+    std::shared_ptr<DaGroupMgt> group_;
+};
+
+// Connects the client and starts the delivery. A subscription that the server does not activate stays,
+// inactive and without callback.
+HRESULT startDelivery(DaGroupWrapper& subscription, const CallFrame& frame, bool active) {
+    const HRESULT hr = subscription.connectCallback(frame.callback(), frame.reach());
+    if (failed(hr)) return hr;
+    if (active && failed(subscription.setActive(true, frame.reach()))) subscription.disconnectCallback(frame.reach());
+    return S_OK;
+}
+
+HRESULT addItemsAndStart(DaGroupWrapper& subscription, const CallFrame& frame, bool active, Items& items,
+                         Codes& errors) {
+    Items added = items;
+    activateAll(added);
+    const HRESULT hr = subscription.addItems(added, errors, false, frame.reach());
+    if (failed(hr)) return hr;
+    copyBack(added, errors, items);
+    const HRESULT started = startDelivery(subscription, frame, active);
+    return failed(started) ? started : hr;
+}
+
+// The end of an operation on a subscription, which is null when it was cancelled.
+template <typename Operation>
+HRESULT leaveWith(CallFrame& frame, const SubscriptionTable::Wrapper& subscription, Operation&& operation) {
+    if (!subscription) return frame.leave(E_INVALIDARG);
+    return frame.leave(guarded([&] { return operation(*subscription); }));
+}
+
+// A change of settings, which may test a deadband first.
+template <typename Operation>
+HRESULT modify(DaServerComPrivate& connection, const char* name, std::uint32_t handle, std::optional<float> deadband,
+               Operation&& operation) {
+    CallFrame frame(connection, name, CallFrame::Needs::Subscriptions);
+    if (!frame.entered()) return frame.refuseUnconnected();
+    const auto found = connection.subscriptions.find(handle);
+    if (!found) return frame.refuseHandle(handle);
+    if (deadband && isInvalidDeadband(*deadband)) return frame.refuseDeadband(*deadband);
+    return leaveWith(frame, *found, [&](DaGroupWrapper& s) { return operation(s, frame.reach()); });
+}
+
+// Ends the group of a cancelled subscription; on a server that is lost there is nothing to ask.
+HRESULT endGroup(DaServerComPrivate& connection, const CallFrame& frame, DaGroupWrapper& subscription) {
+    if (!frame.connected()) {
+        if (auto lost = subscription.takeGroup()) connection.tearDownGroup(std::move(lost));
+        return S_OK;
+    }
+    const auto group = subscription.group();
+    if (!group) return S_OK;
+    const HRESULT hr = frame.link().server->removeGroup(group.get());
+    if (failed(hr)) subscription.retire();
+    return hr;
+}
+
+void answerRate(const DaGroupWrapper& subscription, Reach reach, std::uint32_t* revisedUpdateRate) {
+    if (revisedUpdateRate) *revisedUpdateRate = subscription.updateRate(reach);
+}
+
+}  // namespace
+
+HRESULT OpxDaServerCom::subscribe(std::uint32_t clientSubscription, bool active, std::uint32_t updateRate,
+                                  float deadband, std::vector<OpxItemIdentifier>& items,
+                                  std::uint32_t* revisedUpdateRate, std::uint32_t* serverSubscription,
+                                  std::vector<std::int32_t>& errors) {
+    CallFrame frame(*d_, "DaServerCom::subscribe", CallFrame::Needs::Subscriptions);
+    if (!frame.entered()) return frame.refuseUnconnected();
+    if (!frame.callback()) return frame.refuse("[E_INVALIDARG] - callback pointer is NULL", E_INVALIDARG);
+    if (items.empty()) return frame.refuse("[E_INVALIDARG] - item list is empty", E_INVALIDARG);
+    if (isInvalidDeadband(deadband)) return frame.refuseDeadband(deadband);
+
+    return frame.leave(guarded([&] {
+        errors.clear();
+        auto subscription = std::make_shared<DaGroupWrapper>(frame.connected(), d_->reconnectAfterError, OpxString(),
+                                                             updateRate, false, clientSubscription, deadband);
+        if (frame.connected()) {
+            if (const HRESULT hr = frame.link().server->addGroup(subscription->group().get()); failed(hr)) return hr;
+        }
+        GroupOnServer group(frame.link().server, subscription->group());
+        answerRate(*subscription, frame.reach(), revisedUpdateRate);
+
+        const HRESULT hr = addItemsAndStart(*subscription, frame, active, items, errors);
+        if (failed(hr)) {
+            errors.clear();
+            return hr;
+        }
+        const std::uint32_t handle = d_->addSubscription(std::move(subscription), frame.link());
+        if (handle == 0) return E_FAIL;
+        group.keep();
+        if (serverSubscription) *serverSubscription = handle;
+        return hr;
+    }));
+}
+
+HRESULT OpxDaServerCom::subscriptionModify(std::uint32_t serverSubscription, float deadband) {
+    return modify(*d_, "DaServerCom::subscriptionModify3", serverSubscription, deadband,
+                  [&](DaGroupWrapper& subscription, Reach reach) { return subscription.setDeadband(deadband, reach); });
+}
+
+HRESULT OpxDaServerCom::subscriptionModify(std::uint32_t serverSubscription, std::uint32_t updateRate,
+                                           std::uint32_t* revisedUpdateRate) {
+    return modify(*d_, "DaServerCom::subscriptionModify2", serverSubscription, std::nullopt,
+                  [&](DaGroupWrapper& subscription, Reach reach) {
+                      const HRESULT hr = subscription.setUpdateRate(updateRate, reach);
+                      answerRate(subscription, reach, revisedUpdateRate);
+                      return hr;
+                  });
+}
+
+HRESULT OpxDaServerCom::subscriptionModify(std::uint32_t serverSubscription, bool active) {
+    return modify(*d_, "DaServerCom::subscriptionModify1", serverSubscription, std::nullopt,
+                  [&](DaGroupWrapper& subscription, Reach reach) { return subscription.setActive(active, reach); });
+}
+
+HRESULT OpxDaServerCom::subscriptionModify(std::uint32_t serverSubscription, bool active, std::uint32_t updateRate,
+                                           float deadband, std::uint32_t* revisedUpdateRate) {
+    return modify(*d_, "DaServerCom::subscriptionModify", serverSubscription, deadband,
+                  [&](DaGroupWrapper& subscription, Reach reach) {
+                      const HRESULT hr = subscription.setState(active, deadband, updateRate, reach);
+                      if (succeeded(hr)) answerRate(subscription, reach, revisedUpdateRate);
+                      return hr;
+                  });
+}
+
+HRESULT OpxDaServerCom::subscriptionAddItems(std::uint32_t serverSubscription, std::vector<OpxItemIdentifier>& items,
+                                             std::vector<std::int32_t>& errors) {
+    CallFrame frame(*d_, "DaServerCom::subscriptionAddItems", CallFrame::Needs::Subscriptions);
+    if (!frame.entered()) return frame.refuseUnconnected();
+    const auto found = d_->subscriptions.find(serverSubscription);
+    if (!found) return frame.refuseHandle(serverSubscription);
+    if (!frame.callback()) return frame.refuse("[E_INVALIDARG] - callback pointer is NULL", E_FAIL);
+    if (items.empty()) return frame.refuse("[E_INVALIDARG] - item list is empty", E_INVALIDARG);
+    activateAll(items);
+    return leaveWith(frame, *found, [&](DaGroupWrapper& subscription) {
+        return subscription.addItems(items, errors, false, frame.reach());
+    });
+}
+
+HRESULT OpxDaServerCom::subscriptionRemoveItems(std::uint32_t serverSubscription,
+                                                const std::vector<OpxItemIdentifier>& items,
+                                                std::vector<std::int32_t>& errors) {
+    CallFrame frame(*d_, "DaServerCom::subscriptionRemoveItems", CallFrame::Needs::Subscriptions);
+    if (!frame.entered()) return frame.refuseUnconnected();
+    if (items.empty()) return frame.refuse("[E_INVALIDARG] - item list is empty", E_INVALIDARG);
+    const auto found = d_->subscriptions.find(serverSubscription);
+    if (!found) return frame.refuseHandle(serverSubscription);
+    return leaveWith(frame, *found, [&](DaGroupWrapper& subscription) {
+        Items removed = items;
+        return subscription.removeItems(removed, errors, frame.reach());
+    });
+}
+
+HRESULT OpxDaServerCom::subscriptionCancel(std::uint32_t serverSubscription) {
+    CallFrame frame(*d_, "DaServerCom::subscriptionCancel", CallFrame::Needs::Subscriptions);
+    if (!frame.entered()) return frame.refuseUnconnected();
+    const auto found = d_->subscriptions.find(serverSubscription);
+    if (!found) return frame.refuseHandle(serverSubscription);
+    return leaveWith(frame, *found, [&](DaGroupWrapper& subscription) {
+        if (const HRESULT hr = endGroup(*d_, frame, subscription); failed(hr)) return hr;
+        return d_->subscriptions.remove(serverSubscription, *found) ? S_OK : E_INVALIDARG;
+    });
+}
+
+}  // namespace OpxOpc

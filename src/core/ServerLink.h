@@ -1,0 +1,20 @@
+// What a connection has to do with one server, from reaching it until losing it.
+#pragma once
+
+#include <memory>
+
+#include "core/MainItemCache.h"
+#include "opc/DaGroupMgt.h"
+#include "opc/DaServerMgt.h"
+
+namespace OpxOpc {
+
+// Shared with the calls in progress, so that losing the server frees nothing under them. All are null
+// while there is no connection.
+struct ServerLink {
+    std::shared_ptr<DaServerMgt> server;
+    std::shared_ptr<DaGroupMgt> mainGroup;     // "Main": reads and writes go through it
+    std::shared_ptr<MainItemCache> mainItems;  // what it holds
+};
+
+}  // namespace OpxOpc

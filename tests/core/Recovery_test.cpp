@@ -1,0 +1,417 @@
+// Connections that are lost and come back, as an application of the facade sees it.
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <future>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include <korvex/native/OpxDaServer.h>
+
+#include "tests/support/FastClock.h"
+#include "tests/support/SimulationFixture.h"
+#include "tests/support/simulation_url.h"
+
+namespace OpxOpc {
+namespace {
+
+using namespace std::chrono_literals;
+using Korvex::Testing::FastClock;
+using Korvex::Testing::SimulationFixture;
+using Korvex::Testing::simulationUrl;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+constexpr std::int32_t kGood = 0xC0;
+
+// Keeps one story of all that it is told: "state 3", "7: 1 good, 2 bad" (client handles of a data
+// change of subscription 7). Good values that follow each other are told once.
+class Story final : public OpxDataCallback {
+public:
+    void DataChange(std::uint32_t subscription, std::int32_t, std::int32_t, std::uint32_t,
+                    const std::vector<std::uint32_t>& handles, const std::vector<OpxItemValue>& values,
+                    const std::vector<std::int32_t>&) override {
+        std::string line = std::to_string(subscription) + ":";
+        for (std::size_t i = 0; i < handles.size(); ++i) {
+            line += " " + std::to_string(handles[i]) + (values[i].quality == kGood ? " good" : " bad");
+        }
+        tell(line);
+        if (onData) onData();
+    }
+    void ReadComplete(std::uint32_t, std::int32_t, std::int32_t, std::uint32_t, const std::vector<std::uint32_t>&,
+                      const std::vector<OpxItemValue>&, const std::vector<std::int32_t>&) override {}
+    void WriteComplete(std::uint32_t, std::int32_t, std::uint32_t, const std::vector<std::uint32_t>&,
+                       const std::vector<std::int32_t>&) override {}
+    void ServerStatusChange(std::uint32_t, ServerStatus status) override {
+        tell("state " + std::to_string(status));
+        if (onState) onState(status);
+    }
+
+    std::vector<std::string> lines() const {
+        const std::lock_guard guard(lock_);
+        return lines_;
+    }
+    // Waits until the story has gone on to `line` since the last such wait.
+    bool reaches(const std::string& line) {
+        std::unique_lock guard(lock_);
+        return told_.wait_for(guard, 20s, [&] {
+            for (std::size_t i = read_; i < lines_.size(); ++i) {
+                if (lines_[i] != line) continue;
+                read_ = i + 1;
+                return true;
+            }
+            return false;
+        });
+    }
+
+    void forget() {
+        const std::lock_guard guard(lock_);
+        lines_.clear();
+        read_ = 0;
+    }
+
+    std::function<void()> onData;
+    std::function<void(ServerStatus)> onState;
+
+private:
+    void tell(const std::string& line) {
+        const std::lock_guard guard(lock_);
+        if (!lines_.empty() && lines_.back() == line) return;
+        lines_.push_back(line);
+        told_.notify_all();
+    }
+
+    mutable std::mutex lock_;
+    std::condition_variable told_;
+    std::vector<std::string> lines_;
+    std::size_t read_ = 0;
+};
+
+// Items with the client handles 1, 2, ...
+std::vector<OpxItemIdentifier> named(std::initializer_list<const OLECHAR*> names) {
+    std::vector<OpxItemIdentifier> items;
+    for (const OLECHAR* name : names) {
+        items.emplace_back();
+        items.back().itemName = name;
+        items.back().clientHandle = static_cast<std::uint32_t>(items.size());
+    }
+    return items;
+}
+
+class RecoveryTest : public SimulationFixture {
+protected:
+    static constexpr std::uint32_t kSubscription = 7;
+
+    explicit RecoveryTest(int speed = 100) : clock(speed), idle(sim.counts()) { info.keepAliveTime = 2000; }
+    ~RecoveryTest() override {
+        sim.reset();
+        server.disconnect();
+    }
+
+    std::int32_t connect() { return server.connect(simulationUrl(), info, 1, &story); }
+
+    std::int32_t subscribe(std::initializer_list<const OLECHAR*> names = {OLESTR("Constant.Int32"),
+                                                                          OLESTR("Constant.Double")}) {
+        items = named(names);
+        return server.subscribe(kSubscription, true, 100, 2.5f, items, &rate, &handle, errors);
+    }
+    void connectAndSubscribe() {
+        ASSERT_EQ(connect(), S_OK);
+        ASSERT_EQ(subscribe(), S_OK);
+        ASSERT_TRUE(story.reaches("7: 1 good 2 good"));
+    }
+
+    std::vector<std::string> callsOf(const std::string& method) { return sim.journal(method); }
+
+    FastClock clock;
+    const std::map<std::string, int> idle;
+    Story story;
+    OpxServerConnectInfo info;
+    std::vector<OpxItemIdentifier> items;
+    std::vector<std::int32_t> errors;
+    std::uint32_t rate = 0;
+    std::uint32_t handle = 0;
+    OpxDaServer server;
+};
+
+class StressTest : public RecoveryTest {
+protected:
+    StressTest() : RecoveryTest(1000) {}
+
+private:
+    Korvex::Testing::TraceOff noTrace_;
+};
+
+// ---- Each way to lose a server -------------------------------------------------------------------
+
+TEST_F(RecoveryTest, ADeadServerIsReportedAndComesBackWithEverySetting) {
+    connectAndSubscribe();
+    sim.execute("dead");
+    ASSERT_TRUE(story.reaches("7: 1 bad 2 bad"));
+    sim.clearJournal();
+    sim.execute("alive");
+    ASSERT_TRUE(story.reaches("7: 1 good 2 good"));
+
+    EXPECT_THAT(story.lines(),
+                ElementsAre("state 3", "7: 1 good 2 good", "state 2", "7: 1 bad 2 bad", "state 3", "7: 1 good 2 good"));
+    EXPECT_THAT(callsOf("IOPCServer::AddGroup"),
+                Contains(::testing::AllOf(HasSubstr("active=1"), HasSubstr("rate=100"), HasSubstr("deadband=2.5"))));
+    EXPECT_TRUE(trace.has("Lost connection to OPC Server  on "));
+    EXPECT_TRUE(trace.has("Successfully reconnected to OPC Server  on "));
+    EXPECT_TRUE(trace.hasInOrder({"START WatchDog::run - Wait until all OPC calls are finished",
+                                  "DONE  WatchDog::run - Wait until all OPC calls are finished",
+                                  "Lost connection to OPC Server  on ", "--> DaServerMgt::connectOPCServer",
+                                  "--> DaGroupWrapper::createGroup", "--> DaGroupWrapper::recoverGroup"}));
+    EXPECT_THAT(callsOf("IOPCCommon::SetLocaleID"), ElementsAre()) << "no further locale call";
+}
+
+TEST_F(RecoveryTest, AServerThatAsksToLeaveIsLeftInOrderAndTriedAgainAMinuteLater) {
+    connectAndSubscribe();
+    sim.clearJournal();
+    const std::int64_t asked = clock.now();
+    sim.execute("shutdown maintenance");
+    ASSERT_TRUE(story.reaches("7: 1 bad 2 bad"));
+    ASSERT_TRUE(story.reaches("7: 1 good 2 good"));
+    EXPECT_GE(clock.now() - asked, 57'000) << "a minute from the last check, which was a period ago at most";
+
+    EXPECT_THAT(story.lines(),
+                ElementsAre("state 3", "7: 1 good 2 good", "state 1", "7: 1 bad 2 bad", "state 3", "7: 1 good 2 good"));
+    EXPECT_EQ(callsOf("IOPCServer::RemoveGroup").size(), 2u) << "the groups of the server that goes";
+}
+
+TEST_F(RecoveryTest, ACallThatHangsIsWaitedForBeforeTheLossIsReported) {
+    connectAndSubscribe();
+    sim.execute("hang IOPCSyncIO2::ReadMaxAge");
+    auto reading = std::async(std::launch::async, [&] {
+        auto read = named({OLESTR("Constant.Int32")});
+        std::vector<OpxItemValue> values;
+        std::vector<std::int32_t> codes;
+        return server.read(1000, read, values, codes);
+    });
+    while (callsOf("IOPCSyncIO2::ReadMaxAge").empty()) std::this_thread::sleep_for(1ms);
+    sim.fault("IOPCServer::GetStatus", E_FAIL);
+    std::this_thread::sleep_for(100ms);  // of the watch-dog's time: ten seconds
+    EXPECT_THAT(story.lines(), Not(Contains("state 2")));
+    sim.reset();
+    EXPECT_EQ(reading.get(), S_OK);
+    ASSERT_TRUE(story.reaches("state 2"));
+    ASSERT_TRUE(story.reaches("7: 1 good 2 good")) << "and it comes back";
+}
+
+TEST_F(RecoveryTest, AnInitialConnectionIsRetriedAndTakesSubscriptionsMeanwhile) {
+    info.retryInitialConnect = true;
+    sim.execute("dead");
+    ASSERT_EQ(connect(), S_FALSE);
+    ASSERT_EQ(subscribe(), S_OK);
+    EXPECT_EQ(rate, 100u);
+    EXPECT_EQ(server.subscriptionModify(handle, 250u, &rate), S_FALSE);
+    std::uint32_t cancelled = 0;
+    auto others = named({OLESTR("Constant.Boolean")});
+    ASSERT_EQ(server.subscribe(8, true, 100, 0, others, &rate, &cancelled, errors), S_OK);
+    EXPECT_EQ(server.subscriptionCancel(cancelled), S_OK);
+
+    sim.clearJournal();
+    sim.execute("alive");
+    ASSERT_TRUE(story.reaches("7: 1 good 2 good"));
+    EXPECT_THAT(story.lines(), ElementsAre("state 2", "state 3", "7: 1 good 2 good"));
+    EXPECT_THAT(callsOf("IOPCServer::AddGroup"), ElementsAre(HasSubstr("name=Main"), HasSubstr("rate=250")));
+}
+
+TEST_F(RecoveryTest, WithoutReconnectingTheLossIsReportedOnceAndCallsAreRefused) {
+    info.reconnectAfterConnectionError = false;
+    connectAndSubscribe();
+    sim.execute("dead");
+    ASSERT_TRUE(story.reaches("7: 1 bad 2 bad"));
+    EXPECT_EQ(server.subscriptionModify(handle, true), E_FAIL);
+    sim.execute("alive");
+    std::this_thread::sleep_for(150ms);  // fifteen seconds for the watch-dog
+    EXPECT_THAT(story.lines(), ElementsAre("state 3", "7: 1 good 2 good", "state 2", "7: 1 bad 2 bad"));
+    EXPECT_TRUE(trace.has("<-- WatchDog::run"));
+}
+
+TEST_F(RecoveryTest, AShutdownDuringConnectIsNotLost) {
+    sim.execute("shutdown");  // nobody is there yet
+    story.onState = [&](ServerStatus status) {
+        if (status == SERVERSTATUS_CONNECTED && story.lines().size() == 1) sim.execute("shutdown");
+    };
+    ASSERT_EQ(connect(), S_OK);
+    ASSERT_TRUE(story.reaches("state 1"));
+    EXPECT_THAT(story.lines(), ElementsAre("state 3", "state 1"));
+}
+
+// ---- What a reconnect does not get at once -------------------------------------------------------
+
+TEST_F(RecoveryTest, AGroupThatIsRefusedOnceIsBackAfterTheNextGoodProbe) {
+    connectAndSubscribe();
+    sim.execute("dead");
+    ASSERT_TRUE(story.reaches("7: 1 bad 2 bad"));
+    sim.fault("IOPCServer::AddGroup", E_OUTOFMEMORY, 2);  // after "Main"
+    sim.execute("alive");
+    ASSERT_TRUE(story.reaches("state 3"));
+    const int probesBefore = std::stoi(sim.execute("calls IOPCServer::GetStatus"));
+    ASSERT_TRUE(story.reaches("7: 1 good 2 good"));
+    EXPECT_GE(std::stoi(sim.execute("calls IOPCServer::GetStatus")), probesBefore + 1);
+    EXPECT_EQ(trace.count("<-- DaServerMgt::addGroup [hr=0x8007000e]"), 1u);
+}
+
+TEST_F(RecoveryTest, ItemsThatCannotBeAddedAtAllAreTriedAgainToo) {
+    connectAndSubscribe();
+    sim.execute("dead");
+    ASSERT_TRUE(story.reaches("7: 1 bad 2 bad"));
+    sim.fault("IOPCItemMgt::AddItems", E_OUTOFMEMORY, 1);
+    sim.execute("alive");
+    ASSERT_TRUE(story.reaches("7: 1 good 2 good"));
+    EXPECT_EQ(sim.counts()["groups"], 2) << "the incomplete group was removed";
+}
+
+TEST_F(RecoveryTest, AnItemThatIsRefusedDoesNotKeepTheOthersBack) {
+    connectAndSubscribe();
+    sim.execute("dead");
+    ASSERT_TRUE(story.reaches("7: 1 bad 2 bad"));
+    sim.execute("item Constant.Int32 addresult 0xC0040007");
+    sim.execute("alive");
+    ASSERT_TRUE(story.reaches("7: 2 good"));
+
+    // It is not on the server, so that removing it asks nobody.
+    sim.clearJournal();
+    std::vector<OpxItemIdentifier> refused = {items[0]};
+    EXPECT_EQ(server.subscriptionRemoveItems(handle, refused, errors), S_OK);
+    EXPECT_TRUE(callsOf("IOPCItemMgt::RemoveItems").empty());
+}
+
+// ---- Disconnecting at the wrong moment -----------------------------------------------------------
+
+TEST_F(RecoveryTest, DisconnectWaitsForAServerThatHangsAndThenNothingFollows) {
+    connectAndSubscribe();
+    sim.execute("hang IOPCServer::GetStatus");
+    while (callsOf("IOPCServer::GetStatus").empty()) std::this_thread::sleep_for(1ms);
+    auto leaving = std::async(std::launch::async, [&] { return server.disconnect(); });
+    EXPECT_EQ(leaving.wait_for(600ms), std::future_status::timeout);  // a minute for the watch-dog
+    sim.reset();
+    EXPECT_EQ(leaving.get(), S_OK);
+    EXPECT_THAT(story.lines(), ElementsAre("state 3", "7: 1 good 2 good", "state 0"));
+    EXPECT_EQ(sim.counts(), idle);
+}
+
+TEST_F(RecoveryTest, AHandlerMayDisconnectInEveryState) {
+    for (const ServerStatus last : {SERVERSTATUS_WATCHDOG_ERROR, SERVERSTATUS_CONNECTED}) {
+        SCOPED_TRACE(last);
+        std::promise<std::int32_t> disconnected;
+        std::atomic<bool> lost = false;
+        story.onState = [&](ServerStatus status) {
+            lost = lost || status == SERVERSTATUS_WATCHDOG_ERROR;
+            if (lost && status == last) disconnected.set_value(server.disconnect());
+        };
+        connectAndSubscribe();
+        sim.execute("dead");
+        ASSERT_TRUE(story.reaches("state 2"));
+        sim.execute("alive");
+        ASSERT_TRUE(story.reaches("state 0"));
+        EXPECT_EQ(disconnected.get_future().get(), S_OK);
+        EXPECT_EQ(server.disconnect(), E_FAIL);
+        story.onState = nullptr;
+    }
+}
+
+TEST_F(RecoveryTest, AHandlerInsideACallMayCallWhileAnotherThreadDisconnects) {
+    ASSERT_EQ(connect(), S_OK);
+    sim.execute("deliver inside");
+    std::future<std::int32_t> leaving;
+    std::int32_t inside = S_OK;
+    story.onData = [&, first = true]() mutable {
+        if (!std::exchange(first, false)) return;
+        leaving = std::async(std::launch::async, [&] { return server.disconnect(); });
+        std::this_thread::sleep_for(120ms);  // until it waits for this very call
+        inside = server.subscriptionModify(1, 300u, &rate);
+    };
+    EXPECT_EQ(subscribe(), E_FAIL) << "its connection has gone meanwhile";
+    EXPECT_EQ(inside, E_FAIL);
+    EXPECT_EQ(leaving.get(), S_OK);
+    EXPECT_EQ(sim.counts(), idle);
+}
+
+// ---- Everything at once --------------------------------------------------------------------------
+
+// One of four threads that use subscriptions while the server dies and comes back.
+class Worker {
+public:
+    Worker(OpxDaServer& server, std::uint32_t firstId) : server_(server), nextId_(firstId) {}
+
+    void work(const std::atomic<bool>& stop) {
+        for (unsigned turn = 0; !stop; ++turn) {
+            if (own_.size() < 4) subscribe();
+            if (own_.empty()) continue;
+            const auto one = own_.begin() + turn % own_.size();
+            change(one->second, turn);
+            if (turn % 7 == 0 && server_.subscriptionCancel(one->second) >= 0) own_.erase(one);
+        }
+    }
+
+    // The application's number and the handle of each living subscription.
+    const std::vector<std::pair<std::uint32_t, std::uint32_t>>& own() const { return own_; }
+
+private:
+    void subscribe() {
+        auto items = named({OLESTR("Constant.Int32"), OLESTR("Constant.Double"), OLESTR("Constant.Boolean")});
+        std::uint32_t rate = 0;
+        std::uint32_t handle = 0;
+        if (server_.subscribe(nextId_, true, 100, 0, items, &rate, &handle, codes_) >= 0)
+            own_.emplace_back(nextId_++, handle);
+    }
+    void change(std::uint32_t handle, unsigned turn) {
+        std::uint32_t rate = 0;
+        server_.subscriptionModify(handle, turn % 2 == 0);
+        server_.subscriptionModify(handle, 100 + turn % 5, &rate);
+        auto more = named({OLESTR("Constant.String")});
+        if (server_.subscriptionAddItems(handle, more, codes_) >= 0)
+            server_.subscriptionRemoveItems(handle, more, codes_);
+    }
+
+    OpxDaServer& server_;
+    std::uint32_t nextId_;
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> own_;
+    std::vector<std::int32_t> codes_;
+};
+
+TEST_F(StressTest, EverySubscriptionDeliversAfterTheServerDiedTwoHundredTimesUnderLoad) {
+    ASSERT_EQ(connect(), S_OK);
+    std::vector<Worker> workers;
+    for (std::uint32_t n = 1; n <= 4; ++n) workers.emplace_back(server, n * 1'000'000);
+    std::atomic<bool> stop = false;
+    std::vector<std::thread> threads;
+    for (Worker& worker : workers) threads.emplace_back([&] { worker.work(stop); });
+    for (int round = 0; round < 200; ++round) {
+        sim.execute("dead");
+        EXPECT_TRUE(story.reaches("state 2")) << round;
+        sim.execute("alive");
+        EXPECT_TRUE(story.reaches("state 3")) << round;
+    }
+    stop = true;
+    for (std::thread& thread : threads) thread.join();
+
+    std::size_t living = 0;
+    for (const Worker& worker : workers) {
+        for (const auto& [id, subscription] : worker.own()) {
+            ++living;
+            story.forget();
+            server.subscriptionModify(subscription, false);
+            server.subscriptionModify(subscription, true);
+            EXPECT_TRUE(story.reaches(std::to_string(id) + ": 1 good 2 good 3 good")) << "one of " << living;
+        }
+    }
+    EXPECT_GT(living, 0u);
+    EXPECT_EQ(server.disconnect(), S_OK);
+    EXPECT_EQ(sim.counts(), idle) << "groups, items, sinks and references of the server";
+}
+
+}  // namespace
+}  // namespace OpxOpc
