@@ -1,6 +1,8 @@
 // The refusals of bad arguments.
 #pragma once
 
+#include <korvex/opc_da_client/NullableArray.h>
+
 namespace Korvex::OPC::OpcDaClient {
 
 // Each traces an error and throws; none returns. Parameter names are ASCII.
@@ -22,5 +24,12 @@ namespace Korvex::OPC::OpcDaClient {
 
 // ArgumentException that names both parameters: "The lengths of the arrays have to be equal."
 [[noreturn]] void HandleDifferentLengths(const char* parameterName1, const char* parameterName2);
+
+// Refuses a null and an empty array.
+template <typename T>
+void CheckArray(const NullableArray<T>& array, const char* parameterName) {
+    if (array.isNull()) HandleNullReference(parameterName);
+    if (array.size() == 0) HandleEmptyArray(parameterName);
+}
 
 }  // namespace Korvex::OPC::OpcDaClient

@@ -1,5 +1,7 @@
 #include "api/ItemConversion.h"
 
+#include <utility>
+
 #include "trace/LibT.h"
 #include "values/TypeConverter.h"
 
@@ -23,22 +25,16 @@ OpxItemIdentifier nativeIdentifier(const ItemIdentifier& identifier) {
     return item;
 }
 
-void copyBack(const OpxItemIdentifier& item, std::int32_t result, ItemIdentifier& identifier) {
-    identifier.ServerHandle(static_cast<std::int32_t>(item.serverHandle));
-    identifier.DataType(TypeConverter::GetType(item.dataType));
-    identifier.ResultID(ResultID(result));
-}
-
-// A value that cannot be taken over is null, and the item's result says why.
-Object publicValue(const OpxOpc::OpxVariant& value, ItemIdentifier& identifier) {
+// A value that cannot be taken over is null; answers why it could not.
+std::int32_t convert(const OpxOpc::OpxVariant& value, Object& result) {
     try {
-        return TypeConverter::toPublic(value);
+        result = TypeConverter::toPublic(value);
+        return S_OK;
     } catch (const OpxOpc::OpxTypeConversionException&) {
-        identifier.ResultID(ResultID(kTypeMismatch));
+        return kTypeMismatch;
     } catch (const ObjectConversionException&) {
-        identifier.ResultID(ResultID(E_FAIL));
+        return E_FAIL;
     }
-    return {};
 }
 
 DateTime publicTime(const OpxOpc::OpxDate& time) {
@@ -47,14 +43,6 @@ DateTime publicTime(const OpxOpc::OpxDate& time) {
     } catch (const OpxOpc::OpxTypeConversionException&) {
         return {};
     }
-}
-
-ItemValue publicItemValue(const OpxItemValue& native, ItemIdentifier& identifier) {
-    ItemValue result;
-    result.Value(publicValue(native.value, identifier));
-    result.Quality(QualityID(native.quality));
-    result.TimeStamp(publicTime(native.timestamp));
-    return result;
 }
 
 }  // namespace
@@ -68,20 +56,45 @@ std::vector<OpxItemIdentifier> CreateItemIdentifierVector(const std::vector<Item
     return items;
 }
 
+ItemHandles CreateItemHandles(const std::vector<ItemIdentifier>& itemIdentifiers) {
+    ItemHandles handles;
+    for (const ItemIdentifier& identifier : itemIdentifiers) {
+        handles.emplace(identifier.ClientHandle().hashCode(), identifier.ClientHandle());
+    }
+    return handles;
+}
+
+void CopyItemResults(const std::vector<OpxItemIdentifier>& items, const ItemResults& results,
+                     std::vector<ItemIdentifier>& identifiers) {
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        identifiers[i].ServerHandle(static_cast<std::int32_t>(items[i].serverHandle));
+        identifiers[i].DataType(TypeConverter::GetType(items[i].dataType));
+        identifiers[i].ResultID(ResultID(results[i]));
+    }
+}
+
+std::int32_t CopyItemValue(const OpxItemValue& native, ItemValue& itemValue) {
+    Object value;
+    const std::int32_t conversion = convert(native.value, value);
+    itemValue.Value(std::move(value));
+    itemValue.Quality(QualityID(native.quality));
+    itemValue.TimeStamp(publicTime(native.timestamp));
+    return conversion;
+}
+
 ReturnCode ItemResults::returnCode(bool allQualitiesGood) const {
     const auto bits = static_cast<std::int32_t>(hr_ == S_OK ? ReturnCode::SUCCEEDED : ReturnCode::ITEMERROR) |
                       static_cast<std::int32_t>(allQualitiesGood ? ReturnCode::SUCCEEDED : ReturnCode::QUALITYNOTGOOD);
     return static_cast<ReturnCode>(bits);
 }
 
-std::vector<ItemValue> ReadItemValues(const std::vector<OpxItemIdentifier>& items,
-                                      const std::vector<OpxItemValue>& values, const ItemResults& results,
+std::vector<ItemValue> ReadItemValues(const std::vector<OpxItemValue>& values, const ItemResults& results,
                                       std::vector<ItemIdentifier>& identifiers, bool& allGood) {
-    std::vector<ItemValue> itemValues(items.size());
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        copyBack(items[i], results[i], identifiers[i]);
+    std::vector<ItemValue> itemValues(identifiers.size());
+    for (std::size_t i = 0; i < identifiers.size(); ++i) {
         if (results[i] != S_OK || i >= values.size()) continue;
-        itemValues[i] = publicItemValue(values[i], identifiers[i]);
+        const std::int32_t conversion = CopyItemValue(values[i], itemValues[i]);
+        if (conversion != S_OK) identifiers[i].ResultID(ResultID(conversion));
         allGood = allGood && itemValues[i].Quality()->IsGood();
     }
     return itemValues;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 #include <korvex/native/OpxItemIdentifier.h>
@@ -18,6 +19,12 @@ namespace Korvex::OPC::OpcDaClient {
 // The items as the engine takes them. The client handle that it carries is the hash of the
 // application's, or 0 for none.
 std::vector<OpxOpc::OpxItemIdentifier> CreateItemIdentifierVector(const std::vector<ItemIdentifier>& itemIdentifiers);
+
+// The handles that an application gave its items, by the hashes that the engine carries for them.
+using ItemHandles = std::unordered_map<std::uint32_t, Object>;
+
+// Of handles with the same hash the first counts.
+ItemHandles CreateItemHandles(const std::vector<ItemIdentifier>& itemIdentifiers);
 
 // What a native call said to each item: the call's result and the codes, which may be fewer than items.
 class ItemResults {
@@ -36,10 +43,17 @@ private:
     const std::vector<std::int32_t>& errors_;
 };
 
-// Copies handles, types and results back into `identifiers` and makes the values: a default one
-// where the item's result is not 0. `allGood` becomes false when a quality is not good.
-std::vector<ItemValue> ReadItemValues(const std::vector<OpxOpc::OpxItemIdentifier>& items,
-                                      const std::vector<OpxOpc::OpxItemValue>& values, const ItemResults& results,
+// Copies handles, types and results back into `identifiers`.
+void CopyItemResults(const std::vector<OpxOpc::OpxItemIdentifier>& items, const ItemResults& results,
+                     std::vector<ItemIdentifier>& identifiers);
+
+// Fills in value, quality and time. Answers S_OK, or why the value is null: DISP_E_TYPEMISMATCH for one
+// that has no VARIANT, E_FAIL for one whose VARIANT has no form in the object API.
+std::int32_t CopyItemValue(const OpxOpc::OpxItemValue& native, ItemValue& itemValue);
+
+// The values of `identifiers`: a default one where the item's result is not 0. An identifier gets
+// the result of a conversion that fails. `allGood` becomes false when a quality is not good.
+std::vector<ItemValue> ReadItemValues(const std::vector<OpxOpc::OpxItemValue>& values, const ItemResults& results,
                                       std::vector<ItemIdentifier>& identifiers, bool& allGood);
 
 // 100-ns units since 1601 UTC as a UTC time.

@@ -4,12 +4,14 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include <korvex/export.h>
 #include <korvex/opc_da_client/ConnectInfo.h>
 #include <korvex/opc_da_client/Exceptions.h>
 #include <korvex/opc_da_client/ItemIdentifier.h>
 #include <korvex/opc_da_client/ItemValue.h>
+#include <korvex/opc_da_client/ItemValueCallback.h>
 #include <korvex/opc_da_client/NullableArray.h>
 #include <korvex/opc_da_client/NullableText.h>
 #include <korvex/opc_da_client/ReturnCode.h>
@@ -23,13 +25,27 @@ namespace Korvex::OPC::OpcDaClient {
 // fails is an OPCException with the result code (a ComException for a code without a name); what
 // happened to a single item is told by its ResultID and never thrown.
 //
-// Methods may be called from any thread. Handlers are called on the library's threads and on those
-// that COM delivers callbacks on; a handler that blocks holds them up. Do not destroy the object
-// from inside a handler.
+// A connection that is lost is made anew, with its subscriptions, unless the ConnectInfo says otherwise;
+// ServerStateChanged tells of it.
+//
+// Methods may be called from any thread, also from inside a handler. Handlers are called on the
+// library's threads, on those that COM delivers callbacks on, and on the caller's from inside Connect
+// and Disconnect; a handler that blocks holds them up, and several may run at once. A handler that
+// throws keeps the later handlers of that event from being called, and nothing else. Do not destroy
+// the object from inside a handler.
 class KORVEX_OPC_API DaServerMgt {
 public:
     // Takes the connection's `clientHandle` and its new state.
     using ServerStateChangedEventHandler = std::function<void(std::int32_t clientHandle, ServerState state)>;
+
+    // Takes the number that the application gave the subscription and the items that changed: those of
+    // one change of the server, or of all that the connection lost. `allQualitiesGood` is false when a
+    // quality is not good, `noErrors` when an item has an error. An item carries the ClientHandle that it
+    // was subscribed with; its value is null where the server's could not be converted, which ResultID
+    // tells. An item that the library cannot tell is left as a default record, without quality and result.
+    using DataChangedEventHandler =
+        std::function<void(std::int32_t clientSubscription, bool allQualitiesGood, bool noErrors,
+                           const std::vector<ItemValueCallback>& itemValues)>;
 
     DaServerMgt();
     // Disposes.
@@ -69,13 +85,59 @@ public:
     ReturnCode Read(std::int32_t maxAge, NullableArray<ItemIdentifier>& itemIdentifiers,
                     NullableArray<ItemValue>& itemValues);
 
+    // Subscribes to items: DataChanged is raised with `clientSubscription`, a number of the application's
+    // choice, when one of them changes. `updateRate` is the time between two events in milliseconds, from
+    // 0, the fastest that the server has; the server may revise it. `deadband` is the percentage of its
+    // range, 0 to 100, that an analog item has to change by. With `active` false no event is raised until
+    // the subscription is made active. Every identifier gets its ServerHandle, DataType and ResultID.
+    // Items whose ClientHandles have the same hash code come with the first one's handle, so give every
+    // item a handle of its own.
+    //
+    // `serverSubscription` names the subscription in the methods below, until it is cancelled or the
+    // object disconnects; an item that is refused is not part of it. While the server cannot be reached
+    // the methods are carried out when it is back.
+    //
+    // ITEMERROR: an item is refused; else UNSUPPORTEDUPDATERATE: the rate is `revisedUpdateRate`. A server
+    // that makes the subscription but will not activate it is an exception, and leaves it inactive.
+    // Throws ArgumentNullException, ArgumentException ("itemIdentifiers"), ArgumentOutOfRangeException
+    // ("updateRate", "deadband"), OPCException.
+    ReturnCode Subscribe(std::int32_t clientSubscription, bool active, std::int32_t updateRate,
+                         std::int32_t& revisedUpdateRate, float deadband,
+                         NullableArray<ItemIdentifier>& itemIdentifiers, std::int32_t& serverSubscription);
+
+    // Changes what a subscription was made with, and answers as Subscribe does. All of them throw
+    // OPCException for a handle that names no subscription.
+    ReturnCode SubscriptionModify(std::int32_t serverSubscription, float deadband);
+    ReturnCode SubscriptionModify(std::int32_t serverSubscription, double deadband);
+    ReturnCode SubscriptionModify(std::int32_t serverSubscription, std::int32_t updateRate,
+                                  std::int32_t& revisedUpdateRate);
+    ReturnCode SubscriptionModify(std::int32_t serverSubscription, bool active);
+    ReturnCode SubscriptionModify(std::int32_t serverSubscription, bool active, std::int32_t updateRate,
+                                  std::int32_t& revisedUpdateRate, float deadband);
+
+    // Adds items to a subscription. ITEMERROR: an item is refused.
+    // Throws ArgumentNullException, ArgumentException ("itemIdentifiers"), OPCException; for a subscription
+    // that the server failed to cancel KeyNotFoundException, when the items are added.
+    ReturnCode SubscriptionAddItems(std::int32_t serverSubscription, NullableArray<ItemIdentifier>& itemIdentifiers);
+
+    // Removes items, named by the identifiers that subscribing or adding filled in, or by name and path.
+    // ITEMERROR: the ResultIDs tell which items are not; otherwise the identifiers are left as they are.
+    // Throws ArgumentNullException, ArgumentException ("itemIdentifiers"), OPCException.
+    ReturnCode SubscriptionRemoveItems(std::int32_t serverSubscription, NullableArray<ItemIdentifier>& itemIdentifiers);
+
+    // Ends a subscription. Throws OPCException; when it is the server that fails, no event is raised for
+    // the subscription any more all the same.
+    void SubscriptionCancel(std::int32_t serverSubscription);
+
     // Adds a handler, at any time; the token takes it back. An empty handler and an unknown token are
-    // ignored.
+    // ignored. Handlers are called in the order they were added.
     std::uint64_t add_ServerStateChanged(ServerStateChangedEventHandler handler);
     void remove_ServerStateChanged(std::uint64_t token);
+    std::uint64_t add_DataChanged(DataChangedEventHandler handler);
+    void remove_DataChanged(std::uint64_t token);
 
     // Disconnects and frees everything but the object itself. Disposing twice is harmless. Afterwards
-    // Connect and Read throw NullReferenceException, and Disconnect finds no connection.
+    // Disconnect finds no connection, and the methods that ask the server throw NullReferenceException.
     void Dispose();
     // The same where `disposing` is true, else nothing.
     void Dispose(bool disposing);

@@ -1,0 +1,37 @@
+// What a DaServerMgt is made of.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+#include <korvex/native/OpxDaServer.h>
+#include <korvex/opc_da_client/DaServerMgt.h>
+
+#include "api/CallbackWrapper.h"
+#include "api/ClientEvents.h"
+
+namespace Korvex::OPC::OpcDaClient {
+
+struct DaServerMgt::Private {
+    // The native side. It is shared with the calls in progress, so that disposing cannot free it under
+    // them; the client goes first.
+    struct Native {
+        std::shared_ptr<CallbackWrapper> m_Callback;
+        OpxOpc::OpxDaServer m_OpxDaClient;
+    };
+
+    // Throws once the object is disposed.
+    std::shared_ptr<Native> native() const;
+    std::shared_ptr<Native> takeNative();
+
+    void InitializeCallbackPointers();
+
+    mutable std::mutex lock;
+    std::shared_ptr<Native> m_Native;
+    const std::shared_ptr<ClientEvents> events = std::make_shared<ClientEvents>();
+    std::atomic<bool> m_IsConnected{false};
+    std::atomic<bool> m_IsDisconnecting{false};
+};
+
+}  // namespace Korvex::OPC::OpcDaClient
