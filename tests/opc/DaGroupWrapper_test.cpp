@@ -14,7 +14,6 @@ namespace {
 using Opx::VType;
 using OpxOpc::DaGroupWrapper;
 using OpxOpc::DaServerMgt;
-using OpxOpc::KeptItem;
 using OpxOpc::OpxItemIdentifier;
 using Reach = DaGroupWrapper::Reach;
 using ::testing::ElementsAre;
@@ -52,6 +51,7 @@ protected:
     HRESULT comeBack() {
         if (!server) connectServer();
         EXPECT_EQ(wrapper->createGroup(), S_OK);
+        EXPECT_FALSE(wrapper->isWhole());
         EXPECT_EQ(server->addGroup(wrapper->group().get()), S_OK);
         return wrapper->recoverGroup();
     }
@@ -69,12 +69,23 @@ protected:
         std::uint32_t handle;
     };
     HRESULT remove(const std::vector<Named>& named, Reach reach = Reach::Server) {
-        std::vector<OpxItemIdentifier> removed;
+        removed.clear();
         for (const Named& each : named) {
             removed.push_back(itemNamed(each.name));
             removed.back().serverHandle = each.handle;
         }
         return wrapper->removeItems(removed, errors, reach);
+    }
+
+    // A call on a thread of its own, once it hangs in the server.
+    std::future<HRESULT> hanging(const std::string& method, std::function<HRESULT()> call) {
+        sim.execute("hang " + method);
+        auto result = std::async(std::launch::async, [call = std::move(call)] {
+            const SimulationApartment apartment(COINIT_MULTITHREADED);
+            return call();
+        });
+        while (sim.journal(method).empty()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return result;
     }
 
     // The client handles of the items that the server delivers when the group becomes active.
@@ -104,6 +115,7 @@ protected:
     std::unique_ptr<DaServerMgt> server;
     std::unique_ptr<DaGroupWrapper> wrapper;
     std::vector<OpxItemIdentifier> items;  // as they were after they were added
+    std::vector<OpxItemIdentifier> removed;
     Handles handles;
     Values values;
     Codes errors;
@@ -111,41 +123,32 @@ protected:
 
 // ---- Settings
 
-TEST_F(DaGroupWrapperTest, what_is_asked_while_there_is_no_server_is_what_the_next_group_gets) {
+TEST_F(DaGroupWrapperTest, the_next_group_has_the_settings_that_were_asked_for_and_not_refused) {
     begin(false);
     EXPECT_EQ(wrapper->setUpdateRate(500, Reach::Server), S_FALSE);
     EXPECT_EQ(wrapper->updateRate(Reach::Server), 500u);
-    EXPECT_EQ(wrapper->setDeadband(5, Reach::Server), S_FALSE);
     EXPECT_EQ(wrapper->setActive(true, Reach::Server), S_FALSE);
     EXPECT_EQ(wrapper->recoverGroup(), E_FAIL);
     ASSERT_EQ(comeBack(), S_OK);
     EXPECT_EQ(wrapper->createGroup(), E_FAIL);
-    EXPECT_TRUE(trace.hasInOrder({"Ctor DaGroupWrapper", "<-- DaGroupWrapper::recoverGroup [hr=0x80004005]",
-                                  "--> DaGroupWrapper::createGroup", "<-- DaGroupWrapper::createGroup [hr=S_OK]",
-                                  "--> DaGroupWrapper::recoverGroup", "<-- DaGroupWrapper::recoverGroup [hr=0x0]",
-                                  "<-- DaGroupWrapper::createGroup - group pointer still valid [hr=E_FAIL]"}))
-        << trace.dump();
     EXPECT_THAT(sim.journal("IOPCServer::AddGroup"),
-                ElementsAre(HasSubstr("name=Pumps active=1 rate=500 client=7 deadband=5 ")));
-    lose();
-    EXPECT_EQ(wrapper->setState(false, 1, 300, Reach::Server), S_FALSE);
-    ASSERT_EQ(comeBack(), S_OK);
-    EXPECT_THAT(sim.journal("IOPCServer::AddGroup"), ElementsAre(HasSubstr("active=0 rate=300 client=7 deadband=1 ")));
-    wrapper.reset();
-    EXPECT_TRUE(trace.hasInOrder({"--> Dtor DaGroupWrapper", "--> Dtor DaGroupMgt", "<-- Dtor DaGroupWrapper"}));
-}
+                ElementsAre(HasSubstr("name=Pumps active=1 rate=500 client=7 deadband=2.5 ")));
 
-TEST_F(DaGroupWrapperTest, a_group_is_made_again_with_the_rate_asked_for_and_without_refused_changes) {
-    begin(true);
-    EXPECT_TRUE(succeeded(wrapper->setUpdateRate(3, Reach::Server)));
+    EXPECT_TRUE(succeeded(wrapper->setState(false, 5, 3, Reach::Server)));
     EXPECT_NE(wrapper->updateRate(Reach::Server), 3u) << "revised";
-    EXPECT_EQ(wrapper->updateRate(Reach::KeptStateOnly), 3u);
     sim.fault("IOPCGroupStateMgt::SetState", E_OUTOFMEMORY);
     EXPECT_EQ(wrapper->setState(true, 9, 900, Reach::Server), E_OUTOFMEMORY);
     EXPECT_EQ(wrapper->setDeadband(4, Reach::KeptStateOnly), S_FALSE) << "without asking the server";
     lose();
     ASSERT_EQ(comeBack(), S_OK);
     EXPECT_THAT(sim.journal("IOPCServer::AddGroup"), ElementsAre(HasSubstr("active=0 rate=3 client=7 deadband=4 ")));
+    wrapper.reset();
+    EXPECT_TRUE(trace.hasInOrder({"Ctor DaGroupWrapper", "<-- DaGroupWrapper::recoverGroup [hr=0x80004005]",
+                                  "--> DaGroupWrapper::createGroup", "<-- DaGroupWrapper::createGroup [hr=S_OK]",
+                                  "--> DaGroupWrapper::recoverGroup", "<-- DaGroupWrapper::recoverGroup [hr=0x0]",
+                                  "<-- DaGroupWrapper::createGroup - group pointer still valid [hr=E_FAIL]",
+                                  "--> Dtor DaGroupWrapper", "--> Dtor DaGroupMgt", "<-- Dtor DaGroupWrapper"}))
+        << trace.dump();
 }
 
 // ---- Items
@@ -202,6 +205,9 @@ TEST_F(DaGroupWrapperTest, local_handles_are_reused_first_in_first_out_and_given
         Handles given;
         for (const OpxItemIdentifier& item : items) given.push_back(item.serverHandle);
         EXPECT_THAT(given, ElementsAre(1, 2, 3, 3, 1, 4)) << "on server: " << onServer;
+        EXPECT_EQ(remove({{kInt32, 0}}), S_OK);
+        EXPECT_EQ(removed[0].serverHandle, 2u);
+        EXPECT_THAT(reportedBad(), ElementsAre(5, 4, 6)) << "in the order of their places";
     }
 }
 
@@ -225,6 +231,19 @@ TEST_F(DaGroupWrapperTest, what_a_server_refuses_changes_nothing) {
     EXPECT_TRUE(
         trace.hasInOrder({"--> DaGroupWrapper::addItems", "<-- DaGroupWrapper::addItems [hr=0x1]",
                           "--> DaGroupWrapper::removeItems", "<-- DaGroupWrapper::removeItems [hr=0x8007000e]"}));
+}
+
+TEST_F(DaGroupWrapperTest, an_item_whose_removal_is_refused_stays) {
+    for (const bool keepItems : {true, false}) {
+        sim.execute("handles zero");
+        begin(true, keepItems);
+        add(kInt32);
+        std::vector<OpxItemIdentifier> first = {itemNamed(kInt32)};
+        ASSERT_EQ(wrapper->group()->removeItems(first, errors), S_OK) << "so that the server has it no more";
+        EXPECT_EQ(remove({{kInt32, items[0].serverHandle}}), S_FALSE);
+        EXPECT_THAT(errors, ElementsAre(kInvalidHandle));
+        EXPECT_THAT(reportedBad(), ElementsAre(1));
+    }
 }
 
 TEST_F(DaGroupWrapperTest, without_keeping_items_the_caller_has_the_server_s_handles) {
@@ -321,25 +340,37 @@ TEST_F(DaGroupWrapperTest, a_group_is_whole_when_the_server_knows_all_that_is_ke
     }
 }
 
-TEST_F(DaGroupWrapperTest, an_item_that_comes_too_late_for_its_group_gets_into_the_next_one) {
+TEST_F(DaGroupWrapperTest, items_that_come_too_late_for_their_group_get_into_the_next_one) {
     groupName.clear();  // two groups at a time
     begin(true);
-    sim.execute("hang IOPCItemMgt::AddItems");
-    auto adding = std::async(std::launch::async, [&] {
-        const SimulationApartment apartment(COINIT_MULTITHREADED);
-        return add(kInt32);
-    });
-    while (sim.journal("IOPCItemMgt::AddItems").empty()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    std::vector<OpxItemIdentifier> late = {itemNamed(kInt32), itemNamed(kDouble)};
+    late[1].clientHandle = 2;
+    auto adding =
+        hanging("IOPCItemMgt::AddItems", [&] { return wrapper->addItems(late, errors, false, Reach::Server); });
     const auto old = wrapper->takeGroup();
     EXPECT_EQ(comeBack(), S_OK);
     EXPECT_TRUE(wrapper->isWhole());
     sim.execute("release IOPCItemMgt::AddItems");
     EXPECT_EQ(adding.get(), S_OK);
     EXPECT_FALSE(wrapper->isWhole());
-    EXPECT_THAT(served(), IsEmpty());
+    EXPECT_EQ(remove({{kInt32, 1}}), S_OK) << "without asking a server that does not have it";
     lose();
     ASSERT_EQ(comeBack(), S_OK);
-    EXPECT_THAT(served(), ElementsAre(1));
+    EXPECT_THAT(served(), ElementsAre(2));
+}
+
+TEST_F(DaGroupWrapperTest, an_item_in_the_place_of_one_that_is_being_removed_stays) {
+    begin(true);
+    add(kInt32);
+    auto removing = hanging("IOPCItemMgt::RemoveItems", [this] { return remove({{kInt32, 1}}); });
+    std::vector<OpxItemIdentifier> same = {itemNamed(kInt32)};
+    Codes codes;
+    EXPECT_EQ(wrapper->removeItems(same, codes, Reach::KeptStateOnly), S_OK);
+    add(kDouble);
+    EXPECT_EQ(items[1].serverHandle, 1u);
+    sim.execute("release IOPCItemMgt::RemoveItems");
+    EXPECT_EQ(removing.get(), S_FALSE);
+    EXPECT_THAT(reportedBad(), ElementsAre(2));
 }
 
 TEST_F(DaGroupWrapperTest, a_retired_subscription_is_silent) {
