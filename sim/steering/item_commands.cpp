@@ -124,9 +124,9 @@ std::shared_ptr<PlantItem> namedItem(CommandWords& words) {
 
 std::string textOf(const Value& value) {
     if (value.isArray()) {
-        std::string list;
-        for (const Value& element : elementsOf(value)) list += (list.empty() ? "" : ",") + textOf(element);
-        return "{" + list + "}";
+        std::string list = "{";
+        for (const Value& element : elementsOf(value)) list.append(list.size() > 1 ? "," : "").append(textOf(element));
+        return list.append("}");
     }
     Value text;
     if (value.type() == VT_EMPTY || value.type() == VT_NULL) return {};

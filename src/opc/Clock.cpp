@@ -1,8 +1,6 @@
 #include "opc/Clock.h"
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 
 #include "com/platform.h"
 
@@ -16,12 +14,7 @@ public:
         return time.seconds * 1000 + time.milliseconds;
     }
 
-    void wait(std::chrono::milliseconds duration, const std::stop_token& stop) override {
-        std::mutex lock;
-        std::condition_variable_any stopped;
-        std::unique_lock guard(lock);
-        stopped.wait_for(guard, stop, duration, [] { return false; });
-    }
+    void wait(std::chrono::milliseconds duration, const StopFlag& stop) override { stop.waitFor(duration); }
 };
 
 std::atomic<Clock*> replacement = nullptr;

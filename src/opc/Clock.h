@@ -3,7 +3,8 @@
 
 #include <chrono>
 #include <cstdint>
-#include <stop_token>
+
+#include "opc/StopFlag.h"
 
 namespace OpxOpc {
 
@@ -15,8 +16,8 @@ public:
     // Wall clock time in milliseconds.
     virtual std::int64_t now() = 0;
 
-    // Returns after `duration`, or as soon as `stop` is requested.
-    virtual void wait(std::chrono::milliseconds duration, const std::stop_token& stop) = 0;
+    // Returns after `duration`, or as soon as `stop` is set.
+    virtual void wait(std::chrono::milliseconds duration, const StopFlag& stop) = 0;
 
     // The clock that threads started from now on use. Any thread may call; a test that replaces it keeps
     // its own alive until those threads have ended.

@@ -43,10 +43,10 @@ void WatchDog::run() {
         const BackgroundApartment apartment;
         lastCheck_ = clock_.now();
         reconnectInterval_ = kFirstRetryPeriods * period_;
-        while (!stop_.stop_requested()) {
+        while (!stop_.isSet()) {
             try {
                 waitForNextPass();
-                if (!stop_.stop_requested()) pass(*connection);
+                if (!stop_.isSet()) pass(*connection);
             } catch (...) {
                 LibT::lError("Error: WatchDog::run - Error in watchdog function");
             }
@@ -56,11 +56,10 @@ void WatchDog::run() {
 }
 
 void WatchDog::waitForNextPass() {
-    const std::stop_token stop = stop_.get_token();
-    if (!pumpsMessages_ || !ApartmentMode::isSingleThreaded()) return clock_.wait(kPassInterval, stop);
-    for (int i = 0; i < kPumpsPerPass && !stop.stop_requested(); ++i) {
+    if (!pumpsMessages_ || !ApartmentMode::isSingleThreaded()) return clock_.wait(kPassInterval, stop_);
+    for (int i = 0; i < kPumpsPerPass && !stop_.isSet(); ++i) {
         Korvex::Com::pumpMessages();
-        clock_.wait(kPumpInterval, stop);
+        clock_.wait(kPumpInterval, stop_);
     }
 }
 

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <stop_token>
 
 #include <korvex/native/OpxDataCallback.h>
 
@@ -25,7 +24,7 @@ public:
     WatchDog(std::weak_ptr<WatchedConnection> connection, std::uint32_t period);
     ~WatchDog() override;
 
-    void requestStop() noexcept { stop_.request_stop(); }
+    void requestStop() { stop_.set(); }
 
     void DataChange(std::uint32_t, std::int32_t, std::int32_t, std::uint32_t, const std::vector<std::uint32_t>&,
                     const std::vector<OpxItemValue>&, const std::vector<std::int32_t>&) override {}
@@ -46,7 +45,7 @@ private:
 
     const std::weak_ptr<WatchedConnection> connection_;
     Clock& clock_;
-    std::stop_source stop_;
+    StopFlag stop_;
     const std::int64_t period_;
 
     // The thread's own, in milliseconds.

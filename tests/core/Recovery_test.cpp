@@ -248,6 +248,18 @@ TEST_F(RecoveryTest, AShutdownDuringConnectIsNotLost) {
     EXPECT_THAT(story.lines(), ElementsAre("state 3", "state 1"));
 }
 
+TEST_F(RecoveryTest, ASingleThreadedApartmentLosesAndRegainsItsServerToo) {
+    inSingleThreadedApartment([&] {
+        connectAndSubscribe();
+        sim.execute("dead");
+        ASSERT_TRUE(story.reaches("7: 1 bad 2 bad"));
+        sim.execute("alive");
+        ASSERT_TRUE(story.reaches("7: 1 good 2 good"));
+        EXPECT_EQ(server.subscriptionModify(handle, 300u, &rate), S_OK);
+        EXPECT_EQ(server.disconnect(), S_OK);
+    });
+}
+
 // ---- What a reconnect does not get at once -------------------------------------------------------
 
 TEST_F(RecoveryTest, AGroupThatIsRefusedOnceIsBackAfterTheNextGoodProbe) {
@@ -327,8 +339,9 @@ TEST_F(RecoveryTest, AHandlerInsideACallMayCallWhileAnotherThreadDisconnects) {
     sim.execute("deliver inside");
     std::future<std::int32_t> leaving;
     std::int32_t inside = S_OK;
-    story.onData = [&, first = true]() mutable {
-        if (!std::exchange(first, false)) return;
+    std::atomic<bool> first = true;
+    story.onData = [&] {
+        if (!first.exchange(false)) return;
         leaving = std::async(std::launch::async, [&] { return server.disconnect(); });
         std::this_thread::sleep_for(120ms);  // until it waits for this very call
         inside = server.subscriptionModify(1, 300u, &rate);

@@ -23,7 +23,7 @@ public:
     ~InstantClock() override { replace(nullptr); }
 
     std::int64_t now() override { return time_; }
-    void wait(std::chrono::milliseconds duration, const std::stop_token&) override {
+    void wait(std::chrono::milliseconds duration, const StopFlag&) override {
         time_ += duration.count() * scale;
     }
 

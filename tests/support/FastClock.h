@@ -2,8 +2,6 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 
 #include "opc/Clock.h"
 
@@ -21,11 +19,8 @@ public:
         const auto passed = std::chrono::duration_cast<microseconds>(std::chrono::steady_clock::now() - start_);
         return passed.count() * speed_ / 1000;
     }
-    void wait(std::chrono::milliseconds duration, const std::stop_token& stop) override {
-        std::mutex lock;
-        std::condition_variable_any stopped;
-        std::unique_lock guard(lock);
-        stopped.wait_for(guard, stop, std::chrono::microseconds(duration) / speed_, [] { return false; });
+    void wait(std::chrono::milliseconds duration, const OpxOpc::StopFlag& stop) override {
+        stop.waitFor(std::chrono::microseconds(duration) / speed_);
     }
 
 private:
