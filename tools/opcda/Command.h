@@ -22,9 +22,10 @@ enum ExitStatus : int {
     kServerFailed = 3,  // the server could not be reached, or refused the whole call
 };
 
-// Where a command prints to.
+// Where a command prints to: what was asked for, and what else there is to say.
 struct Output {
     std::ostream& out;
+    std::ostream& err;
     bool terminal;
 };
 

@@ -3,22 +3,13 @@
 #include <algorithm>
 #include <ostream>
 
+#include "columns.h"
+
 namespace Korvex::Tool {
 namespace {
 
-constexpr const char* kColumnGap = "  ";
 constexpr const char* kBold = "\033[1m";
 constexpr const char* kPlain = "\033[0m";
-
-// Code points, which for what this tool prints is as good as columns.
-std::size_t width(const std::string& utf8) {
-    return static_cast<std::size_t>(
-        std::count_if(utf8.begin(), utf8.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
-}
-
-std::string padded(const std::string& cell, std::size_t columns) {
-    return cell + std::string(columns - width(cell), ' ');
-}
 
 }  // namespace
 

@@ -13,4 +13,8 @@ using Json = nlohmann::ordered_json;
 // and infinities) become text, dates ISO 8601 text.
 Json toJson(const OPC::OpcDaClient::Object& value);
 
+// In one line without `indent`, else in lines indented by so many blanks. Text that is not UTF-8 gets
+// replacement characters.
+std::string dump(const Json& value, int indent = -1);
+
 }  // namespace Korvex::Tool

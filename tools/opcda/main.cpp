@@ -8,6 +8,7 @@
 #include <korvex/opc_da_client/Exceptions.h>
 
 #include "ReadCommand.h"
+#include "WatchCommand.h"
 #include "com/console.h"
 
 namespace Korvex::Tool {
@@ -20,6 +21,7 @@ int run(std::vector<std::string> arguments) {
         "URL: opcda://host/ProgID/{CLSID}; the host may be left out for this machine and the CLSID for a\n"
         "look-up by ProgID. Exit status: 0 success, 1 an item failed, 2 usage, 3 the server failed.");
     const ReadCommand read(app);
+    const WatchCommand watch(app);
 
     std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back
     try {
@@ -27,7 +29,8 @@ int run(std::vector<std::string> arguments) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kSuccess : kUsage;
     }
-    return read.run({std::cout, Com::outputIsTerminal()});
+    const Output output{std::cout, std::cerr, Com::outputIsTerminal()};
+    return read.chosen() ? read.run(output) : watch.run(output);
 }
 
 }  // namespace

@@ -1,0 +1,49 @@
+// What happens to watched items, a line each, as it happens.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <iosfwd>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <korvex/opc_da_client/ItemIdentifier.h>
+#include <korvex/opc_da_client/ItemValueCallback.h>
+#include <korvex/opc_da_client/ServerState.h>
+
+namespace Korvex::Tool {
+
+// Prints "time item value quality", or JSON objects. Every line is flushed. May be called by several
+// threads at once.
+class ChangePrinter {
+public:
+    enum class Form { Text, JsonLines };
+
+    // The client handle of an item is its index in `items`. After `limit` changes nothing more is printed.
+    ChangePrinter(std::ostream& out, Form form, std::vector<std::string> items, std::optional<std::int32_t> limit);
+
+    void changes(const std::vector<OPC::OpcDaClient::ItemValueCallback>& items);
+    void state(OPC::OpcDaClient::ServerState state);
+    void refused(const OPC::OpcDaClient::ItemIdentifier& item);
+
+    // Whether the limit is reached, or nothing can be printed any more.
+    bool finished() const;
+
+private:
+    struct Change;
+
+    void print(const Change& change);
+    void printLine(const std::string& line);
+    bool isFinished() const;
+
+    std::ostream& out_;
+    const Form form_;
+    const std::vector<std::string> items_;
+    std::size_t itemWidth_ = 0;
+    std::optional<std::int32_t> changesLeft_;
+    mutable std::mutex lock_;
+};
+
+}  // namespace Korvex::Tool

@@ -1,0 +1,46 @@
+// opcda watch URL ITEM...
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <korvex/opc_da_client/DaServerMgt.h>
+
+#include "ChangePrinter.h"
+#include "Command.h"
+#include "Interruption.h"
+
+namespace Korvex::Tool {
+
+// Prints the changes of items and of the connection's state until it is interrupted, or enough has been
+// seen. A server that goes away is waited for.
+class WatchCommand {
+public:
+    // Declares the command's arguments on `parent`; they are filled in when it parses.
+    explicit WatchCommand(CLI::App& parent);
+
+    bool chosen() const;
+    int run(const Output& output) const;
+
+private:
+    void connect(OPC::OpcDaClient::DaServerMgt& server) const;
+    // Answers how many items the server refused.
+    std::size_t subscribe(OPC::OpcDaClient::DaServerMgt& server, ChangePrinter& printer, const Output& output) const;
+    void waitForEnd(const ChangePrinter& printer, const Interruption& interruption) const;
+
+    CLI::App* command_;
+    std::string url_;
+    std::vector<std::string> items_;
+    std::int32_t rate_ = 1000;
+    float deadband_ = 0;
+    std::optional<std::int32_t> count_;
+    std::optional<std::int32_t> duration_;
+    std::int32_t keepAlive_ = 10000;
+    std::string locale_ = "en";
+    bool json_ = false;
+};
+
+}  // namespace Korvex::Tool
