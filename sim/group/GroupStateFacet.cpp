@@ -10,12 +10,13 @@ namespace {
 
 // The first data change of a group that has become active.
 void tellFirst(Group& group) {
+    if (simulation().options.get().deliversInside) {
+        Callback all{CallbackKind::dataChange};
+        for (const auto& [handle, item] : group.items())
+            all.items.push_back({item.clientHandle, group.read(item, ReadSource::scan())});
+        callSinks(group, all);
+    }
     group.publisher().restart();
-    if (!simulation().options.get().deliversInside) return;
-    Callback all{CallbackKind::dataChange};
-    for (const auto& [handle, item] : group.items())
-        all.items.push_back({item.clientHandle, group.read(item, ReadSource::scan())});
-    callSinks(group, all);
 }
 
 }  // namespace
