@@ -339,9 +339,9 @@ TEST_F(RecoveryTest, AHandlerInsideACallMayCallWhileAnotherThreadDisconnects) {
     sim.execute("deliver inside");
     std::future<std::int32_t> leaving;
     std::int32_t inside = S_OK;
-    std::atomic<bool> first = true;
-    story.onData = [&] {
-        if (!first.exchange(false)) return;
+    bool first = true;
+    story.onData = [&, caller = std::this_thread::get_id()] {
+        if (std::this_thread::get_id() != caller || !std::exchange(first, false)) return;
         leaving = std::async(std::launch::async, [&] { return server.disconnect(); });
         std::this_thread::sleep_for(120ms);  // until it waits for this very call
         inside = server.subscriptionModify(1, 300u, &rate);
