@@ -40,6 +40,11 @@ std::filesystem::path programPath();
 // An environment variable in UTF-16; nothing if it is not set.
 std::optional<OpxString> environmentVariable(const char* name);
 
+// Keeps the process's multi-threaded apartment alive, though the thread that brought it up may end.
+// Returns what takes that back; null where the system cannot.
+void* holdMultiThreadedApartment();
+void releaseMultiThreadedApartment(void* hold);
+
 // Delivers the messages that wait in the calling thread's queue: COM calls into objects of a
 // single-threaded apartment. Does nothing on a thread that has no queue.
 void pumpMessages();

@@ -79,6 +79,16 @@ std::optional<OpxString> environmentVariable(const char* name) {
     return fromUtf8(value);
 }
 
+void* holdMultiThreadedApartment() {
+    CO_MTA_USAGE_COOKIE hold = nullptr;
+    CoIncrementMTAUsage(&hold);
+    return hold;
+}
+
+void releaseMultiThreadedApartment(void* hold) {
+    if (hold) CoDecrementMTAUsage(hold);
+}
+
 void pumpMessages() {}
 
 std::optional<XmlAttributes> readXmlAttributes(const std::filesystem::path& file,

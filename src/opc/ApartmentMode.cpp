@@ -5,8 +5,10 @@
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <utility>
 
 #include "com/ComCalls.h"
+#include "com/platform.h"
 #include "trace/LibT.h"
 
 namespace OpxOpc {
@@ -16,6 +18,7 @@ struct ApartmentState {
     std::mutex lock;
     std::uint32_t instances = 0;
     std::optional<std::thread::id> initializedBy;
+    void* multiThreadedHold = nullptr;
     std::once_flag securityInitialized;
     std::atomic<bool> singleThreaded = false;
 };
@@ -33,7 +36,10 @@ void initializeCom(ApartmentState& state) {
         return;
     }
     LibT::lCtor("Ctor DaServerMgtPrivate - initialized COM as MTA");
-    if (succeeded(hr)) state.initializedBy = std::this_thread::get_id();
+    if (failed(hr)) return;
+    state.initializedBy = std::this_thread::get_id();
+    // That thread may end before the connections do.
+    state.multiThreadedHold = Korvex::Com::holdMultiThreadedApartment();
 }
 
 void initializeSecurity() {
@@ -60,6 +66,7 @@ void ApartmentMode::leave() {
     const std::lock_guard guard(state.lock);
     if (--state.instances > 0) return;
     // An apartment is a thread's: undone on another one, it would be that thread's own that ends.
+    Korvex::Com::releaseMultiThreadedApartment(std::exchange(state.multiThreadedHold, nullptr));
     if (state.initializedBy == std::this_thread::get_id()) Korvex::Com::comCalls().coUninitialize();
     state.initializedBy.reset();
     state.singleThreaded = false;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "com/ComPtr.h"
+#include "com/platform.h"
 #include "tests/com/TestObject.h"
 
 namespace Korvex::Testing {
@@ -45,18 +46,20 @@ TEST(Apartment, CoInitializeEntersASingleThreadedOne) {
     });
 }
 
+// What a thread that entered no apartment gets from COM.
+void expectOnFreshThread(HRESULT expected) {
+    onFreshThread([&] {
+        ComPtr<IGlobalInterfaceTable> table;
+        EXPECT_EQ(createInterfaceTable(table), expected);
+        DWORD cookie = 0;
+        TestObject object;
+        EXPECT_EQ(CoRegisterClassObject(kTestClass, &object, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie),
+                  expected);
+        if (cookie != 0) CoRevokeClassObject(cookie);
+    });
+}
+
 TEST(Apartment, AThreadThatEnteredNoneSeesTheMultiThreadedOneOfTheProcess) {
-    const auto expectOnFreshThread = [](HRESULT expected) {
-        onFreshThread([&] {
-            ComPtr<IGlobalInterfaceTable> table;
-            EXPECT_EQ(createInterfaceTable(table), expected);
-            DWORD cookie = 0;
-            TestObject object;
-            EXPECT_EQ(CoRegisterClassObject(kTestClass, &object, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie),
-                      expected);
-            if (cookie != 0) CoRevokeClassObject(cookie);
-        });
-    };
     expectOnFreshThread(CO_E_NOTINITIALIZED);
     {
         const Apartment multiThreaded(COINIT_MULTITHREADED);
@@ -76,6 +79,17 @@ TEST(Apartment, AThreadThatEndsLeavesIt) {
         EXPECT_EQ(CoRegisterClassObject(kTestClass, &object, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie),
                   CO_E_NOTINITIALIZED);
     });
+}
+
+TEST(Apartment, TheMultiThreadedOneCanBeKeptForThreadsToCome) {
+    void* hold = nullptr;
+    onFreshThread([&] {
+        const Apartment multiThreaded(COINIT_MULTITHREADED);
+        hold = Com::holdMultiThreadedApartment();
+    });
+    expectOnFreshThread(S_OK);
+    Com::releaseMultiThreadedApartment(hold);
+    expectOnFreshThread(CO_E_NOTINITIALIZED);
 }
 
 TEST(Apartment, LeavingMoreOftenThanEnteringIsHarmless) {

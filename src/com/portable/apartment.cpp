@@ -5,7 +5,7 @@
 namespace Korvex::Com {
 namespace {
 
-// Threads that are in the multi-threaded apartment.
+// Threads that are in the multi-threaded apartment, and whoever else keeps it.
 std::atomic<ULONG> multiThreadedMembers{0};
 std::atomic<bool> securitySettled{false};
 
@@ -62,6 +62,19 @@ HRESULT CoInitialize(void* pvReserved) {
 void CoUninitialize() {
     if (thisThread.entries == 0) return;
     if (--thisThread.entries == 0 && isMultiThreaded(thisThread.model)) --multiThreadedMembers;
+}
+
+HRESULT CoIncrementMTAUsage(CO_MTA_USAGE_COOKIE* pCookie) {
+    if (!pCookie) return E_INVALIDARG;
+    *pCookie = &multiThreadedMembers;
+    ++multiThreadedMembers;
+    return S_OK;
+}
+
+HRESULT CoDecrementMTAUsage(CO_MTA_USAGE_COOKIE Cookie) {
+    if (Cookie != &multiThreadedMembers) return E_INVALIDARG;
+    --multiThreadedMembers;
+    return S_OK;
 }
 
 HRESULT CoInitializeSecurity(void*, LONG, SOLE_AUTHENTICATION_SERVICE*, void*, DWORD, DWORD, void*, DWORD, void*) {

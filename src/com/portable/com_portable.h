@@ -410,6 +410,9 @@ extern "C" {
 KORVEX_COM_API HRESULT CoInitializeEx(void* pvReserved, DWORD dwCoInit);
 KORVEX_COM_API HRESULT CoInitialize(void* pvReserved);
 KORVEX_COM_API void CoUninitialize();
+typedef void* CO_MTA_USAGE_COOKIE;
+KORVEX_COM_API HRESULT CoIncrementMTAUsage(CO_MTA_USAGE_COOKIE* pCookie);
+KORVEX_COM_API HRESULT CoDecrementMTAUsage(CO_MTA_USAGE_COOKIE Cookie);
 KORVEX_COM_API HRESULT CoInitializeSecurity(void* pSecDesc, LONG cAuthSvc, SOLE_AUTHENTICATION_SERVICE* asAuthSvc,
                                             void* pReserved1, DWORD dwAuthnLevel, DWORD dwImpLevel, void* pAuthList,
                                             DWORD dwCapabilities, void* pReserved3);

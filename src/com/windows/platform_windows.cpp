@@ -24,6 +24,13 @@ CreateXmlReaderFunction findCreateXmlReader() {
         reinterpret_cast<void*>(::GetProcAddress(library, "CreateXmlReader")));
 }
 
+// A function that not every system's COM has.
+template <typename Function>
+Function oleFunction(const char* name) {
+    const HMODULE library = ::GetModuleHandleW(L"ole32.dll");
+    return library ? reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(library, name))) : nullptr;
+}
+
 HRESULT createXmlReader(ComPtr<IXmlReader>& reader) {
     static const CreateXmlReaderFunction create = findCreateXmlReader();
     return create ? create(IID_IXmlReader, reader.putVoid(), nullptr) : E_NOTIMPL;
@@ -140,6 +147,17 @@ std::optional<OpxString> environmentVariable(const char* name) {
     if (value.empty()) return std::nullopt;
     value.resize(::GetEnvironmentVariableW(wideName.c_str(), value.data(), static_cast<DWORD>(value.size())));
     return value;
+}
+
+void* holdMultiThreadedApartment() {
+    static const auto increment = oleFunction<HRESULT(STDAPICALLTYPE*)(void**)>("CoIncrementMTAUsage");
+    void* hold = nullptr;
+    return increment && SUCCEEDED(increment(&hold)) ? hold : nullptr;
+}
+
+void releaseMultiThreadedApartment(void* hold) {
+    static const auto decrement = oleFunction<HRESULT(STDAPICALLTYPE*)(void*)>("CoDecrementMTAUsage");
+    if (hold && decrement) decrement(hold);
 }
 
 void pumpMessages() {
