@@ -2,7 +2,7 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
+#include <memory>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -19,7 +19,7 @@ public:
     std::uint64_t add(Handler handler) {
         if (!handler) return 0;
         std::lock_guard guard(lock_);
-        handlers_.emplace_back(++lastToken_, std::move(handler));
+        handlers_.emplace_back(++lastToken_, std::make_shared<const Handler>(std::move(handler)));
         return lastToken_;
     }
 
@@ -41,11 +41,12 @@ public:
 
     template <typename... Args>
     void invoke(const Args&... args) const {
-        for (const Entry& entry : snapshot()) entry.second(args...);
+        for (const Entry& entry : snapshot()) (*entry.second)(args...);
     }
 
 private:
-    using Entry = std::pair<std::uint64_t, Handler>;
+    // Shared with the snapshots: a handler with state of its own exists once.
+    using Entry = std::pair<std::uint64_t, std::shared_ptr<const Handler>>;
 
     std::vector<Entry> snapshot() const {
         std::lock_guard guard(lock_);

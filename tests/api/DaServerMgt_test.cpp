@@ -1,25 +1,15 @@
-#include <korvex/opc_da_client/DaServerMgt.h>
-
 #include <thread>
 
 #include <gtest/gtest.h>
 
 #include "api/HandleHResult.h"
-#include "tests/support/SimulationFixture.h"
+#include "tests/api/ApiFixture.h"
 
 namespace Korvex::OPC::OpcDaClient {
 namespace {
 
-using Testing::SimulationFixture;
-
-const char* const kUrl = "opcda://localhost/Korvex.Simulation.1/{6B0E7A52-3D1C-4F0A-9C4E-215B77D018E3}";
-
-using State = OpcDaClient::ServerState;
-
-class DaServerMgtTest : public SimulationFixture {
+class DaServerMgtTest : public ApiFixture {
 protected:
-    void connect() { server.Connect(kUrl, 7, &info, connectFailed); }
-
     ReturnCode read(std::initializer_list<ItemIdentifier> names, std::int32_t maxAge = 0) {
         items = NullableArray<ItemIdentifier>(names);
         return server.Read(maxAge, items, values);
@@ -27,31 +17,9 @@ protected:
 
     std::int32_t resultOf(std::size_t i) const { return items[i].ResultID().Code(); }
 
-    DaServerMgt server;
-    ConnectInfo info;
-    bool connectFailed = true;
     NullableArray<ItemIdentifier> items;
     NullableArray<ItemValue> values;
 };
-
-// The exception that `action` throws, by its kind; the test fails if it throws none.
-template <typename Kind, typename Action>
-Kind thrownBy(Action&& action) {
-    try {
-        action();
-    } catch (const Kind& exception) {
-        return exception;
-    }
-    throw std::logic_error("nothing was thrown");
-}
-
-std::int32_t opcCodeOf(const std::function<void()>& action) {
-    return thrownBy<OPCException>(action).ResultID().Code();
-}
-
-ItemIdentifier item(const char* id) {
-    return ItemIdentifier(id, "");
-}
 
 ItemIdentifier typed(const char* id, Type type) {
     ItemIdentifier result = item(id);

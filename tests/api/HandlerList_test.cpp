@@ -62,5 +62,14 @@ TEST(HandlerList, AHandlerThatThrowsStopsTheLaterOnesOfThatEventOnly) {
     EXPECT_EQ(calls, 1);
 }
 
+TEST(HandlerList, AHandlerKeepsWhatItRemembersFromEventToEvent) {
+    Handlers handlers;
+    std::string calls;
+    handlers.add([&calls, count = 0](int) mutable { calls += std::to_string(++count); });
+    handlers.invoke(1);
+    handlers.invoke(1);
+    EXPECT_EQ(calls, "12");
+}
+
 }  // namespace
 }  // namespace Korvex::OPC::OpcDaClient

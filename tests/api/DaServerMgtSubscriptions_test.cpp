@@ -1,0 +1,385 @@
+#include <chrono>
+#include <condition_variable>
+#include <future>
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include <gmock/gmock.h>
+
+#include "tests/api/ApiFixture.h"
+#include "tests/support/FastClock.h"
+
+namespace Korvex::OPC::OpcDaClient {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+constexpr std::int32_t kClientSubscription = 70;
+
+// What the events told, a line each: "70: one=-320000 2=-2.25", the value being "bad" where its quality is.
+// A server may send the same values twice when a group becomes active, so lines that repeat are told once.
+class Story {
+public:
+    void tell(std::int32_t subscription, const std::vector<ItemValueCallback>& items) {
+        std::string line = std::to_string(subscription) + ":";
+        for (const ItemValueCallback& item : items) {
+            line += " " + toUtf8(item.ClientHandle().toText()) + "=";
+            line += item.Quality()->IsGood() ? toUtf8(item.Value().toText()) : "bad";
+        }
+        tell(std::move(line));
+    }
+    void tell(std::string line) {
+        const std::lock_guard guard(lock_);
+        if (line == last_) return;
+        last_ = line;
+        lines_.push_back(std::move(line));
+        told_.notify_all();
+    }
+
+    // Waits until something is told, and forgets it.
+    std::string next() {
+        std::unique_lock guard(lock_);
+        if (!told_.wait_for(guard, 20s, [&] { return !lines_.empty(); })) return "nothing";
+        std::string line = lines_.front();
+        lines_.erase(lines_.begin());
+        return line;
+    }
+    bool isEmpty() const {
+        const std::lock_guard guard(lock_);
+        return lines_.empty();
+    }
+
+private:
+    mutable std::mutex lock_;
+    std::condition_variable told_;
+    std::vector<std::string> lines_;
+    std::string last_;
+};
+
+class DaServerMgtSubscriptionsTest : public ApiFixture {
+protected:
+    DaServerMgtSubscriptionsTest() {
+        server.add_DataChanged(
+            [story = story](std::int32_t subscription, bool, bool, const std::vector<ItemValueCallback>& changed) {
+                story->tell(subscription, changed);
+            });
+    }
+
+    ReturnCode subscribe(std::initializer_list<ItemIdentifier> list, bool active = true,
+                         std::int32_t updateRate = 100) {
+        items = list;
+        return server.Subscribe(kClientSubscription, active, updateRate, revised, 0, items, handle);
+    }
+    ReturnCode add(std::initializer_list<ItemIdentifier> list) {
+        items = list;
+        return server.SubscriptionAddItems(handle, items);
+    }
+
+    // A handler that still runs when the test is over needs it.
+    const std::shared_ptr<Story> story = std::make_shared<Story>();
+    NullableArray<ItemIdentifier> items;
+    std::int32_t revised = 0;
+    std::int32_t handle = 0;
+};
+
+// ---- Arguments -----------------------------------------------------------------------------------
+
+TEST_F(DaServerMgtSubscriptionsTest, BadArgumentsAreRefusedInTheirOrderBeforeTheServerIsAsked) {
+    constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+    NullableArray<ItemIdentifier> null;
+    NullableArray<ItemIdentifier> empty = std::vector<ItemIdentifier>();
+    NullableArray<ItemIdentifier> good = {item("x")};
+    const auto subscribe = [&](NullableArray<ItemIdentifier>& list, std::int32_t rate, float deadband) {
+        return std::function<void()>(
+            [&, rate, deadband] { server.Subscribe(1, true, rate, revised, deadband, list, handle); });
+    };
+    const std::string kNull = "itemIdentifiers: Value must not be null.";
+    const std::string kEmpty = "itemIdentifiers: Array must not be empty.";
+    const std::string kRate = "updateRate: The value must be positive.";
+    const std::string kDeadband = "deadband: The value must be between 0 and 100.";
+    const struct {
+        std::function<void()> call;
+        std::string refusal;  // none: the call gets as far as finding out that there is no connection
+    } table[] = {
+        {subscribe(null, -1, -1), kNull},
+        {subscribe(empty, -1, -1), kEmpty},
+        {subscribe(good, -1, -1), kRate},
+        {subscribe(good, 0, -0.01f), kDeadband},
+        {subscribe(good, 0, 100.01f), kDeadband},
+        {subscribe(good, 0, 100), ""},
+        {subscribe(good, 0, kNan), ""},
+        {[&] { server.SubscriptionModify(1, 100.01); }, kDeadband},
+        {[&] { server.SubscriptionModify(1, -1.0f); }, kDeadband},
+        {[&] { server.SubscriptionModify(1, 1e300); }, kDeadband},
+        {[&] { server.SubscriptionModify(1, -std::numeric_limits<double>::infinity()); }, kDeadband},
+        {[&] { server.SubscriptionModify(1, 100.0); }, ""},
+        {[&] { server.SubscriptionModify(1, 100.000000001); }, ""},
+        {[&] { server.SubscriptionModify(1, std::numeric_limits<double>::quiet_NaN()); }, ""},
+        {[&] { server.SubscriptionModify(1, -1, revised); }, kRate},
+        {[&] { server.SubscriptionModify(1, true, -1, revised, -1); }, kRate},
+        {[&] { server.SubscriptionModify(1, true, 0, revised, 100.01f); }, kDeadband},
+        {[&] { server.SubscriptionAddItems(1, null); }, kNull},
+        {[&] { server.SubscriptionAddItems(1, empty); }, kEmpty},
+        {[&] { server.SubscriptionRemoveItems(1, null); }, kNull},
+        {[&] { server.SubscriptionRemoveItems(1, empty); }, kEmpty},
+    };
+    for (const auto& expected : table) {
+        SCOPED_TRACE(&expected - table);
+        if (expected.refusal.empty()) {
+            EXPECT_EQ(opcCodeOf(expected.call), E_FAIL);
+            continue;
+        }
+        const auto refused = thrownBy<ArgumentException>(expected.call);
+        EXPECT_EQ(toUtf8(refused.ParamName()) + ": " + toUtf8(refused.Message()), expected.refusal);
+    }
+}
+
+TEST_F(DaServerMgtSubscriptionsTest, HandlesThatNameNoSubscriptionAreTheEnginesToRefuse) {
+    connect();
+    subscribe({item("Constant.Int32")});
+    server.SubscriptionCancel(handle);
+    const struct {
+        std::int32_t handle;
+        std::int32_t code;
+    } table[] = {{handle, hresult(0x80070057u)}, {4711, hresult(0xC0040001u)}, {-1, hresult(0xC0040001u)}};
+    for (const auto& unknown : table) {
+        SCOPED_TRACE(unknown.handle);
+        EXPECT_EQ(opcCodeOf([&] { server.SubscriptionModify(unknown.handle, 1.0); }), unknown.code);
+        EXPECT_EQ(opcCodeOf([&] { server.SubscriptionModify(unknown.handle, true); }), unknown.code);
+        EXPECT_EQ(opcCodeOf([&] { server.SubscriptionAddItems(unknown.handle, items); }), unknown.code);
+        EXPECT_EQ(opcCodeOf([&] { server.SubscriptionRemoveItems(unknown.handle, items); }), unknown.code);
+        EXPECT_EQ(opcCodeOf([&] { server.SubscriptionCancel(unknown.handle); }), unknown.code);
+    }
+    EXPECT_TRUE(trace.hasInOrder({"==> MCPP::DaServerMgt::SubscriptionCancel",
+                                  "<== MCPP::DaServerMgt::SubscriptionCancel [hr=0x0]",
+                                  "==> MCPP::DaServerMgt::SubscriptionModify",
+                                  "EXC MCPP::DaServerMgt::HandleHResult throwing Exception for HRESULT 0x80070057 "}));
+}
+
+// ---- Subscribing ---------------------------------------------------------------------------------
+
+TEST_F(DaServerMgtSubscriptionsTest, ChangesComeWithTheApplicationsOwnHandlesAndItemsTellTheirResults) {
+    sim.execute("deliver inside");
+    connect();
+    EXPECT_EQ(subscribe({item("Constant.Int32", "one"), item("No.Such.Item", "lost"), item("Constant.Double", 2)}),
+              ReturnCode::ITEMERROR);
+    EXPECT_EQ(story->next(), "70: one=-320000 2=-2.25");
+    EXPECT_EQ(revised, 100);
+    EXPECT_EQ(items[0].ResultID(), ResultID::WIN_S_OK);
+    EXPECT_EQ(items[0].DataType(), Type::of<std::int32_t>());
+    EXPECT_NE(items[0].ServerHandle(), 0);
+    EXPECT_EQ(items[1].ResultID(), ResultID::OPC_E_UNKNOWNITEMID);
+    EXPECT_EQ(items[1].ServerHandle(), 0);
+    EXPECT_TRUE(trace.hasInOrder({"==> MCPP::DaServerMgt::Subscribe", "==> MCPP::DaServerMgt::SubscriptionModify",
+                                  "==> MCPP::DaServerMgt::DataChanged", "CALL MCPP::DaServerMgt::m_DataChanged->Invoke",
+                                  "DONE MCPP::DaServerMgt::m_DataChanged->Invoke", "<== MCPP::DaServerMgt::DataChanged",
+                                  "<== MCPP::DaServerMgt::SubscribtionModify [hr=0x0]",
+                                  "<== MCPP::DaServerMgt::Subscribe [hr=0x1]"}))
+        << trace.dump();
+}
+
+TEST_F(DaServerMgtSubscriptionsTest, InternalHandlesStartAtZeroAreReusedAndGoOnAfterReconnecting) {
+    const auto internalHandles = [&] {
+        std::string handles;
+        for (const std::string& line : sim.journal("IOPCServer::AddGroup")) {
+            if (line.find("name=Main") == std::string::npos) handles += line[line.find("client=") + 7];
+        }
+        sim.clearJournal();
+        return handles;
+    };
+    connect();
+    subscribe({item("Constant.Int32")});
+    const std::int32_t first = handle;
+    subscribe({item("Constant.Int32")});
+    server.SubscriptionCancel(first);
+    subscribe({item("Constant.Int32")});
+    EXPECT_EQ(internalHandles(), "010");
+
+    sim.fault("IOPCServer::AddGroup", E_FAIL, 1);
+    EXPECT_EQ(opcCodeOf([&] { subscribe({item("Constant.Int32")}); }), E_FAIL);
+    server.Disconnect();
+    connect();
+    subscribe({item("Constant.Int32")});
+    EXPECT_EQ(internalHandles(), "23") << "neither a failure nor a disconnect gives a handle back";
+}
+
+TEST_F(DaServerMgtSubscriptionsTest, ARateThatTheServerRevisesIsToldUnlessAnItemIsRefused) {
+    connect();
+    EXPECT_EQ(subscribe({item("Constant.Int32")}, true, 1), ReturnCode::UNSUPPORTEDUPDATERATE);
+    EXPECT_EQ(revised, 10);
+    EXPECT_EQ(subscribe({item("No.Such.Item")}, true, 1), ReturnCode::ITEMERROR);
+    EXPECT_EQ(revised, 10);
+
+    revised = 0;
+    EXPECT_EQ(server.SubscriptionModify(handle, 1, revised), ReturnCode::UNSUPPORTEDUPDATERATE);
+    EXPECT_EQ(revised, 10);
+    EXPECT_EQ(server.SubscriptionModify(handle, 250, revised), ReturnCode::SUCCEEDED);
+    EXPECT_EQ(revised, 250);
+    EXPECT_EQ(server.SubscriptionModify(handle, true, 2, revised, 5), ReturnCode::UNSUPPORTEDUPDATERATE);
+    EXPECT_EQ(revised, 10);
+}
+
+TEST_F(DaServerMgtSubscriptionsTest, ASubscriptionThatIsNotActivatedStaysInactiveAndCanBeUsed) {
+    connect();
+    sim.fault("IOPCGroupStateMgt::SetState", E_OUTOFMEMORY);
+    EXPECT_THROW(subscribe({item("Constant.Int32", "one")}), Exception);
+    sim.reset();
+    EXPECT_TRUE(story->isEmpty());
+    EXPECT_EQ(server.SubscriptionModify(handle, true), ReturnCode::SUCCEEDED);
+    EXPECT_EQ(story->next(), "70: one=-320000");
+}
+
+// ---- Changing a subscription ---------------------------------------------------------------------
+
+TEST_F(DaServerMgtSubscriptionsTest, EveryModifyChangesWhatItsArgumentsName) {
+    connect();
+    subscribe({item("Constant.Int32", "one")}, false);
+    sim.clearJournal();
+    EXPECT_EQ(server.SubscriptionModify(handle, 2.5), ReturnCode::SUCCEEDED);
+    EXPECT_EQ(server.SubscriptionModify(handle, 3.5f), ReturnCode::SUCCEEDED);
+    EXPECT_EQ(server.SubscriptionModify(handle, 300, revised), ReturnCode::SUCCEEDED);
+    EXPECT_EQ(server.SubscriptionModify(handle, true), ReturnCode::SUCCEEDED);
+    EXPECT_EQ(server.SubscriptionModify(handle, false, 400, revised, 4.5), ReturnCode::SUCCEEDED);
+    EXPECT_THAT(
+        sim.journal("IOPCGroupStateMgt::SetState"),
+        ElementsAre(HasSubstr("deadband=2.5"), HasSubstr("deadband=3.5"), HasSubstr("rate=300"), HasSubstr("active=1"),
+                    AllOf(HasSubstr("active=0"), HasSubstr("rate=400"), HasSubstr("deadband=4.5"))));
+}
+
+TEST_F(DaServerMgtSubscriptionsTest, ItemsAreAddedWithTheirHandlesAndRemoved) {
+    connect();
+    subscribe({item("Constant.Int32", "one")});
+    EXPECT_EQ(story->next(), "70: one=-320000");
+    EXPECT_EQ(add({item("Constant.Double", "two"), item("No.Such.Item", "lost")}), ReturnCode::ITEMERROR);
+    EXPECT_EQ(items[0].ResultID(), ResultID::WIN_S_OK);
+    EXPECT_EQ(items[0].DataType(), Type::of<double>());
+    EXPECT_EQ(items[1].ResultID(), ResultID::OPC_E_UNKNOWNITEMID);
+    EXPECT_EQ(story->next(), "70: two=-2.25");
+
+    NullableArray<ItemIdentifier> removed = {item("Constant.Double"), item("Never.Added")};
+    EXPECT_EQ(server.SubscriptionRemoveItems(handle, removed), ReturnCode::ITEMERROR);
+    EXPECT_EQ(removed[0].ResultID(), ResultID::WIN_S_OK);
+    EXPECT_LT(removed[1].ResultID().Code(), 0);
+    removed = {item("Constant.Int32")};
+    EXPECT_EQ(server.SubscriptionRemoveItems(handle, removed), ReturnCode::SUCCEEDED);
+    EXPECT_EQ(sim.counts()["items"], 0);
+    EXPECT_TRUE(trace.hasInOrder(
+        {"==> MCPP::DaServerMgt::SubscritpionAddItems", "<== MCPP::DaServerMgt::SubscribtionAddItems [hr=0x1]",
+         "==> MCPP::DaServerMgt::SubscritpionRemoveItems", "<== MCPP::DaServerMgt::SubscribtionRemoveItems [hr=0x1]"}));
+}
+
+TEST_F(DaServerMgtSubscriptionsTest, ASubscriptionThatTheServerDoesNotEndIsForgottenAllTheSame) {
+    connect();
+    subscribe({item("Constant.Int32", "one")}, false);
+    sim.fault("IOPCServer::RemoveGroup", E_FAIL);
+    EXPECT_EQ(opcCodeOf([&] { server.SubscriptionCancel(handle); }), E_FAIL);
+    EXPECT_EQ(opcCodeOf([&] { add({item("Constant.Double")}); }), E_FAIL);
+    sim.clearJournal();
+    subscribe({item("Constant.Double", "two")});
+    EXPECT_THAT(sim.journal("IOPCServer::AddGroup"), ElementsAre(HasSubstr("client=0 ")));
+    EXPECT_EQ(story->next(), "70: two=-2.25");
+}
+
+// ---- Handlers ------------------------------------------------------------------------------------
+
+TEST_F(DaServerMgtSubscriptionsTest, AHandlerThatThrowsStopsTheLaterOnesOfThatEventOnly) {
+    connect();
+    server.add_DataChanged([](std::int32_t, bool, bool, const std::vector<ItemValueCallback>& changed) {
+        if (changed[0].ClientHandle() == Object("one")) throw std::runtime_error("the application's own trouble");
+    });
+    const auto last = server.add_DataChanged(
+        [story = story](std::int32_t, bool, bool, const std::vector<ItemValueCallback>&) { story->tell("last"); });
+    subscribe({item("Constant.Int32", "one")});
+    EXPECT_EQ(story->next(), "70: one=-320000");
+    add({item("Constant.Double", "two")});
+    EXPECT_EQ(story->next(), "70: two=-2.25");
+    EXPECT_EQ(story->next(), "last");
+    server.remove_DataChanged(last);
+    add({item("Constant.Boolean", "three")});
+    EXPECT_EQ(story->next(), "70: three=true");
+    server.SubscriptionCancel(handle);
+    EXPECT_TRUE(story->isEmpty());
+}
+
+TEST_F(DaServerMgtSubscriptionsTest, AHandlerMaySubscribeCancelAndDisconnect) {
+    connect();
+    const auto firstHandle = std::make_shared<std::promise<std::int32_t>>();
+    server.add_DataChanged([&connection = server, firstHandle, story = story](std::int32_t subscription, bool, bool,
+                                                                              const std::vector<ItemValueCallback>&) {
+        if (subscription != kClientSubscription) {
+            connection.Disconnect();
+            return story->tell("done");
+        }
+        connection.SubscriptionCancel(firstHandle->get_future().get());
+        NullableArray<ItemIdentifier> others = {item("Constant.Double", "two")};
+        std::int32_t rate = 0;
+        std::int32_t second = 0;
+        connection.Subscribe(71, true, 100, rate, 0, others, second);
+    });
+    subscribe({item("Constant.Int32", "one")});
+    firstHandle->set_value(handle);
+    EXPECT_EQ(story->next(), "70: one=-320000");
+    EXPECT_EQ(story->next(), "71: two=-2.25");
+    EXPECT_EQ(story->next(), "done");
+    EXPECT_FALSE(server.IsConnected());
+}
+
+TEST_F(DaServerMgtSubscriptionsTest, AHandlerThatStillRunsOutlivesTheConnectionsObject) {
+    auto mortal = std::make_unique<DaServerMgt>();
+    std::promise<void> leave;
+    mortal->add_DataChanged([story = story, mayLeave = leave.get_future().share()](
+                                std::int32_t, bool, bool, const std::vector<ItemValueCallback>&) {
+        story->tell("entered");
+        mayLeave.wait();
+        story->tell("leaving");
+    });
+    mortal->add_DataChanged(
+        [story = story](std::int32_t subscription, bool, bool, const std::vector<ItemValueCallback>& changed) {
+            story->tell(subscription, changed);
+        });
+    mortal->Connect(kUrl, 7, &info, connectFailed);
+    items = {item("Constant.Int32", "one")};
+    mortal->Subscribe(1, true, 100, revised, 0, items, handle);
+    EXPECT_EQ(story->next(), "entered");
+    mortal.reset();
+    leave.set_value();
+    EXPECT_EQ(story->next(), "leaving");
+    EXPECT_EQ(story->next(), "1: one=-320000");
+}
+
+TEST_F(DaServerMgtSubscriptionsTest, ALossIsToldAndTheSubscriptionComesBackWithItsHandles) {
+    const Testing::FastClock clock(100);
+    DaServerMgt watched;
+    watched.add_ServerStateChanged([story = story](std::int32_t connection, State state) {
+        story->tell(std::to_string(connection) + ": state " + std::to_string(static_cast<int>(state)));
+    });
+    watched.add_DataChanged(
+        [story = story](std::int32_t subscription, bool, bool, const std::vector<ItemValueCallback>& list) {
+            story->tell(subscription, list);
+        });
+    watched.Connect(kUrl, 9, &info, connectFailed);
+    items = {item("Constant.Int32", "one")};
+    watched.Subscribe(kClientSubscription, true, 100, revised, 0, items, handle);
+    EXPECT_EQ(story->next(), "9: state 4");
+    EXPECT_EQ(story->next(), "70: one=-320000");
+
+    sim.execute("dead");
+    EXPECT_EQ(story->next(), "9: state 3");
+    EXPECT_EQ(story->next(), "70: one=bad");
+    EXPECT_EQ(watched.ServerState(), State::ERRORWATCHDOG);
+    EXPECT_TRUE(watched.IsConnected());
+    EXPECT_EQ(watched.SubscriptionModify(handle, 2.5), ReturnCode::SUCCEEDED);
+    EXPECT_EQ(watched.SubscriptionModify(handle, 200, revised), ReturnCode::UNSUPPORTEDUPDATERATE);
+
+    sim.execute("alive");
+    EXPECT_EQ(story->next(), "9: state 4");
+    EXPECT_EQ(story->next(), "70: one=-320000");
+}
+
+}  // namespace
+}  // namespace Korvex::OPC::OpcDaClient
