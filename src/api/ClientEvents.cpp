@@ -31,11 +31,6 @@ ServerState publicState(OpxOpc::ServerStatus status, ServerState before) {
     return before;
 }
 
-// The engine leaves the list of codes empty when all of them are 0.
-std::int32_t codeOf(const std::vector<std::int32_t>& errors, std::size_t i) {
-    return errors.empty() ? S_OK : errors.at(i);
-}
-
 // One changed item. The server's code counts where the change as a whole has one, else the conversion's.
 ItemValueCallback changedItem(const Object& clientHandle, const OpxItemValue& native, std::int32_t hrError,
                               std::int32_t code) {
@@ -59,7 +54,7 @@ std::vector<ItemValueCallback> changedItems(const std::vector<std::optional<Obje
         const std::optional<Object>& clientHandle = clientHandles.at(i);
         if (!clientHandle) continue;
         anyKnown = true;
-        items[i] = changedItem(*clientHandle, vVQT.at(i), hrError, codeOf(vErrors, i));
+        items[i] = changedItem(*clientHandle, vVQT.at(i), hrError, CodeOf(vErrors, i));
     }
     if (!anyKnown) items.clear();
     return items;
@@ -71,13 +66,23 @@ std::shared_ptr<CallbackWrapper> ClientEvents::makeCallback(const std::shared_pt
     auto callback = std::make_shared<CallbackWrapper>();
     callback->ConnectStateChange([events](const auto&... args) { events->OnServerStateChanged(args...); });
     callback->ConnectDataChange([events](const auto&... args) { events->OnDataChanged(args...); });
+    callback->ConnectReadComplete([events](const auto&... args) { events->OnReadCompleted(args...); });
+    callback->ConnectWriteComplete([events](const auto&... args) { events->OnWriteCompleted(args...); });
     return callback;
+}
+
+void ClientEvents::forgetHandles() {
+    subscriptions.clear();
+    reads.clear();
+    writes.clear();
 }
 
 void ClientEvents::clear() {
     m_DataChanged.clear();
     m_ServerStateChanged.clear();
-    subscriptions.clear();
+    m_ReadCompleted.clear();
+    m_WriteCompleted.clear();
+    forgetHandles();
 }
 
 void ClientEvents::OnServerStateChanged(std::uint32_t clientHandle, OpxOpc::ServerStatus status) {

@@ -83,7 +83,7 @@ void DaServerMgt::Connect(const NullableText& url, std::int32_t clientHandle, Co
         throw OPCException(ResultID(E_FAIL), OLESTR("The server is already connected."));
     }
     const auto native = d_->native();
-    d_->events->subscriptions.clear();
+    d_->events->forgetHandles();
     OpxServerConnectInfo info = nativeConnectInfo(connectInfo);
     const std::int32_t hr =
         native->m_OpxDaClient.connect(url.value(), info, static_cast<std::uint32_t>(clientHandle), native->m_Callback);
@@ -116,32 +116,6 @@ bool DaServerMgt::IsConnected() const noexcept {
 
 OpcDaClient::ServerState DaServerMgt::ServerState() const noexcept {
     return d_->events->m_ServerState;
-}
-
-std::uint64_t DaServerMgt::add_ServerStateChanged(ServerStateChangedEventHandler handler) {
-    const InterfaceScope trace("MCPP::DaServerMgt::add_ServerStateChanged");
-    const std::uint64_t token = d_->events->m_ServerStateChanged.add(std::move(handler));
-    trace.leave();
-    return token;
-}
-
-void DaServerMgt::remove_ServerStateChanged(std::uint64_t token) {
-    const InterfaceScope trace("MCPP::DaServerMgt::remove_ServerStateChanged");
-    d_->events->m_ServerStateChanged.remove(token);
-    trace.leave();
-}
-
-std::uint64_t DaServerMgt::add_DataChanged(DataChangedEventHandler handler) {
-    const InterfaceScope trace("MCPP::DaServerMgt::add_DataChanged");
-    const std::uint64_t token = d_->events->m_DataChanged.add(std::move(handler));
-    trace.leave();
-    return token;
-}
-
-void DaServerMgt::remove_DataChanged(std::uint64_t token) {
-    const InterfaceScope trace("MCPP::DaServerMgt::remove_DataChanged");
-    d_->events->m_DataChanged.remove(token);
-    trace.leave();
 }
 
 }  // namespace Korvex::OPC::OpcDaClient

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include <korvex/opc_da_client/Exceptions.h>
+
 #include "trace/LibT.h"
 #include "values/TypeConverter.h"
 
@@ -98,6 +100,19 @@ std::vector<ItemValue> ReadItemValues(const std::vector<OpxItemValue>& values, c
         allGood = allGood && itemValues[i].Quality()->IsGood();
     }
     return itemValues;
+}
+
+std::vector<OpxItemValue> CreateItemValueVector(const NullableArray<ItemValue>& itemValues) {
+    LibT::lInOut("==> MCPP::DaServerMgt::CreateItemValueVector");
+    if (itemValues.isNull()) throw NullReferenceException();
+    std::vector<OpxItemValue> values(itemValues.size());
+    for (std::size_t i = 0; i < values.size(); ++i) TypeConverter::toNative(itemValues[i].Value(), values[i].value);
+    LibT::lInOut("<== MCPP::DaServerMgt::CreateItemValueVector");
+    return values;
+}
+
+std::int32_t CodeOf(const std::vector<std::int32_t>& errors, std::size_t i) {
+    return errors.empty() ? S_OK : errors.at(i);
 }
 
 DateTime GetDateTimeFromFileTimeUtc(const FILETIME& fileTime) {

@@ -10,6 +10,7 @@
 #include <korvex/opc_da_client/DateTime.h>
 #include <korvex/opc_da_client/ItemIdentifier.h>
 #include <korvex/opc_da_client/ItemValue.h>
+#include <korvex/opc_da_client/NullableArray.h>
 #include <korvex/opc_da_client/ReturnCode.h>
 
 #include "com/com.h"
@@ -55,6 +56,13 @@ std::int32_t CopyItemValue(const OpxOpc::OpxItemValue& native, ItemValue& itemVa
 // the result of a conversion that fails. `allGood` becomes false when a quality is not good.
 std::vector<ItemValue> ReadItemValues(const std::vector<OpxOpc::OpxItemValue>& values, const ItemResults& results,
                                       std::vector<ItemIdentifier>& identifiers, bool& allGood);
+
+// The values as the engine takes them, without quality and time. One that is null, or has no native form,
+// is empty. Throws NullReferenceException for a null array.
+std::vector<OpxOpc::OpxItemValue> CreateItemValueVector(const NullableArray<ItemValue>& itemValues);
+
+// The code of item `i`; an empty list means that all of them are 0.
+std::int32_t CodeOf(const std::vector<std::int32_t>& errors, std::size_t i);
 
 // 100-ns units since 1601 UTC as a UTC time.
 DateTime GetDateTimeFromFileTimeUtc(const FILETIME& fileTime);

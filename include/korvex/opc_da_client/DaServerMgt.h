@@ -10,6 +10,7 @@
 #include <korvex/opc_da_client/ConnectInfo.h>
 #include <korvex/opc_da_client/Exceptions.h>
 #include <korvex/opc_da_client/ItemIdentifier.h>
+#include <korvex/opc_da_client/ItemResultCallback.h>
 #include <korvex/opc_da_client/ItemValue.h>
 #include <korvex/opc_da_client/ItemValueCallback.h>
 #include <korvex/opc_da_client/NullableArray.h>
@@ -46,6 +47,16 @@ public:
     using DataChangedEventHandler =
         std::function<void(std::int32_t clientSubscription, bool allQualitiesGood, bool noErrors,
                            const std::vector<ItemValueCallback>& itemValues)>;
+
+    // Takes the number that the application gave the read and its items; null where the read failed as a
+    // whole, which `noErrors` does not tell. An item's ResultID is the server's code.
+    using ReadCompletedEventHandler =
+        std::function<void(std::int32_t transactionHandle, bool allQualitiesGood, bool noErrors,
+                           const NullableArray<ItemValueCallback>& itemValues)>;
+
+    // The same for a write.
+    using WriteCompletedEventHandler = std::function<void(std::int32_t transactionHandle, bool noErrors,
+                                                          const NullableArray<ItemResultCallback>& itemResults)>;
 
     DaServerMgt();
     // Disposes.
@@ -84,6 +95,27 @@ public:
     // ("maxAge"), OPCException.
     ReturnCode Read(std::int32_t maxAge, NullableArray<ItemIdentifier>& itemIdentifiers,
                     NullableArray<ItemValue>& itemValues);
+
+    // Writes one value an item, converted to the item's type by the rules of the connection's locale; one
+    // that does not convert, and a null one for an item that takes none, are for the server to refuse.
+    // Quality and time of the values are not sent. Every identifier gets its ServerHandle, DataType and
+    // ResultID.
+    //
+    // Throws ArgumentNullException, ArgumentException ("itemIdentifiers"), NullReferenceException for null
+    // `itemValues`, OPCException, also for lists of different lengths.
+    ReturnCode Write(NullableArray<ItemIdentifier>& itemIdentifiers, const NullableArray<ItemValue>& itemValues);
+
+    // The same without waiting: ReadCompleted and WriteCompleted are raised with `transactionHandle`, a
+    // number of the application's choice, maybe before the method has returned. Add the handlers first: a
+    // completion that finds none leaves its call pending for ever. None comes for a call that throws, or
+    // whose items are all refused.
+    //
+    // Throw as above, OPCException also while the ServerState is not CONNECTED; ArgumentNullException and
+    // ArgumentException ("itemValues", "itemIdentifiers+itemValues") for values that do not fit the items.
+    ReturnCode ReadAsync(std::int32_t transactionHandle, std::int32_t maxAge,
+                         NullableArray<ItemIdentifier>& itemIdentifiers);
+    ReturnCode WriteAsync(std::int32_t transactionHandle, NullableArray<ItemIdentifier>& itemIdentifiers,
+                          const NullableArray<ItemValue>& itemValues);
 
     // Subscribes to items: DataChanged is raised with `clientSubscription`, a number of the application's
     // choice, when one of them changes. `updateRate` is the time between two events in milliseconds, from
@@ -135,6 +167,10 @@ public:
     void remove_ServerStateChanged(std::uint64_t token);
     std::uint64_t add_DataChanged(DataChangedEventHandler handler);
     void remove_DataChanged(std::uint64_t token);
+    std::uint64_t add_ReadCompleted(ReadCompletedEventHandler handler);
+    void remove_ReadCompleted(std::uint64_t token);
+    std::uint64_t add_WriteCompleted(WriteCompletedEventHandler handler);
+    void remove_WriteCompleted(std::uint64_t token);
 
     // Disconnects and frees everything but the object itself. Disposing twice is harmless. Afterwards
     // Disconnect finds no connection, and the methods that ask the server throw NullReferenceException.
