@@ -9,6 +9,7 @@
 
 #include "ReadCommand.h"
 #include "WatchCommand.h"
+#include "WriteCommand.h"
 #include "com/console.h"
 
 namespace Korvex::Tool {
@@ -22,6 +23,7 @@ int run(std::vector<std::string> arguments) {
         "look-up by ProgID. Exit status: 0 success, 1 an item failed, 2 usage, 3 the server failed.");
     const ReadCommand read(app);
     const WatchCommand watch(app);
+    const WriteCommand write(app);
 
     std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back
     try {
@@ -30,7 +32,9 @@ int run(std::vector<std::string> arguments) {
         return app.exit(error) == 0 ? kSuccess : kUsage;
     }
     const Output output{std::cout, std::cerr, Com::outputIsTerminal()};
-    return read.chosen() ? read.run(output) : watch.run(output);
+    if (read.chosen()) return read.run(output);
+    if (write.chosen()) return write.run(output);
+    return watch.run(output);
 }
 
 }  // namespace
