@@ -1,0 +1,138 @@
+// opcda write and opcda read beside one server.
+#include "tools/opcda/WriteCommand.h"
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include "tests/support/SimulationFixture.h"
+#include "tools/opcda/ReadCommand.h"
+
+namespace Korvex::Tool {
+namespace {
+
+constexpr const char* kUrl = "opcda://localhost/Korvex.Simulation.1/{6B0E7A52-3D1C-4F0A-9C4E-215B77D018E3}";
+
+struct Printed {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+template <typename Command>
+Printed run(const char* name, std::vector<std::string> arguments) {
+    CLI::App app;
+    const Command command(app);
+    arguments.insert(arguments.begin(), {name, kUrl});
+    std::reverse(arguments.begin(), arguments.end());
+    app.parse(arguments);
+    std::ostringstream out;
+    std::ostringstream err;
+    const int status = command.run({out, err, false});
+    return {status, out.str(), err.str()};
+}
+
+class WriteCommandTest : public ::testing::Test {
+protected:
+    WriteCommandTest() { server.reset(); }
+    ~WriteCommandTest() override { server.reset(); }
+
+    static Printed write(std::vector<std::string> arguments) {
+        return run<WriteCommand>("write", std::move(arguments));
+    }
+
+private:
+    const Testing::SimulationApartment apartment_{COINIT_MULTITHREADED};
+
+protected:
+    Testing::SimulationControl server;
+};
+
+TEST_F(WriteCommandTest, WhatIsWrittenIsReadAgain) {
+    const struct {
+        const char* item;
+        const char* value;
+        const char* json;
+    } rows[] = {
+        {"Register.Boolean", "true", "true"},
+        {"Register.Int8", "-8", "-8"},
+        {"Register.Int16", "-1600", "-1600"},
+        {"Register.Int32", "-320000", "-320000"},
+        {"Register.Int64", "-9007199254740993", "\"-9007199254740993\""},
+        {"Register.UInt8", "200", "200"},
+        {"Register.UInt16", "65535", "65535"},
+        {"Register.UInt32", "4294967295", "4294967295"},
+        {"Register.UInt64", "18446744073709551615", "\"18446744073709551615\""},
+        {"Register.Float", "1.5", "1.5"},
+        {"Register.Double", "-2.25e10", "-22500000000.0"},
+        {"Register.Currency", "12.3456", "\"12.3456\""},
+        {"Register.Date", "2024-02-29T12:30:15Z", "\"2024-02-29T12:30:15.000Z\""},
+        {"Register.String", "a=b|c", "\"a=b|c\""},
+        {"Register.Decimal", "12.5", "\"12.5\""},
+        {"Register.BooleanArray", "{true|false}", "[true,false]"},
+        {"Register.Int8Array", "{-1|2}", "[-1,2]"},
+        {"Register.Int16Array", "{-1|2}", "[-1,2]"},
+        {"Register.Int32Array", "{1|2|3}", "[1,2,3]"},
+        {"Register.Int64Array", "{-1|2}", "[-1,2]"},
+        {"Register.UInt8Array", "{0|255}", "[0,255]"},
+        {"Register.UInt16Array", "{1|2}", "[1,2]"},
+        {"Register.UInt32Array", "{1|2}", "[1,2]"},
+        {"Register.UInt64Array", "{1|2}", "[1,2]"},
+        {"Register.FloatArray", "{1.5|-2}", "[1.5,-2.0]"},
+        {"Register.DoubleArray", "{1.5|-2}", "[1.5,-2.0]"},
+        {"Register.CurrencyArray", "{1.5|2.25}", "[\"1.5\",\"2.25\"]"},
+        {"Register.DateArray", "{2024-02-29T12:30:00Z}", "[\"2024-02-29T12:30:00.000Z\"]"},
+        {"Register.StringArray", "{a|b c}", "[\"a\",\"b c\"]"},
+        {"Register.DecimalArray", "{1.5|2.25}", "[\"1.5\",\"2.25\"]"},
+        {"Register.VariantArray", "{a|b}", "[\"a\",\"b\"]"},
+    };
+    std::vector<std::string> assignments;
+    std::vector<std::string> names = {"--json"};
+    for (const auto& row : rows) {
+        assignments.push_back(std::string(row.item) + "=" + row.value);
+        names.push_back(row.item);
+    }
+    const Printed written = write(assignments);
+    EXPECT_EQ(written.status, kSuccess) << written.out << written.err;
+
+    const Printed read = run<ReadCommand>("read", names);
+    EXPECT_EQ(read.status, kSuccess) << read.out;
+    const auto answer = nlohmann::ordered_json::parse(read.out);
+    ASSERT_EQ(answer.size(), std::size(rows));
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        EXPECT_EQ(answer[i]["value"].dump(), rows[i].json) << rows[i].item;
+    }
+}
+
+TEST_F(WriteCommandTest, EveryRefusedItemIsNamedAndTheOthersAreWritten) {
+    const Printed printed =
+        write({"Register.Int32=7", "Access.ReadOnly=1", "No.Such.Item=x", "Analog.Level=500", "Access.WriteOnly=3"});
+    EXPECT_EQ(printed.status, kItemsFailed);
+    EXPECT_EQ(printed.err.find("opcda: Access.ReadOnly: OPC_E_BADRIGHTS: "), 0u) << printed.err;
+    EXPECT_NE(printed.err.find("\nopcda: No.Such.Item: OPC_E_UNKNOWNITEMID: "), std::string::npos) << printed.err;
+    EXPECT_EQ(printed.out.find("Analog.Level: OPC_S_CLAMP: "), 0u) << printed.out;
+    EXPECT_EQ(server.execute("written Register.Int32"), "3 7");
+    EXPECT_EQ(server.execute("written Access.WriteOnly"), "3 3");
+}
+
+TEST_F(WriteCommandTest, AValueThatIsNoneOfItsTypeWritesNothing) {
+    for (const char* assignment :
+         {"Register.Int32=x", "Register.Int8=200", "Register.Boolean=yes", "Register.Date=today",
+          "Register.Int32Array=1", "Register.Decimal=1,5", "Register.Int32", "=1"}) {
+        const Printed printed = write({"Register.UInt8=1", assignment});
+        EXPECT_EQ(printed.status, kUsage) << assignment;
+        EXPECT_FALSE(printed.err.empty()) << assignment;
+    }
+    EXPECT_EQ(write({"--type", "number", "Register.Int32=1"}).status, kUsage);
+    EXPECT_EQ(server.execute("written Register.UInt8"), "0 ");
+
+    EXPECT_EQ(write({"--type", "string", "Register.Int32=0012"}).status, kSuccess) << "the library converts it";
+    EXPECT_EQ(server.execute("written Register.Int32"), "3 12");
+}
+
+}  // namespace
+}  // namespace Korvex::Tool
