@@ -1,6 +1,6 @@
 #!/bin/sh
-# Reads an item of every kind with the tool, as a user would, and compares what it prints with
-# expected.json (without the times).
+# Uses the tool as a user would: reads an item of every kind and compares what is printed with
+# expected.json (without the times), and watches items.
 #   opcda_test.sh BIN-FOLDER [RUNNER]     RUNNER runs Windows programs
 set -eu
 here=$(cd "$(dirname "$0")" && pwd)
@@ -51,6 +51,41 @@ expect_status 2 read --max-age -1 "$url" Constant.Double
 expect_status 2
 expect_status 3 read opcda://localhost/No.Such.Server/{00000000-1111-2222-3333-444444444444} x
 expect_status 3 read http://localhost/x y
+
+# expect_line LINE [COUNT]: the last command has printed that line, times put as TIME and counts as N.
+expect_line() {
+    tr -d '\r' <"$work/out" | sed -E 's/[0-9]{4}-[0-9-]+T[0-9:.]+Z/TIME/; s/(Counter +)[1-9][0-9]* */\1N  /' >"$work/lines"
+    [ "$(grep -Fxc -- "$1" "$work/lines")" -ge "${2:-1}" ] || { echo "no line $1 in:"; cat "$work/lines"; exit 1; }
+}
+# expect_warning TEXT: the last command has said so on standard error.
+expect_warning() {
+    grep -Fq -- "$1" "$work/err" || { echo "no warning $1 in:"; cat "$work/err"; exit 1; }
+}
+
+expect_status 0 watch --rate 50 --count 3 "$url" Signal.Counter
+expect_line 'TIME  connected'
+expect_line 'TIME  Signal.Counter  N  OPC_QUALITY_GOOD' 3
+
+expect_status 1 watch --json --duration 1 "$url" Constant.Int32Array Quality.Bad Error.Read No.Such.Item
+expect_line '{"time":"TIME","state":"connected"}'
+expect_line '{"time":"TIME","item":"Constant.Int32Array","value":[-2147483648,-320000,2147483647],"type":"Int32[]","quality":"OPC_QUALITY_GOOD","result":"S_OK","code":0}'
+expect_line '{"time":"TIME","item":"Quality.Bad","value":42,"type":"Int32","quality":"OPC_QUALITY_BAD","result":"S_OK","code":0}'
+expect_line '{"time":"TIME","item":"No.Such.Item","result":"OPC_E_UNKNOWNITEMID","code":-1073479673}'
+expect_line '{"time":"TIME","state":"disconnected"}'
+
+expect_status 1 watch "$url" Nor.This.One No.Such
+expect_warning 'the server refused every item'
+expect_line 'TIME  No.Such       refused, OPC_E_UNKNOWNITEMID: The item ID is not defined in the server address space or no longer exists in the server address space.'
+
+expect_status 0 watch --rate 1 --deadband 100 --keep-alive 2000 --locale de --count 1 "$url" Constant.Double
+expect_warning 'the server looks every 10 ms'
+expect_line 'TIME  Constant.Double  -2.25                 OPC_QUALITY_GOOD'
+
+for bad in "--rate -1" "--deadband 101" "--count 0" "--duration 0" "--keep-alive 0"; do
+    # shellcheck disable=SC2086 # an option and its value
+    expect_status 2 watch $bad "$url" Constant.Double
+done
+expect_status 3 watch opcda://localhost/No.Such.Server/{00000000-1111-2222-3333-444444444444} x
 
 # Only this machine's registry files can be asked for a name without a server list of its own.
 [ -n "$runner" ] || expect_status 0 read opcda://localhost/Korvex.Simulation.1 Constant.Double

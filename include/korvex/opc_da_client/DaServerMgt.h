@@ -31,9 +31,10 @@ namespace Korvex::OPC::OpcDaClient {
 //
 // Methods may be called from any thread, also from inside a handler. Handlers are called on the
 // library's threads, on those that COM delivers callbacks on, and on the caller's from inside Connect
-// and Disconnect; a handler that blocks holds them up, and several may run at once. A handler that
-// throws keeps the later handlers of that event from being called, and nothing else. Do not destroy
-// the object from inside a handler.
+// and Disconnect; a handler that blocks holds them up, and several may run at once. One may still be
+// running when Disconnect or the destructor has returned: let handlers share what they need. A handler
+// that throws keeps the later handlers of that event from being called, and nothing else. Do not
+// destroy the object from inside a handler.
 class KORVEX_OPC_API DaServerMgt {
 public:
     // Takes the connection's `clientHandle` and its new state.
@@ -137,8 +138,10 @@ public:
                          std::int32_t& revisedUpdateRate, float deadband,
                          NullableArray<ItemIdentifier>& itemIdentifiers, std::int32_t& serverSubscription);
 
-    // Changes what a subscription was made with, and answers as Subscribe does. All of them throw
-    // OPCException for a handle that names no subscription.
+    // Change what a subscription was made with: deadband, rate, active state, or all of them; the ranges
+    // are Subscribe's. UNSUPPORTEDUPDATERATE: the rate is `revisedUpdateRate`, or it is noted for the time
+    // when the server can be reached again. Throw ArgumentOutOfRangeException ("updateRate", "deadband"),
+    // and OPCException, also for a handle that names no subscription.
     ReturnCode SubscriptionModify(std::int32_t serverSubscription, float deadband);
     ReturnCode SubscriptionModify(std::int32_t serverSubscription, double deadband);
     ReturnCode SubscriptionModify(std::int32_t serverSubscription, std::int32_t updateRate,
@@ -149,7 +152,7 @@ public:
 
     // Adds items to a subscription. ITEMERROR: an item is refused.
     // Throws ArgumentNullException, ArgumentException ("itemIdentifiers"), OPCException; for a subscription
-    // that the server failed to cancel KeyNotFoundException, when the items are added.
+    // that is cancelled meanwhile KeyNotFoundException.
     ReturnCode SubscriptionAddItems(std::int32_t serverSubscription, NullableArray<ItemIdentifier>& itemIdentifiers);
 
     // Removes items, named by the identifiers that subscribing or adding filled in, or by name and path.
