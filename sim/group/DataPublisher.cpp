@@ -70,7 +70,10 @@ void DataPublisher::publish(const GroupSettings& settings) {
 std::vector<Delivery> DataPublisher::changes(float deadband) {
     std::vector<Delivery> changed;
     std::map<OPCHANDLE, Sample> told;
-    for (const auto& [handle, item] : group_.items()) {
+    auto adding = group_.addingItems();
+    const auto items = group_.items();
+    adding.unlock();
+    for (const auto& [handle, item] : items) {
         if (!item.active) continue;
         Sample sample = group_.read(item, ReadSource::scan());
         auto known = told_.find(handle);

@@ -54,6 +54,8 @@ public:
     void remove();
     bool isRemoved() const noexcept { return removed_; }
 
+    // Held while items are added that a data change shall bring together.
+    [[nodiscard]] std::unique_lock<std::mutex> addingItems() { return std::unique_lock(addingItems_); }
     OPCHANDLE addItem(GroupItem item);
     bool removeItem(OPCHANDLE handle);
     std::optional<GroupItem> item(OPCHANDLE handle) const;
@@ -85,6 +87,7 @@ private:
     const std::weak_ptr<Server> server_;
     const OPCHANDLE handle_;
 
+    std::mutex addingItems_;
     mutable std::mutex mutex_;
     GroupSettings settings_;
     std::map<OPCHANDLE, GroupItem> items_;

@@ -1,7 +1,7 @@
 #include "sim/group/GroupStateFacet.h"
 
-#include "sim/group/GroupObject.h"
 #include "sim/Simulation.h"
+#include "sim/group/GroupObject.h"
 #include "sim/group/callbacks.h"
 #include "sim/server/Server.h"
 

@@ -60,11 +60,13 @@ HRESULT ItemMgtFacet::AddItems(DWORD count, OPCITEMDEF* definitions, OPCITEMRESU
     return serveGroup(
         "IOPCItemMgt::AddItems", note("count", count), outputs(array(results, count), array(errors, count)), [&] {
             const bool blobs = simulation().options.get().blobs;
+            auto adding = group().addingItems();
             const HRESULT result =
                 examineAll(count, definitions, results, errors, [&](GroupItem item, OPCITEMRESULT& added) {
                     added.hServer = group().addItem(std::move(item));
                     if (blobs && added.hServer % 2 != 0) addBlob(added);
                 });
+            adding.unlock();
             group().publisher().wake();
             return result;
         });

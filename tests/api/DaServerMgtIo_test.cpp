@@ -185,13 +185,16 @@ TEST_F(DaServerMgtIoTest, HandlesOfCompletedCallsAreReusedAndOthersStayTaken) {
     connect();
     items = {item("Constant.Int32")};
     server.ReadAsync(1, 0, items);  // nobody listens: never released
-    while (!trace.has("<== MCPP::DaServerMgt::ReadComplete")) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    const char* const kCompleted = "<== MCPP::DaServerMgt::ReadComplete";
+    while (!trace.has(kCompleted)) std::this_thread::yield();
     listen();
     sim.fault("IOPCAsyncIO2::Read", E_OUTOFMEMORY, 1);
     EXPECT_THROW(server.ReadAsync(2, 0, items), Exception);  // a failed call keeps its handle too
     for (int transaction = 3; transaction < 6; ++transaction) {
+        const std::size_t before = trace.count(kCompleted);
         server.ReadAsync(transaction, 0, items);
         EXPECT_EQ(completions.next().transaction, transaction);
+        while (trace.count(kCompleted) == before) std::this_thread::yield();  // the handle goes back last
     }
     EXPECT_EQ(trace.count("  TransactionHandle = 0"), 1u);
     EXPECT_EQ(trace.count("  TransactionHandle = 1"), 1u);
