@@ -7,8 +7,9 @@
 #include "com/ComCalls.h"
 #include "com/ComPtr.h"
 #include "com/opc_interfaces.h"
-#include "com/owners.h"
+#include "core/enumServers.h"
 #include "core/guarded.h"
+#include "core/serverList.h"
 #include "opc/ApartmentMode.h"
 #include "trace/TraceScope.h"
 
@@ -16,6 +17,9 @@ namespace OpxOpc {
 namespace {
 
 using Korvex::Com::ComPtr;
+
+const std::vector<ServerCategory> kAllCategories = {ServerCategory::OPCDA, ServerCategory::OPCDX, ServerCategory::OPCAE,
+                                                    ServerCategory::OPCHDA};
 
 // The living objects of this process.
 struct Instances {
@@ -45,35 +49,10 @@ void uninitializeCom(Instances& state) {
     state.comInitializedBy.reset();
 }
 
-HRESULT createServerList(const OpxString& host, ComPtr<IOPCServerList2>& list) {
-    COSERVERINFO server = {};
-    OpxString name = host;
-    server.pwszName = name.data();
-    const bool remote = !host.empty();
-    MULTI_QI wanted = {&IID_IOPCServerList2, nullptr, S_OK};
-    const HRESULT hr = Korvex::Com::comCalls().coCreateInstanceEx(
-        CLSID_OpcServerList, remote ? static_cast<DWORD>(CLSCTX_REMOTE_SERVER) : static_cast<DWORD>(CLSCTX_ALL),
-        remote ? &server : nullptr, 1, &wanted);
-    if (failed(hr)) return hr;
-    if (failed(wanted.hr)) return wanted.hr;
-    list = ComPtr<IOPCServerList2>::adopt(static_cast<IOPCServerList2*>(wanted.pItf));
-    return hr;
-}
-
-HRESULT textOf(const CLSID& clsid, OpxString& text) {
-    Korvex::Com::TaskString owned;
-    LPOLESTR raw = nullptr;
-    const HRESULT hr = StringFromCLSID(clsid, &raw);
-    owned.reset(raw);
-    if (succeeded(hr) && owned) text = owned.get();
-    return hr;
-}
-
 HRESULT resolve(const OpxString& host, const OpxString& progId, OpxString& clsidText) {
     ComPtr<IOPCServerList2> list;
     HRESULT hr = tracedCall("CoCreateInstanceEx", [&] { return createServerList(host, list); });
     if (failed(hr)) return hr;
-    if (!list) return E_NOINTERFACE;
     CLSID clsid = {};
     hr = tracedCall("IOPCServerList::CLSIDFromProgID", [&] { return list->CLSIDFromProgID(progId.c_str(), &clsid); });
     if (failed(hr)) return hr;
@@ -106,6 +85,17 @@ std::int32_t OpxCmnClient::clsidFromProgId(const OpxString& host, const OpxStrin
     const TraceScope trace("CmnClient::clsidFromProgId");
     LibT::lDetail("     IN: NodeName=%ls ProgID=%ls", host, progId);
     return trace.leave(guarded([&] { return resolve(host, progId, clsid); }));
+}
+
+std::int32_t OpxCmnClient::enumComServer(const OpxString& host, bool allCategories,
+                                         const std::vector<ServerCategory>& categories,
+                                         std::vector<OpxServerIdentifier>& servers) {
+    LibT::lInOut("--> CmnClient::enumComServer (node=%ls)", host);
+    servers.clear();
+    const HRESULT hr = guarded([&] { return enumServers(host, allCategories ? kAllCategories : categories, servers); });
+    if (failed(hr)) servers.clear();
+    LibT::lInOut("<-- CmnClient::enumComServer [hr=0x%lx]", hr);
+    return hr;
 }
 
 void OpxCmnClient::setTraceActive(bool active) {

@@ -8,6 +8,7 @@
 #include <korvex/opc_da_client/Exceptions.h>
 
 #include "ReadCommand.h"
+#include "ServersCommand.h"
 #include "WatchCommand.h"
 #include "WriteCommand.h"
 #include "com/console.h"
@@ -21,6 +22,7 @@ int run(std::vector<std::string> arguments) {
     app.footer(
         "URL: opcda://host/ProgID/{CLSID}; the host may be left out for this machine and the CLSID for a\n"
         "look-up by ProgID. Exit status: 0 success, 1 an item failed, 2 usage, 3 the server failed.");
+    const ServersCommand servers(app);
     const ReadCommand read(app);
     const WatchCommand watch(app);
     const WriteCommand write(app);
@@ -32,6 +34,7 @@ int run(std::vector<std::string> arguments) {
         return app.exit(error) == 0 ? kSuccess : kUsage;
     }
     const Output output{std::cout, std::cerr, Com::outputIsTerminal()};
+    if (servers.chosen()) return servers.run(output);
     if (read.chosen()) return read.run(output);
     if (write.chosen()) return write.run(output);
     return watch.run(output);

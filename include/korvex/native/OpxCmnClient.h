@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include <korvex/export.h>
+#include <korvex/native/OpxServerIdentifier.h>
 #include <korvex/native/OpxString.h>
 
 namespace OpxOpc {
@@ -20,6 +22,12 @@ public:
     // Asks the server list on `host` (empty: this machine) for the class identifier of `progId`;
     // `clsid` becomes its text with braces, and stays as it is on failure.
     std::int32_t clsidFromProgId(const OpxString& host, const OpxString& progId, OpxString& clsid);
+
+    // Lists the servers of `host` (empty: this machine) that belong to `categories`, in their order, or with
+    // `allCategories` to any of the four that COM has; one that belongs to several comes once for each.
+    // E_INVALIDARG for a category that is none. `servers` is empty on failure.
+    std::int32_t enumComServer(const OpxString& host, bool allCategories, const std::vector<ServerCategory>& categories,
+                               std::vector<OpxServerIdentifier>& servers);
 
     // Switches tracing on and off; connection events are traced either way.
     static void setTraceActive(bool active);
