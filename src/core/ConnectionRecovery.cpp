@@ -83,7 +83,10 @@ HRESULT DaServerComPrivate::internalDisconnect(bool shutdown) {
 }
 
 void DaServerComPrivate::reportLoss(ServerStatus why) {
-    if (state() == SERVERSTATUS_DISCONNECTED) return;
+    {
+        const std::lock_guard guard(lock);
+        if (serverState == SERVERSTATUS_DISCONNECTED || !callback) return;
+    }
     LibT::lIfCall("CALL DataCallback::ServerStatusChange");
     if (!report(why)) LibT::lError("Error: WatchDog::run - Error at calling DataCallback::ServerStatusChange");
     LibT::lIfCall("DONE DataCallback::ServerStatusChange");

@@ -5,6 +5,8 @@
 
 #include <korvex/native/OpxCmnClient.h>
 
+#include "core/guarded.h"
+#include "opc/ApartmentMode.h"
 #include "trace/LibT.h"
 
 namespace OpxOpc {
@@ -119,7 +121,11 @@ void DaServerComPrivate::begin(ServerStatus first) {
 
 void DaServerComPrivate::startWatchDog() {
     if (std::exchange(shutdownWhileConnecting_, false)) markLost(SERVERSTATUS_SHUTDOWN);
-    watchDog_->start(watchDog_);
+    const HRESULT hr = guarded([this] {
+        watchDog_->start(watchDog_);
+        return S_OK;
+    });
+    if (failed(hr)) LibT::lError("Error: DaServerCom::connect - Error at starting the watch-dog");
 }
 
 void DaServerComPrivate::abandonConnection() {
@@ -138,7 +144,8 @@ bool DaServerComPrivate::end(bool& wasConnected) {
     const std::lock_guard guard(lock);
     if (serverState == SERVERSTATUS_DISCONNECTED) return false;
     wasConnected = serverState == SERVERSTATUS_CONNECTED;
-    if (watchDog_) watchDog_->requestStop();
+    // Objects of a server may live in the watch-dog's apartment, which has to stand until they are gone.
+    if (watchDog_ && !ApartmentMode::isSingleThreaded()) watchDog_->requestStop();
     serverState = SERVERSTATUS_DISCONNECTED;
     lock.waitUntilQuiet();
     return true;
@@ -151,8 +158,8 @@ void DaServerComPrivate::closeConnection(bool wasConnected) {
     } catch (...) {
         LibT::lError("Error: DaServerCom::disconnect - Error at releasing server interfaces");
     }
-    if (watchDog_) watchDog_->wait();
-    watchDog_.reset();
+    const bool watchDogGoesLast = ApartmentMode::isSingleThreaded();
+    if (!watchDogGoesLast) stopWatchDog();
     try {
         if (wasConnected) {
             link.server->disconnectCallback();
@@ -166,8 +173,16 @@ void DaServerComPrivate::closeConnection(bool wasConnected) {
     } catch (...) {
         LibT::lError("Error: DaServerCom::disconnect - Error at releasing server interfaces");
     }
+    if (watchDogGoesLast) stopWatchDog();
     const std::lock_guard guard(lock);
     link = {};
+}
+
+void DaServerComPrivate::stopWatchDog() {
+    if (!watchDog_) return;
+    watchDog_->requestStop();
+    watchDog_->wait();
+    watchDog_.reset();
 }
 
 void DaServerComPrivate::removeSubscriptions(bool wasConnected) {

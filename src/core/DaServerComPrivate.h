@@ -99,6 +99,7 @@ private:
     HRESULT recover(DaGroupWrapper& subscription);
 
     void removeSubscriptions(bool wasConnected);
+    void stopWatchDog();
     void startTearDown(bool removeGroups, std::shared_ptr<DaServerMgt> server, TerminateOpcThread::Groups groups);
     bool report(ServerStatus status) noexcept;
 
