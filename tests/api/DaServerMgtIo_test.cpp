@@ -253,6 +253,17 @@ TEST_F(CompletionEventsTest, AReadThatFailedAsAWholeIsToldWithoutItemsWhichStayR
     EXPECT_TRUE(completions.next().isNull);
 }
 
+TEST_F(CompletionEventsTest, AnotherSuccessComesWithoutCodesAndMeansThatEveryItemSucceeded) {
+    constexpr std::int32_t kOtherSuccess = 0x00040404;
+    callback->ReadComplete(kCall, 0, kOtherSuccess, 2, {1, 2}, {good(1), good(2)}, {});
+    callback->WriteComplete(kCall, kOtherSuccess, 2, {1, 2}, {});
+    for (int i = 0; i < 2; ++i) {
+        const Completion told = completions.next();
+        EXPECT_TRUE(told.noErrors);
+        EXPECT_EQ(told.codes, (std::vector<std::int32_t>{S_OK, S_OK}));
+    }
+}
+
 TEST_F(CompletionEventsTest, AnUnknownCallOrItemRaisesNoEvent) {
     callback->ReadComplete(9, 0, 0, 1, {1}, {good(1)}, {});
     callback->WriteComplete(9, 0, 1, {1}, {});

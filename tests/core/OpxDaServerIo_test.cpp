@@ -98,6 +98,13 @@ TEST_F(DataAccessTest, EveryValueArrivesAsItsItemsType) {
         {OLESTR("Register.String"), valueOf(1.5), german, "8 1,5"},
         {OLESTR("Register.String"), valueOf(true), english, "8 True"},
         {OLESTR("Register.Boolean"), valueOf(OLESTR("true")), english, "11 -1"},
+        {OLESTR("Register.Date"), valueOf(OLESTR("3/1/2024 12:30:00")), english, "7 3/1/2024 12:30:00 PM"},
+        {OLESTR("Register.Date"), valueOf(OLESTR("1.3.2024 12:30:00")), german, "7 3/1/2024 12:30:00 PM"},
+        {OLESTR("Register.Date"), valueOf(OpxDate(1709296200, 0)), english, "7 3/1/2024 12:30:00 PM"},
+        {OLESTR("Register.Currency"), valueOf(OLESTR("1,234.5")), english, "6 1234.5"},
+        {OLESTR("Register.Currency"), valueOf(OLESTR("1.234,5")), german, "6 1234.5"},
+        {OLESTR("Register.Decimal"), valueOf(1.5), english, "6 1.5"},
+        {OLESTR("Register.Int8"), valueOf(std::int16_t{-128}), english, "16 -128"},
         {OLESTR("Register.Int32Array"), valueOf(listOf(VType::Int32, {1, 2, 3})), english, "8195 {1,2,3}"},
         {OLESTR("Register.Int32Array"), valueOf(listOf(VType::Double, {1.5, 2.0})), english, "8195 {2,2}"},
         {OLESTR("Register.Int32Array"), valueOf(OLESTR("{4|5}")), english, "8195 {4,5}"},
@@ -106,6 +113,11 @@ TEST_F(DataAccessTest, EveryValueArrivesAsItsItemsType) {
         {OLESTR("Register.FloatArray"), valueOf(listOf(VType::Double, {1.5})), french, "0 "},
         {OLESTR("Register.FloatArray"), valueOf(listOf(VType::Float, {1.5F})), german, "8196 {1.5}"},
         {OLESTR("Register.StringArray"), valueOf(listOf(VType::Double, {1.5})), german, "8200 {1.5}"},
+        {OLESTR("Register.BooleanArray"), valueOf(listOf(VType::Int32, {0, 1})), english, "8203 {0,-1}"},
+        {OLESTR("Register.CurrencyArray"), valueOf(listOf(VType::Double, {1.5})), german, "8198 {15}"},
+        {OLESTR("Register.DateArray"), valueOf(OLESTR("{3/1/2024|3/2/2024}")), english, "8199 {3/1/2024,3/2/2024}"},
+        {OLESTR("Register.DateArray"), valueOf(OLESTR("{no date}")), english, "0 "},
+        {OLESTR("Register.VariantArray"), valueOf(listOf(VType::Int32, {1, 2})), english, "8204 {1,2}"},
     };
     const OLECHAR* locale = nullptr;
     for (const auto& row : rows) {
