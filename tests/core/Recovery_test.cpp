@@ -61,9 +61,9 @@ public:
         return lines_;
     }
     // Waits until the story has gone on to `line` since the last such wait.
-    bool reaches(const std::string& line) {
+    ::testing::AssertionResult reaches(const std::string& line) {
         std::unique_lock guard(lock_);
-        return told_.wait_for(guard, 20s, [&] {
+        const bool reached = told_.wait_for(guard, 20s, [&] {
             for (std::size_t i = read_; i < lines_.size(); ++i) {
                 if (lines_[i] != line) continue;
                 read_ = i + 1;
@@ -71,6 +71,9 @@ public:
             }
             return false;
         });
+        if (reached) return ::testing::AssertionSuccess();
+        return ::testing::AssertionFailure()
+               << "waited for \"" << line << "\" after line " << read_ << " of " << ::testing::PrintToString(lines_);
     }
 
     void forget() {

@@ -3,7 +3,9 @@
 #include <charconv>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
+#include "com/ComCalls.h"
 #include "com/owners.h"
 #include "sim/ServerClass.h"
 
@@ -13,6 +15,33 @@ namespace {
 void require(HRESULT hr, const char* what) {
     if (failed(hr)) throw std::runtime_error(std::string(what) + " " + hex(hr));
 }
+
+// Creates the server in whichever apartment the calling thread has, as COM does with a class of both
+// models that is installed; a class object that is only registered serves the registering apartment.
+HRESULT createHere(REFCLSID clsid, DWORD context, COSERVERINFO* server, DWORD count, MULTI_QI* results) {
+    if (clsid != CLSID_KorvexSimulation) {
+        return Com::platformComCalls().coCreateInstanceEx(clsid, context, server, count, results);
+    }
+    Com::ComPtr<IClassFactory> factory;
+    HRESULT hr = Korvex::Simulation::getClassObject(clsid, IID_IClassFactory, factory.putVoid());
+    for (DWORD i = 0; succeeded(hr) && i < count; ++i) {
+        void* object = nullptr;
+        hr = results[i].hr = factory->CreateInstance(nullptr, *results[i].pIID, &object);
+        results[i].pItf = static_cast<IUnknown*>(object);
+    }
+    return hr;
+}
+
+class CreatedInEveryApartment {
+public:
+    CreatedInEveryApartment() : before_(std::exchange(Com::comCalls().coCreateInstanceEx, &createHere)) {}
+    ~CreatedInEveryApartment() { Com::comCalls().coCreateInstanceEx = before_; }
+    CreatedInEveryApartment(const CreatedInEveryApartment&) = delete;
+    CreatedInEveryApartment& operator=(const CreatedInEveryApartment&) = delete;
+
+private:
+    const decltype(Com::ComCalls::coCreateInstanceEx) before_;
+};
 
 }  // namespace
 
@@ -87,6 +116,7 @@ std::vector<std::string> SimulationControl::linesOf(const std::string& text) {
 }
 
 void SimulationFixture::inSingleThreadedApartment(const std::function<void()>& body) {
+    const CreatedInEveryApartment everywhere;
     std::thread([&] {
         const SimulationApartment apartment(COINIT_APARTMENTTHREADED);
         body();
