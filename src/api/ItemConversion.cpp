@@ -27,18 +27,6 @@ OpxItemIdentifier nativeIdentifier(const ItemIdentifier& identifier) {
     return item;
 }
 
-// A value that cannot be taken over is null; answers why it could not.
-std::int32_t convert(const OpxOpc::OpxVariant& value, Object& result) {
-    try {
-        result = TypeConverter::toPublic(value);
-        return S_OK;
-    } catch (const OpxOpc::OpxTypeConversionException&) {
-        return kTypeMismatch;
-    } catch (const ObjectConversionException&) {
-        return E_FAIL;
-    }
-}
-
 DateTime publicTime(const OpxOpc::OpxDate& time) {
     try {
         return GetDateTimeFromFileTimeUtc(time.toFileTime());
@@ -75,9 +63,20 @@ void CopyItemResults(const std::vector<OpxItemIdentifier>& items, const ItemResu
     }
 }
 
+std::int32_t ToPublicValue(const OpxOpc::OpxVariant& value, Object& result) {
+    try {
+        result = TypeConverter::toPublic(value);
+        return S_OK;
+    } catch (const OpxOpc::OpxTypeConversionException&) {
+        return kTypeMismatch;
+    } catch (const ObjectConversionException&) {
+        return E_FAIL;
+    }
+}
+
 std::int32_t CopyItemValue(const OpxItemValue& native, ItemValue& itemValue) {
     Object value;
-    const std::int32_t conversion = convert(native.value, value);
+    const std::int32_t conversion = ToPublicValue(native.value, value);
     itemValue.Value(std::move(value));
     itemValue.Quality(QualityID(native.quality));
     itemValue.TimeStamp(publicTime(native.timestamp));

@@ -48,8 +48,11 @@ private:
 void CopyItemResults(const std::vector<OpxOpc::OpxItemIdentifier>& items, const ItemResults& results,
                      std::vector<ItemIdentifier>& identifiers);
 
-// Fills in value, quality and time. Answers S_OK, or why the value is null: DISP_E_TYPEMISMATCH for one
-// that has no VARIANT, E_FAIL for one whose VARIANT has no form in the object API.
+// Answers S_OK, or why `result` is null: DISP_E_TYPEMISMATCH for a value that has no VARIANT, E_FAIL for
+// one whose VARIANT has no form in the object API.
+std::int32_t ToPublicValue(const OpxOpc::OpxVariant& value, Object& result);
+
+// Fills in value, quality and time; the answer is that of ToPublicValue.
 std::int32_t CopyItemValue(const OpxOpc::OpxItemValue& native, ItemValue& itemValue);
 
 // The values of `identifiers`: a default one where the item's result is not 0. An identifier gets

@@ -14,6 +14,7 @@ constexpr std::size_t kLongestRefusedUrl = 10;
 constexpr const char* kNotConnected = "[E_FAIL] - Server not connected";
 constexpr const char* kNoItems = "[E_FAIL] - Item list is empty";
 constexpr const char* kDifferentLengths = "[E_FAIL] - Item list has different length than value list";
+constexpr const char* kNoProperties = "[E_INVALIDARG] - No properties requested";
 constexpr const char* kInvalidDeadband = "[E_FAIL] - Deadband is invalid";
 
 // Two comparisons, so that not-a-number passes.
@@ -245,6 +246,37 @@ std::int32_t OpxDaServer::subscriptionCancel(std::uint32_t serverSubscription) {
     if (!engine) return trace.refuse(kNotConnected, E_FAIL);
     ParameterTrace::cancelInputs(serverSubscription);
     return trace.leave(engine->subscriptionCancel(serverSubscription));
+}
+
+// ---- Address space -------------------------------------------------------------------------------
+
+std::int32_t OpxDaServer::browse(const OpxString& itemName, const OpxString& itemPath, OpxString& continuationPoint,
+                                 std::uint32_t maxElementsReturned, BrowseFilter filter,
+                                 const std::vector<std::uint32_t>& propertyIds, bool returnAllProperties,
+                                 bool returnPropertyValues, std::vector<OpxBrowseElement>& elements,
+                                 bool* moreElements) {
+    const InterfaceScope trace("DaServer::browse");
+    const auto engine = d_->engine();
+    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
+    ParameterTrace::browseInputs(itemName, itemPath, continuationPoint, maxElementsReturned, filter,
+                                 {propertyIds, returnAllProperties, returnPropertyValues});
+    const HRESULT hr = engine->browse(itemName, itemPath, continuationPoint, maxElementsReturned, filter, propertyIds,
+                                      returnAllProperties, returnPropertyValues, elements, moreElements);
+    if (succeeded(hr)) ParameterTrace::browseOutputs(continuationPoint, moreElements, elements);
+    return trace.leave(hr);
+}
+
+std::int32_t OpxDaServer::getProperties(const std::vector<OpxItemIdentifier>& items,
+                                        const std::vector<std::uint32_t>& propertyIds, bool returnAllProperties,
+                                        bool returnPropertyValues, std::vector<OpxItemProperties>& results) {
+    const InterfaceScope trace("DaServer::getProperties");
+    const auto engine = d_->engine();
+    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
+    if (propertyIds.empty() && !returnAllProperties) return trace.refuse(kNoProperties, E_INVALIDARG);
+    ParameterTrace::getPropertiesInputs(items, {propertyIds, returnAllProperties, returnPropertyValues});
+    const HRESULT hr = engine->getProperties(items, propertyIds, returnAllProperties, returnPropertyValues, results);
+    if (succeeded(hr)) ParameterTrace::getPropertiesOutputs(items, results);
+    return trace.leave(hr);
 }
 
 }  // namespace OpxOpc

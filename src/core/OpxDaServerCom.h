@@ -43,6 +43,14 @@ public:
                                     std::vector<std::int32_t>& errors) override;
     HRESULT subscriptionCancel(std::uint32_t serverSubscription) override;
 
+    HRESULT browse(const OpxString& itemName, const OpxString& itemPath, OpxString& continuationPoint,
+                   std::uint32_t maxElementsReturned, BrowseFilter filter,
+                   const std::vector<std::uint32_t>& propertyIds, bool returnAllProperties, bool returnPropertyValues,
+                   std::vector<OpxBrowseElement>& elements, bool* moreElements) override;
+    HRESULT getProperties(const std::vector<OpxItemIdentifier>& items, const std::vector<std::uint32_t>& propertyIds,
+                          bool returnAllProperties, bool returnPropertyValues,
+                          std::vector<OpxItemProperties>& results) override;
+
 private:
     std::shared_ptr<DaServerComPrivate> d_;  // shared with its watch-dog, which may be calling this
 };

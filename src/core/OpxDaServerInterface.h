@@ -5,8 +5,10 @@
 #include <memory>
 #include <vector>
 
+#include <korvex/native/OpxBrowseElement.h>
 #include <korvex/native/OpxDataCallback.h>
 #include <korvex/native/OpxItemIdentifier.h>
+#include <korvex/native/OpxItemProperties.h>
 #include <korvex/native/OpxItemValue.h>
 #include <korvex/native/OpxServerConnectInfo.h>
 
@@ -49,6 +51,14 @@ public:
                                             const std::vector<OpxItemIdentifier>& items,
                                             std::vector<std::int32_t>& errors) = 0;
     virtual HRESULT subscriptionCancel(std::uint32_t serverSubscription) = 0;
+
+    virtual HRESULT browse(const OpxString& itemName, const OpxString& itemPath, OpxString& continuationPoint,
+                           std::uint32_t maxElementsReturned, BrowseFilter filter,
+                           const std::vector<std::uint32_t>& propertyIds, bool returnAllProperties,
+                           bool returnPropertyValues, std::vector<OpxBrowseElement>& elements, bool* moreElements) = 0;
+    virtual HRESULT getProperties(const std::vector<OpxItemIdentifier>& items,
+                                  const std::vector<std::uint32_t>& propertyIds, bool returnAllProperties,
+                                  bool returnPropertyValues, std::vector<OpxItemProperties>& results) = 0;
 };
 
 }  // namespace OpxOpc

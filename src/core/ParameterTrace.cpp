@@ -55,6 +55,25 @@ void activeFlag(bool active) {
         LibT::lDetail("  Active = false");
 }
 
+void propertyRequest(const PropertyRequest& request) {
+    if (request.all)
+        LibT::lDetail("  ReturnAllProperties = true");
+    else
+        LibT::lDetail("  ReturnAllProperties = false");
+    if (request.values)
+        LibT::lDetail("  ReturnPropertyValues = true");
+    else
+        LibT::lDetail("  ReturnPropertyValues = false");
+    LibT::lDetail("  Requested PropertyID count = %d", request.ids.size());
+    for (std::size_t i = 0; i < request.ids.size(); ++i) {
+        LibT::lDetail("    ID[%d] PropertyID = %d", i, request.ids[i]);
+    }
+}
+
+OpxString truth(bool value) {
+    return value ? OLESTR("true") : OLESTR("false");
+}
+
 void addedItems(const std::vector<OpxItemIdentifier>& list, const std::vector<std::int32_t>& errors) {
     if (errors.empty()) LibT::lDetail("  No item errors");
     for (std::size_t i = 0; i < list.size(); ++i) {
@@ -190,6 +209,56 @@ void errorOutputs(const std::vector<OpxItemIdentifier>& list, const std::vector<
     LibT::lDetail("  OUT Parameters:");
     if (errors.empty()) LibT::lDetail("  No item errors");
     for (std::size_t i = 0; i < list.size(); ++i) itemError(i, list[i], errors);
+}
+
+void browseInputs(const OpxString& itemName, const OpxString& itemPath, const OpxString& continuationPoint,
+                  std::uint32_t maxElementsReturned, BrowseFilter filter, const PropertyRequest& properties) {
+    if (!LibT::detailWanted()) return;
+    LibT::lDetail("  IN Parameters:");
+    LibT::lDetail("  Item Name = %ls", itemName);
+    LibT::lDetail("  Item Path = %ls", itemPath);
+    LibT::lDetail("  Continuation Point = %ls", continuationPoint);
+    LibT::lDetail("  MaxElementsReturned = %d", maxElementsReturned);
+    LibT::lDetail("  browseFilter = %d", filter);
+    propertyRequest(properties);
+}
+
+void browseOutputs(const OpxString& continuationPoint, const bool* moreElements,
+                   const std::vector<OpxBrowseElement>& elements) {
+    if (!LibT::detailWanted()) return;
+    LibT::lDetail("  OUT Parameters:");
+    LibT::lDetail("  Continuation Point = %ls", continuationPoint);
+    if (moreElements && *moreElements)
+        LibT::lDetail("  MoreElements = true");
+    else
+        LibT::lDetail("  MoreElements = false");
+    LibT::lDetail("  Item count = %d", elements.size());
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        const OpxBrowseElement& element = elements[i];
+        LibT::lDetail("    Item[%d] name=%ls ItemName=%ls ItemPath=%ls isItem=%ls hasChildren=%ls", i, element.name,
+                      element.itemName, element.itemPath, truth(element.isItem), truth(element.hasChildren));
+    }
+}
+
+void getPropertiesInputs(const std::vector<OpxItemIdentifier>& list, const PropertyRequest& properties) {
+    if (!LibT::detailWanted()) return;
+    LibT::lDetail("  IN Parameters:");
+    items(list);
+    propertyRequest(properties);
+}
+
+void getPropertiesOutputs(const std::vector<OpxItemIdentifier>& list, const std::vector<OpxItemProperties>& results) {
+    if (!LibT::detailWanted()) return;
+    LibT::lDetail("  OUT Parameters:");
+    for (std::size_t i = 0; i < list.size() && i < results.size(); ++i) {
+        if (results[i].resultCode < 0) {
+            LibT::lDetail("    Item[%d] %ls %ls error=0x%lx", i, list[i].itemName, list[i].itemPath,
+                          results[i].resultCode);
+        } else {
+            LibT::lDetail("    Item[%d] %ls %ls Property count = %d", i, list[i].itemName, list[i].itemPath,
+                          results[i].properties.size());
+        }
+    }
 }
 
 void cancelInputs(std::uint32_t serverSubscription) {

@@ -9,6 +9,8 @@
 #include <korvex/native/OpxItemValue.h>
 #include <korvex/native/OpxServerConnectInfo.h>
 
+#include "opc/BrowseRequest.h"
+
 namespace OpxOpc::ParameterTrace {
 
 // Each does nothing unless detail lines are wanted.
@@ -39,6 +41,13 @@ void addItemsInputs(std::uint32_t serverSubscription, const std::vector<OpxItemI
 void removeItemsInputs(std::uint32_t serverSubscription, const std::vector<OpxItemIdentifier>& items);
 void itemOutputs(const std::vector<OpxItemIdentifier>& items, const std::vector<std::int32_t>& errors);
 void errorOutputs(const std::vector<OpxItemIdentifier>& items, const std::vector<std::int32_t>& errors);
+
+void browseInputs(const OpxString& itemName, const OpxString& itemPath, const OpxString& continuationPoint,
+                  std::uint32_t maxElementsReturned, BrowseFilter filter, const PropertyRequest& properties);
+void browseOutputs(const OpxString& continuationPoint, const bool* moreElements,
+                   const std::vector<OpxBrowseElement>& elements);
+void getPropertiesInputs(const std::vector<OpxItemIdentifier>& items, const PropertyRequest& properties);
+void getPropertiesOutputs(const std::vector<OpxItemIdentifier>& items, const std::vector<OpxItemProperties>& results);
 
 // Written whatever the level of detail.
 void cancelInputs(std::uint32_t serverSubscription);

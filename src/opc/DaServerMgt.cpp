@@ -270,4 +270,14 @@ HRESULT DaServerMgt::removeGroup(DaGroupMgt* group) {
     return scope.leave(hr);
 }
 
+HRESULT DaServerMgt::browse(const BrowseRequest& request, OpxString& continuationPoint,
+                            std::vector<OpxBrowseElement>& elements, bool& moreElements) {
+    return d_->browse(request, continuationPoint, elements, moreElements);
+}
+
+HRESULT DaServerMgt::getProperties(const std::vector<OpxItemIdentifier>& items, const PropertyRequest& request,
+                                   std::vector<OpxItemProperties>& results) {
+    return d_->getProperties(items, request, results);
+}
+
 }  // namespace OpxOpc

@@ -2,11 +2,14 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include <korvex/native/OpxDataCallback.h>
+#include <korvex/native/OpxItemIdentifier.h>
 #include <korvex/native/OpxString.h>
 
 #include "com/com.h"
+#include "opc/BrowseRequest.h"
 
 namespace OpxOpc {
 
@@ -64,6 +67,18 @@ public:
 
     // Leaves an added group to this object, which removes and deletes it when it disconnects.
     void attachGroup(std::unique_ptr<DaGroupMgt> group);
+
+    // Lists what lies below a branch, `maxElements` at a time: while the continuation point that comes back
+    // is not empty, go on with it. `moreElements` without one: the server has more, and cannot go on. S_FALSE
+    // when a property of an element could not be had, OPC_E_UNKNOWNITEMID for a branch that there is not,
+    // OPC_E_INVALIDCONTINUATIONPOINT for a point that is not of this browse, or used already. The lists
+    // are cleared first; on failure they stay empty, and the continuation point is unchanged.
+    HRESULT browse(const BrowseRequest& request, OpxString& continuationPoint, std::vector<OpxBrowseElement>& elements,
+                   bool& moreElements);
+
+    // The properties of each item. S_FALSE when one could not be had: its own code or its item's tells why.
+    HRESULT getProperties(const std::vector<OpxItemIdentifier>& items, const PropertyRequest& request,
+                          std::vector<OpxItemProperties>& results);
 
 private:
     std::unique_ptr<DaServerMgtPrivate> d_;

@@ -58,7 +58,7 @@ HRESULT DaServerMgtPrivate::keep(Found& found) {
     HRESULT hr = S_OK;
     if (ApartmentMode::isSingleThreaded() && !interfaceTable) hr = ApartmentMode::createInterfaceTable(interfaceTable);
     if (succeeded(hr)) hr = server.keep(interfaceTable.get(), std::move(found.server));
-    if (succeeded(hr)) hr = browse.keep(interfaceTable.get(), std::move(found.browse));
+    if (succeeded(hr)) hr = browseInterface.keep(interfaceTable.get(), std::move(found.browse));
     if (succeeded(hr)) hr = addressSpace.keep(interfaceTable.get(), std::move(found.addressSpace));
     if (succeeded(hr)) hr = itemProperties.keep(interfaceTable.get(), std::move(found.itemProperties));
     return hr;
@@ -67,6 +67,7 @@ HRESULT DaServerMgtPrivate::keep(Found& found) {
 HRESULT DaServerMgtPrivate::ReleaseOPCServerInterfaces() {
     const TraceScope scope("DaServerMgtPrivate::ReleaseOPCServerInterfaces");
     connected = false;
+    forgetAddressSpace();
 
     HRESULT hr = S_OK;
     IGlobalInterfaceTable* const table = interfaceTable.get();
@@ -74,9 +75,9 @@ HRESULT DaServerMgtPrivate::ReleaseOPCServerInterfaces() {
     if (table) {
         itemProperties.release(table, hr);
         addressSpace.release(table, hr);
-        browse.release(table, hr);
+        browseInterface.release(table, hr);
     } else {
-        browse.release(table, hr);
+        browseInterface.release(table, hr);
         addressSpace.release(table, hr);
         itemProperties.release(table, hr);
     }

@@ -3,10 +3,16 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
+#include <vector>
+
+#include <korvex/native/OpxItemIdentifier.h>
 
 #include "com/ComPtr.h"
 #include "com/opc_interfaces.h"
+#include "opc/AddressSpaceBrowser.h"
 #include "opc/ApartmentInterface.h"
+#include "opc/BrowseRequest.h"
 #include "opc/DaGroupMgt.h"
 #include "opc/OpxOPCShutdown.h"
 
@@ -30,6 +36,12 @@ struct DaServerMgtPrivate {
     // The server's connection point for shutdown requests, asked for once; empty on failure.
     BorrowedInterface<IConnectionPoint> GetIConnectionPoint();
 
+    // What DaServerMgt offers of these.
+    HRESULT browse(const BrowseRequest& request, OpxString& continuationPoint, std::vector<OpxBrowseElement>& elements,
+                   bool& moreElements);
+    HRESULT getProperties(const std::vector<OpxItemIdentifier>& items, const PropertyRequest& request,
+                          std::vector<OpxItemProperties>& results);
+
     std::unique_ptr<DaGroupMgt> defaultGroup;
     OPCNAMESPACETYPE browseOrganization = OPC_NS_HIERARCHIAL;
     std::atomic<bool> connected = false;
@@ -41,16 +53,26 @@ struct DaServerMgtPrivate {
     Korvex::Com::ComPtr<IGlobalInterfaceTable> interfaceTable;
 
     ApartmentInterface<IOPCServer> server;
-    ApartmentInterface<IOPCBrowse> browse;
+    ApartmentInterface<IOPCBrowse> browseInterface;
     ApartmentInterface<IOPCBrowseServerAddressSpace> addressSpace;
     ApartmentInterface<IOPCItemProperties> itemProperties;
     ApartmentInterface<IConnectionPoint> connectionPoint;
 
 private:
     struct Found;
+    HRESULT browseAddressSpace(const BrowseRequest& request, OpxString& continuationPoint,
+                               std::vector<OpxBrowseElement>& elements, bool& moreElements);
+    HRESULT queryProperties(const std::vector<OpxItemIdentifier>& items, const PropertyRequest& request,
+                            std::vector<OpxItemProperties>& results);
+    std::shared_ptr<AddressSpaceBrowser> addressSpaceBrowser();
+    void forgetAddressSpace();
+
     HRESULT queryBrowsing(Found& found);
     HRESULT keep(Found& found);
     HRESULT findShutdownPoint();
+
+    std::mutex browserLock_;  // held for moments only
+    std::shared_ptr<AddressSpaceBrowser> browser_;
 };
 
 }  // namespace OpxOpc

@@ -15,6 +15,22 @@ inline void clearTaskElement(OPCITEMSTATE& element) noexcept {
 inline void clearTaskElement(OPCITEMRESULT& element) noexcept {
     CoTaskMemFree(element.pBlob);
 }
+inline void clearTaskElement(OPCITEMPROPERTY& element) noexcept {
+    CoTaskMemFree(element.szItemID);
+    CoTaskMemFree(element.szDescription);
+    VariantClear(&element.vValue);
+}
+inline void clearTaskElement(OPCITEMPROPERTIES& element) noexcept {
+    for (DWORD i = 0; element.pItemProperties && i < element.dwNumProperties; ++i) {
+        clearTaskElement(element.pItemProperties[i]);
+    }
+    CoTaskMemFree(element.pItemProperties);
+}
+inline void clearTaskElement(OPCBROWSEELEMENT& element) noexcept {
+    CoTaskMemFree(element.szName);
+    CoTaskMemFree(element.szItemID);
+    clearTaskElement(element.ItemProperties);
+}
 
 namespace OpxOpc {
 

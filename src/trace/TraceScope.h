@@ -9,10 +9,9 @@
 namespace OpxOpc {
 
 // Entry and exit lines of one operation, by its name: "--> DaServerCom::connect" when it is made,
-// then exactly one of
+// then at most one of
 //   return scope.leave(hr)          "<-- DaServerCom::connect [hr=0x%lx]"
 //   return scope.refuse(text, hr)   "<-- DaServerCom::connect " followed by the text
-//   scope.leaveSilently()           no line
 // An operation that throws, or returns without either, writes no exit line.
 class TraceScope {
 public:

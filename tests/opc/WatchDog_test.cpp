@@ -23,9 +23,7 @@ public:
     ~InstantClock() override { replace(nullptr); }
 
     std::int64_t now() override { return time_; }
-    void wait(std::chrono::milliseconds duration, const StopFlag&) override {
-        time_ += duration.count() * scale;
-    }
+    void wait(std::chrono::milliseconds duration, const StopFlag&) override { time_ += duration.count() * scale; }
 
     int scale = 1;
     static constexpr std::int64_t kStart = 1'700'000'000'000;
@@ -123,12 +121,11 @@ TEST_F(WatchDogTest, BacksOffByAPeriodUpToTenAndStartsOverAfterASuccess) {
     int attempts = 0;
     connection->onProbe = [] { return E_FAIL; };
     connection->onReconnect = [&] { return ++attempts == 11 ? S_OK : E_FAIL; };
-    EXPECT_THAT(watch(2000, 19),
-                ElementsAre("2200 probe", "2400 drop", "2400 report 2", "2400 bad quality", "6400 reconnect",
-                            "12600 reconnect", "20800 reconnect", "31000 reconnect", "43200 reconnect",
-                            "57400 reconnect", "73600 reconnect", "91800 reconnect", "112000 reconnect",
-                            "132200 reconnect", "152400 reconnect", "154600 probe", "154800 drop",
-                            "154800 report 2", "154800 bad quality"));
+    EXPECT_THAT(watch(2000, 19), ElementsAre("2200 probe", "2400 drop", "2400 report 2", "2400 bad quality",
+                                             "6400 reconnect", "12600 reconnect", "20800 reconnect", "31000 reconnect",
+                                             "43200 reconnect", "57400 reconnect", "73600 reconnect", "91800 reconnect",
+                                             "112000 reconnect", "132200 reconnect", "152400 reconnect", "154600 probe",
+                                             "154800 drop", "154800 report 2", "154800 bad quality"));
 }
 
 TEST_F(WatchDogTest, WaitsAMinuteAfterARequestToLeaveAndFallsBackToTenPeriods) {

@@ -6,8 +6,10 @@
 #include <vector>
 
 #include <korvex/export.h>
+#include <korvex/native/OpxBrowseElement.h>
 #include <korvex/native/OpxDataCallback.h>
 #include <korvex/native/OpxItemIdentifier.h>
+#include <korvex/native/OpxItemProperties.h>
 #include <korvex/native/OpxItemValue.h>
 #include <korvex/native/OpxServerConnectInfo.h>
 
@@ -96,6 +98,27 @@ public:
 
     // Ends a subscription. When the server fails to, the handle stays valid, but nothing is delivered any more.
     std::int32_t subscriptionCancel(std::uint32_t serverSubscription);
+
+    // Lists what lies below the element `itemName` ("" is the root), at most `maxElementsReturned` elements,
+    // or as many as there are with 0: while the continuation point that comes back is not empty, call again
+    // with it; it is empty at first. `moreElements` without one: the server has more elements, and no way to
+    // go on. Items come with all their properties, or those of `propertyIds`. `itemPath` is not sent;
+    // `moreElements` may be null.
+    //
+    // S_FALSE: a property could not be had. OPC_E_UNKNOWNITEMID (0xC0040007): there is no such element.
+    // OPC_E_INVALIDCONTINUATIONPOINT (0xC0040403): the point is not of this browse, or was used before. E_FAIL:
+    // the server cannot be reached now. On failure there are no elements, and the point is unchanged.
+    std::int32_t browse(const OpxString& itemName, const OpxString& itemPath, OpxString& continuationPoint,
+                        std::uint32_t maxElementsReturned, BrowseFilter filter,
+                        const std::vector<std::uint32_t>& propertyIds, bool returnAllProperties,
+                        bool returnPropertyValues, std::vector<OpxBrowseElement>& elements, bool* moreElements);
+
+    // The properties of items, all or those of `propertyIds`: `results` gets one entry an item. S_FALSE: the
+    // codes in the results tell what could not be had. E_INVALIDARG for no items, and for no `propertyIds`
+    // without `returnAllProperties`.
+    std::int32_t getProperties(const std::vector<OpxItemIdentifier>& items,
+                               const std::vector<std::uint32_t>& propertyIds, bool returnAllProperties,
+                               bool returnPropertyValues, std::vector<OpxItemProperties>& results);
 
 private:
     struct Private;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <korvex/export.h>
+#include <korvex/opc_da_client/BrowseElement.h>
 #include <korvex/opc_da_client/ConnectInfo.h>
 #include <korvex/opc_da_client/Exceptions.h>
 #include <korvex/opc_da_client/ItemIdentifier.h>
@@ -15,6 +16,7 @@
 #include <korvex/opc_da_client/ItemValueCallback.h>
 #include <korvex/opc_da_client/NullableArray.h>
 #include <korvex/opc_da_client/NullableText.h>
+#include <korvex/opc_da_client/PropertyID.h>
 #include <korvex/opc_da_client/ReturnCode.h>
 #include <korvex/opc_da_client/ServerState.h>
 
@@ -163,6 +165,33 @@ public:
     // Ends a subscription. Throws OPCException; when it is the server that fails, no event is raised for
     // the subscription any more all the same.
     void SubscriptionCancel(std::int32_t serverSubscription);
+
+    // Lists what lies directly below the element `itemName`; "" is the root of the address space. At most
+    // `maxElementsReturned` elements, 0 for as many as the server gives: while the `continuationPoint` that
+    // comes back is not empty, call again with it and the other arguments as they were; it is "" at first.
+    // `moreElements` without it: the server has more elements, and no way to go on. Properties come with
+    // items: all of them, or those of `propertyIDs`, which may be null; their values only with
+    // `returnPropertyValues`. `itemPath` may be null; no server is sent it.
+    //
+    // ITEMERROR: the ResultID of a property tells what is wrong with it.
+    // Throws ArgumentNullException ("itemName", "continuationPoint"), ArgumentOutOfRangeException
+    // ("maxElementsReturned"), OPCException, also for an element that there is not and for a continuation
+    // point that is not of this browse or is used up.
+    ReturnCode Browse(const NullableText& itemName, const NullableText& itemPath, NullableText& continuationPoint,
+                      std::int32_t maxElementsReturned, BrowseFilter browseFilter,
+                      const NullableArray<std::int32_t>& propertyIDs, bool returnAllProperties,
+                      bool returnPropertyValues, NullableArray<BrowseElement>& BrowseElements, bool& moreElements);
+
+    // The properties of items: with `returnAllProperties` all that the server has, else those of
+    // `propertyIDs`, in that order. Values come only with `returnPropertyValues`. Every identifier gets its
+    // ResultID, and `itemProperties` one entry an identifier.
+    //
+    // ITEMERROR: an item is unknown, or one of its properties could not be had.
+    // Throws ArgumentNullException, ArgumentException ("itemIdentifiers", and for no property numbers
+    // where they are needed), OPCException.
+    ReturnCode GetProperties(NullableArray<ItemIdentifier>& itemIdentifiers,
+                             const NullableArray<std::int32_t>& propertyIDs, bool returnAllProperties,
+                             bool returnPropertyValues, NullableArray<ItemProperties>& itemProperties);
 
     // Adds a handler, at any time; the token takes it back. An empty handler and an unknown token are
     // ignored. Handlers are called in the order they were added.

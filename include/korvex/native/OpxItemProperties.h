@@ -1,0 +1,32 @@
+// The properties of items, as servers tell them.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include <korvex/native/OpxString.h>
+#include <korvex/native/OpxVType.h>
+#include <korvex/native/OpxVariant.h>
+
+namespace OpxOpc {
+
+// One property of one item.
+struct OpxItemProperty {
+    std::int32_t propertyId = 0;
+    Opx::VType dataType = Opx::VType::Empty;
+    OpxString description;
+    // Empty unless values were requested. Of the item's data type, property 1, it is the number of the
+    // library's own tag (Opx::VType), not that of COM's.
+    OpxVariant value;
+    OpxString itemName;  // the item that is this property, where the server has one
+    OpxString itemPath;  // always empty
+    std::int32_t resultCode = 0;
+};
+
+// What a request for properties got for one item.
+struct OpxItemProperties {
+    std::int32_t resultCode = 0;  // S_FALSE when one of the properties failed
+    std::vector<OpxItemProperty> properties;
+};
+
+}  // namespace OpxOpc

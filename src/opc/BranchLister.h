@@ -1,0 +1,55 @@
+// What lies below a branch, as data access 2.0 servers tell it: they keep one position per connection and
+// list the names that they find there.
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include <korvex/native/OpxString.h>
+
+#include "com/opc_interfaces.h"
+
+namespace OpxOpc {
+
+// An element as a server lists it, without its properties.
+struct ListedElement {
+    OpxString name;
+    OpxString itemName;
+    bool isItem = false;
+    bool hasChildren = false;
+};
+
+// Lists branches for any number of threads, one after the other, and remembers the ways to those that it
+// has listed. E_FAIL for a listing that is asked for inside another one of the same thread.
+class BranchLister {
+public:
+    // The branches, then the leaves below `itemName`, which is "" for the root. An item has nothing below
+    // it; OPC_E_UNKNOWNITEMID when it is no item either. On failure `elements` may hold anything.
+    HRESULT list(IOPCBrowseServerAddressSpace& space, IOPCItemProperties& properties, const OpxString& itemName,
+                 std::vector<ListedElement>& elements);
+
+    // The items of a server that has no branches.
+    HRESULT listFlat(IOPCBrowseServerAddressSpace& space, std::vector<ListedElement>& elements);
+
+private:
+    // The way to a branch for where the server does not find it by its item ID.
+    struct Route {
+        OpxString start;               // the item ID of a branch that the server does find, "" for the root
+        std::vector<OpxString> names;  // of the branches from there
+        bool isOnlyWay = false;        // the branch has no item ID of its own
+    };
+    class Turn;
+
+    HRESULT moveTo(IOPCBrowseServerAddressSpace& space, IOPCItemProperties& properties, const OpxString& itemName);
+    ListedElement describeBranch(IOPCBrowseServerAddressSpace& space, const OpxString& parent, OpxString name);
+    Route routeBelow(const OpxString& parent, const OpxString& name) const;
+
+    std::mutex position_;  // held from moving to a branch until all that is there is known
+    std::atomic<std::thread::id> holder_;
+    std::map<OpxString, Route> routes_;
+};
+
+}  // namespace OpxOpc
