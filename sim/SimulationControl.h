@@ -64,6 +64,8 @@ struct ISimulationControl : public IUnknown {
     //   deliver inside|later        a call that makes a group active brings the first data change itself,
     //                               before it returns, or leaves it to the server's thread
     //   load N                      items "Load.0" to "Load.<N-1>"; 1000 after a reset
+    //   welcome shutdown|usual      a client that advises its shutdown sink is asked to leave before Advise
+    //                               has returned
     //   shutdown [REASON]           calls ShutdownRequest on every advised sink; null reason if absent
     //
     //   item ID error CODE          reads of the item fail with CODE; 0x0 takes it back

@@ -13,7 +13,10 @@ ServerObject::ServerObject()
       browse_(*this, *server_),
       browseAddressSpace_(*this, *server_),
       itemProperties_(*this, *server_),
-      points_(*this, server_->shutdownSinks(), [] {}),
+      points_(*this, server_->shutdownSinks(),
+              [this] {
+                  if (simulation().options.get().asksToLeave) server_->requestShutdown(nullptr);
+              }),
       control_(*this) {
     simulation().addServer(server_);
 }

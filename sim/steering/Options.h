@@ -13,10 +13,11 @@ struct Options {
     OPCNAMESPACETYPE organization = OPC_NS_HIERARCHIAL;
     // English (two), German, French, Italian, Spanish; the system's, the user's and the neutral one.
     std::vector<LCID> locales = {1033, 1031, 2057, 1036, 1040, 3082, 0x800, 0x400, 0};
-    bool zeroHandles = false;  // a new group's first item gets server handle 0
-    bool blobs = false;        // items are added with blobs
+    bool zeroHandles = false;     // a new group's first item gets server handle 0
+    bool blobs = false;           // items are added with blobs
     bool deliversInside = false;  // SetState calls the sinks itself before it returns
-    DWORD browseLimit = 0;     // elements that one call of Browse returns at most; 0 is no limit
+    bool asksToLeave = false;     // whoever advises a shutdown sink is told to leave at once
+    DWORD browseLimit = 0;        // elements that one call of Browse returns at most; 0 is no limit
 };
 
 // The options in use; each caller gets a copy.

@@ -150,6 +150,10 @@ Action blobs(CommandWords& words) {
     return setOption(&Options::blobs, chosen<bool>(words, {{"on", true}, {"off", false}}));
 }
 
+Action welcome(CommandWords& words) {
+    return setOption(&Options::asksToLeave, chosen<bool>(words, {{"shutdown", true}, {"usual", false}}));
+}
+
 Action deliver(CommandWords& words) {
     return setOption(&Options::deliversInside, chosen<bool>(words, {{"inside", true}, {"later", false}}));
 }
@@ -213,7 +217,7 @@ const std::map<std::string_view, Action (*)(CommandWords&)> kCommands = {
     {"blobs", blobs},     {"browselimit", browseLimit},
     {"load", load},       {"shutdown", shutdown},
     {"item", changeItem}, {"journal clear", clearJournal},
-    {"deliver", deliver},
+    {"deliver", deliver}, {"welcome", welcome},
 };
 
 std::string ask(std::string (*question)(CommandWords&), CommandWords& words) {

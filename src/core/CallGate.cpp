@@ -24,7 +24,8 @@ std::uint32_t ownDepth(const CallGate* gate) {
 
 void CallGate::lock() {
     if (lock_.try_lock()) return;
-    const std::uint32_t own = ownDepth(this);
+    // Taken out of the list too: a handler that the wait lets in may come here once more.
+    const auto own = static_cast<std::uint32_t>(std::erase(ownCalls, this));
     busyCount_ -= own;
     if (ApartmentMode::isSingleThreaded()) {
         while (!lock_.try_lock()) sleepTakingCalls(kLockWait);
@@ -32,6 +33,7 @@ void CallGate::lock() {
         lock_.lock();
     }
     busyCount_ += own;
+    ownCalls.insert(ownCalls.end(), own, this);
 }
 
 void CallGate::enter() {

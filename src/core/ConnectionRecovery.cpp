@@ -9,12 +9,13 @@ namespace OpxOpc {
 namespace {
 
 // How long a subscription that could not be brought back waits for the calls in progress, before it
-// is left to the next check.
-constexpr std::chrono::milliseconds kQuietLimit{1000};
+// is left to the next check: new calls stand still meanwhile.
+constexpr std::chrono::milliseconds kQuietLimit{100};
 
-// Whether there is nothing to bring back: one that the server failed to end stays as it is.
+// Whether there is nothing to bring back: one that is cancelled, or that the server failed to end, stays
+// as it is.
 bool isComplete(const DaGroupWrapper& subscription) {
-    return subscription.isWhole() || subscription.isRetired();
+    return subscription.isWhole() || subscription.isEnded();
 }
 
 }  // namespace
@@ -63,18 +64,21 @@ std::optional<ServerStatus> DaServerComPrivate::takeLoss() {
 
 HRESULT DaServerComPrivate::internalDisconnect(bool shutdown) {
     try {
-        LibT::eventWarning("Lost connection to OPC Server %ls on %ls", serverName, nodeName);
         const std::lock_guard guard(lock);
-        if (serverState == SERVERSTATUS_DISCONNECTED || !link.server) return S_OK;
+        if (serverState == SERVERSTATUS_DISCONNECTED) return S_OK;
+        LibT::eventWarning("Lost connection to OPC Server %ls on %ls", serverName, nodeName);
+        if (!link.server) return S_OK;
+        const auto all = subscriptions.all();
         TerminateOpcThread::Groups groups;
-        for (const auto& subscription : subscriptions.all()) groups.push_back(subscription->takeGroup());
+        groups.reserve(all.size() + 1);  // so that no group is taken and then lost
+        for (const auto& subscription : all) groups.push_back(subscription->takeGroup());
         groups.push_back(link.mainGroup);
         for (const auto& group : groups) {
             if (group) group->silence();
         }
         link.server->silence();
         auto server = link.server;
-        link = {};
+        link.clear();
         startTearDown(shutdown, std::move(server), std::move(groups));
     } catch (...) {
         LibT::lError("Error: DaServerComPrivate::internalDisconnect - Unexpected Error");
@@ -102,13 +106,14 @@ void DaServerComPrivate::sendAllQualityBad() {
         try {
             const std::lock_guard guard(lock);
             if (serverState == SERVERSTATUS_DISCONNECTED) return;
+            if (subscription->isEnded()) continue;
             group = subscription->getQualityBadData(clientHandles, values, errors);
             to = callback;
         } catch (...) {
             LibT::lError("Error: DaServerComPrivate::sendAllQualityBad - Error at getQualityBadData");
             continue;
         }
-        if (!to || clientHandles.empty()) continue;
+        if (!to) continue;
         const OpxDate now = OpxDate::now();
         for (OpxItemValue& value : values) value.timestamp = now;
         try {
@@ -129,27 +134,35 @@ HRESULT DaServerComPrivate::internalConnect() {
         return reconnect();
     } catch (...) {
         LibT::lError("Error: DaServerComPrivate::internalConnect - Unexpected Error");
-        if (serverState != SERVERSTATUS_CONNECTED) link = {};
+        connecting_ = false;
+        shutdownWhileConnecting_ = false;
+        if (serverState != SERVERSTATUS_CONNECTED) link.clear();
         return E_FAIL;
     }
 }
 
 HRESULT DaServerComPrivate::reconnect() {
-    const HRESULT hr = openLink([this](DaServerMgt& server) {
+    connecting_ = true;
+    HRESULT hr = openLink([this](DaServerMgt& server) {
         if (localeId_) server.keepLocaleId(*localeId_);
         return S_OK;
     });
+    connecting_ = false;
+    const bool shutdown = std::exchange(shutdownWhileConnecting_, false);
     if (failed(hr) || hr == S_FALSE) {
-        link = {};
+        link.clear();
         return failed(hr) ? hr : E_FAIL;
     }
     LibT::eventInformation("Successfully reconnected to OPC Server %ls on %ls", serverName, nodeName);
     serverState = SERVERSTATUS_CONNECTED;
+    loss_.reset();  // that of the server before
     if (!report(SERVERSTATUS_CONNECTED)) LibT::lError("Error: DaServerComPrivate::internalConnect - Unexpected Error");
 
     // What calls did to the subscriptions while there was no server has to be complete.
     lock.waitUntilQuiet();
-    return recoverSubscriptions();
+    hr = recoverSubscriptions();
+    if (shutdown) markLost(SERVERSTATUS_SHUTDOWN);
+    return hr;
 }
 
 // The client's handler, and whatever a wait lets in, may have ended the connection or lost it again.

@@ -27,7 +27,7 @@ DaServerComPrivate::~DaServerComPrivate() {
 
 void DaServerComPrivate::reset() {
     teardownThreads_.clear();
-    link = {};
+    link.clear();
     subscriptions.clear();
     serverState = SERVERSTATUS_DISCONNECTED;
     clientHandle = 0;
@@ -39,6 +39,7 @@ void DaServerComPrivate::reset() {
     loss_.reset();
     connecting_ = false;
     shutdownWhileConnecting_ = false;
+    apartment_.reset();
 }
 
 // ---- Connecting ----------------------------------------------------------------------------------
@@ -77,13 +78,16 @@ HRESULT DaServerComPrivate::openConnection(OpxServerConnectInfo& info, bool& loc
 HRESULT DaServerComPrivate::openLink(const LocaleStep& settleLocale) {
     link.mainItems = std::make_shared<MainItemCache>();
     link.server = std::make_shared<DaServerMgt>();
+    if (!apartment_) apartment_.emplace();
     HRESULT hr = link.server->connectOPCServer(nodeName, clsid);
     if (isDone(hr)) hr = settleLocale(*link.server);
     if (!isDone(hr)) return hr;
 
     hr = addMainGroup();
-    if (!watchDog_) watchDog_ = std::make_shared<WatchDog>(weak_from_this(), keepAliveTime);
-    if (isDone(hr)) hr = link.server->connectCallback(watchDog_);
+    if (isDone(hr)) {
+        makeWatchDog();
+        hr = link.server->connectCallback(watchDog_);
+    }
     if (!isDone(hr)) link.server->removeGroup(link.mainGroup.get());
     return hr;
 }
@@ -109,8 +113,11 @@ HRESULT DaServerComPrivate::addMainGroup() {
     return isDone(hr) ? link.mainGroup->connectCallback(callback) : hr;
 }
 
-void DaServerComPrivate::begin(ServerStatus first) {
+void DaServerComPrivate::makeWatchDog() {
     if (!watchDog_) watchDog_ = std::make_shared<WatchDog>(weak_from_this(), keepAliveTime);
+}
+
+void DaServerComPrivate::begin(ServerStatus first) {
     {
         const std::lock_guard guard(lock);
         connecting_ = false;
@@ -135,7 +142,7 @@ void DaServerComPrivate::abandonConnection() {
         shutdownWhileConnecting_ = false;
     }
     if (link.server) link.server->disconnectCallback();
-    link = {};
+    link.clear();
 }
 
 // ---- Disconnecting -------------------------------------------------------------------------------
@@ -154,7 +161,10 @@ bool DaServerComPrivate::end(bool& wasConnected) {
 void DaServerComPrivate::closeConnection(bool wasConnected) {
     try {
         removeSubscriptions(wasConnected);
-        if (wasConnected) link.server->removeGroup(link.mainGroup.get());
+        if (wasConnected) {
+            link.server->removeGroup(link.mainGroup.get());
+            link.mainGroup.reset();
+        }
     } catch (...) {
         LibT::lError("Error: DaServerCom::disconnect - Error at releasing server interfaces");
     }
@@ -173,9 +183,15 @@ void DaServerComPrivate::closeConnection(bool wasConnected) {
     } catch (...) {
         LibT::lError("Error: DaServerCom::disconnect - Error at releasing server interfaces");
     }
-    if (watchDogGoesLast) stopWatchDog();
-    const std::lock_guard guard(lock);
-    link = {};
+    if (watchDogGoesLast) {
+        for (const auto& thread : teardownThreads_) thread->wait();
+        stopWatchDog();
+    }
+    {
+        const std::lock_guard guard(lock);
+        link.clear();
+    }
+    apartment_.reset();
 }
 
 void DaServerComPrivate::stopWatchDog() {
@@ -186,13 +202,15 @@ void DaServerComPrivate::stopWatchDog() {
 }
 
 void DaServerComPrivate::removeSubscriptions(bool wasConnected) {
-    for (const auto& subscription : subscriptions.clear()) {
-        const auto group = subscription->takeGroup();
-        if (!group) continue;
-        if (wasConnected)
-            link.server->removeGroup(group.get());
-        else
-            tearDownGroup(group);
+    auto removed = subscriptions.clear();
+    for (auto& subscription : removed) {
+        if (const auto group = subscription->takeGroup()) {
+            if (wasConnected)
+                link.server->removeGroup(group.get());
+            else
+                tearDownGroup(group);
+        }
+        subscription.reset();
     }
 }
 

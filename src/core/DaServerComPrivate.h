@@ -18,6 +18,7 @@
 #include "core/ServerLink.h"
 #include "core/ServerUrl.h"
 #include "core/SubscriptionTable.h"
+#include "opc/ApartmentMode.h"
 #include "opc/TerminateOpcThread.h"
 #include "opc/WatchDog.h"
 
@@ -43,6 +44,7 @@ public:
     void begin(ServerStatus first);
     // Drops what a failed attempt made.
     void abandonConnection();
+    void makeWatchDog();
     void startWatchDog();
 
     // The steps of disconnect. False when there is nothing to disconnect; else no call is in progress any
@@ -103,6 +105,8 @@ private:
     void startTearDown(bool removeGroups, std::shared_ptr<DaServerMgt> server, TerminateOpcThread::Groups groups);
     bool report(ServerStatus status) noexcept;
 
+    // What a connection takes COM up for stays up from its first server to its end.
+    std::optional<ApartmentShare> apartment_;
     std::shared_ptr<WatchDog> watchDog_;
     std::vector<std::unique_ptr<TerminateOpcThread>> teardownThreads_;
     std::optional<LCID> localeId_;  // what the server accepted

@@ -17,18 +17,19 @@ bool ResolvedItems::anyFailed() const noexcept {
     return std::any_of(errors.begin(), errors.end(), [](std::int32_t error) { return error < 0; });
 }
 
-MainItemCache::NewItems MainItemCache::resolve(std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved) {
+void MainItemCache::resolve(std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved, NewItems& added) {
     std::lock_guard guard(lock_);
-    NewItems added;
+    added.positions.reserve(items.size());
+    added.items.reserve(items.size());
     for (std::size_t i = 0; i < items.size(); ++i) {
         OpxItemIdentifier& item = items[i];
         item.serverHandle = findSlot(item);
         if (item.serverHandle == 0) {
-            item.serverHandle = takeSlot(item.itemName);
-            added.positions.push_back(i);
             OpxItemIdentifier request;
             request.itemName = item.itemName;
+            item.serverHandle = takeSlot(item.itemName);
             request.clientHandle = item.serverHandle;
+            added.positions.push_back(i);
             added.items.push_back(std::move(request));
             continue;
         }
@@ -39,7 +40,6 @@ MainItemCache::NewItems MainItemCache::resolve(std::vector<OpxItemIdentifier>& i
         }
         take(known, i, item, resolved);
     }
-    return added;
 }
 
 void MainItemCache::accept(const NewItems& added, const std::vector<std::int32_t>& errors,

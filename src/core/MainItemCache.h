@@ -41,9 +41,10 @@ public:
         bool empty() const noexcept { return items.empty(); }
     };
 
-    // Finds every item by its hint or its name and takes slots for the others. An item that is being
-    // added meanwhile (by another call, or earlier in this one) is unknown rather than waited for.
-    NewItems resolve(std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved);
+    // Finds every item by its hint or its name and takes slots for the others, which `added` gets. An item
+    // that is being added meanwhile (by another call, or earlier in this one) is unknown rather than
+    // waited for. What was taken before it throws is in `added` too, to be dropped.
+    void resolve(std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved, NewItems& added);
 
     // Takes over what the server said to the new items. An empty `errors` means that all are accepted.
     void accept(const NewItems& added, const std::vector<std::int32_t>& errors, std::vector<OpxItemIdentifier>& items,

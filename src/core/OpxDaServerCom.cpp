@@ -47,6 +47,7 @@ HRESULT OpxDaServerCom::connect(const OpxString& url, OpxServerConnectInfo& info
         return trace.leave(hr);
     }
     if (retry) {
+        d_->makeWatchDog();
         LibT::eventWarning("Connect failed to OPC Server %ls", url);
         LibT::eventInformation("Continue to try connect");
         d_->begin(SERVERSTATUS_WATCHDOG_ERROR);

@@ -1,4 +1,5 @@
 // The engine's reads and writes, which all go through the group "Main".
+#include <exception>
 #include <map>
 #include <utility>
 
@@ -6,6 +7,7 @@
 #include "core/OpxDaServerCom.h"
 #include "core/checkHandles.h"
 #include "core/guarded.h"
+#include "trace/LibT.h"
 
 namespace OpxOpc {
 namespace {
@@ -96,10 +98,15 @@ HRESULT readItems(const ServerLink& link, std::uint32_t maxAge, Items& items, Va
 }
 
 std::vector<OpxVariant> valuesToSend(const ServerRequest& request, const Values& values) {
-    std::vector<OpxVariant> sent;
-    sent.reserve(request.positions.size());
-    for (const std::size_t position : request.positions) sent.push_back(values[position].value);
-    return sent;
+    try {
+        std::vector<OpxVariant> sent;
+        sent.reserve(request.positions.size());
+        for (const std::size_t position : request.positions) sent.push_back(values[position].value);
+        return sent;
+    } catch (const std::exception&) {
+        LibT::lError("Error: DaServerCom::write - Error at setting data types");
+        throw;
+    }
 }
 
 HRESULT writeItems(const ServerLink& link, Items& items, const Values& values, Codes& errors) {

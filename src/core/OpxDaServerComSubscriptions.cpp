@@ -75,7 +75,8 @@ HRESULT addItemsAndStart(DaGroupWrapper& subscription, const CallFrame& frame, b
     if (failed(hr)) return hr;
     copyBack(added, errors, items);
     const HRESULT started = startDelivery(subscription, frame, active);
-    return failed(started) ? started : hr;
+    if (failed(started)) return started;
+    return hr == S_FALSE ? S_FALSE : S_OK;
 }
 
 // The end of an operation on a subscription, which is null when it was cancelled.
@@ -142,7 +143,10 @@ HRESULT OpxDaServerCom::subscribe(std::uint32_t clientSubscription, bool active,
             return hr;
         }
         const std::uint32_t handle = d_->addSubscription(std::move(subscription), frame.link());
-        if (handle == 0) return E_FAIL;
+        if (handle == 0) {
+            errors.clear();
+            return E_FAIL;
+        }
         group.keep();
         if (serverSubscription) *serverSubscription = handle;
         return hr;
@@ -210,11 +214,15 @@ HRESULT OpxDaServerCom::subscriptionRemoveItems(std::uint32_t serverSubscription
 HRESULT OpxDaServerCom::subscriptionCancel(std::uint32_t serverSubscription) {
     CallFrame frame(*d_, "DaServerCom::subscriptionCancel", CallFrame::Needs::Subscriptions);
     if (!frame.entered()) return frame.refuseUnconnected();
-    const auto found = d_->subscriptions.find(serverSubscription);
+    auto found = d_->subscriptions.find(serverSubscription);
     if (!found) return frame.refuseHandle(serverSubscription);
     return leaveWith(frame, *found, [&](DaGroupWrapper& subscription) {
+        // At once, so that neither a loss nor a reconnect that comes meanwhile takes it for a living one.
+        subscription.end();
         if (const HRESULT hr = endGroup(*d_, frame, subscription); failed(hr)) return hr;
-        return d_->subscriptions.remove(serverSubscription, *found) ? S_OK : E_INVALIDARG;
+        if (!d_->subscriptions.remove(serverSubscription, *found)) return E_INVALIDARG;
+        found->reset();
+        return S_OK;
     });
 }
 

@@ -15,6 +15,13 @@ struct ServerLink {
     std::shared_ptr<DaServerMgt> server;
     std::shared_ptr<DaGroupMgt> mainGroup;     // "Main": reads and writes go through it
     std::shared_ptr<MainItemCache> mainItems;  // what it holds
+
+    // A group goes before its server.
+    void clear() noexcept {
+        mainItems.reset();
+        mainGroup.reset();
+        server.reset();
+    }
 };
 
 }  // namespace OpxOpc

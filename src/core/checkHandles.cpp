@@ -10,8 +10,9 @@ namespace OpxOpc {
 HRESULT checkHandles(const ServerLink& link, std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved) {
     MainItemCache::NewItems added;
     try {
-        added = link.mainItems->resolve(items, resolved);
+        link.mainItems->resolve(items, resolved, added);
     } catch (const std::exception&) {
+        link.mainItems->drop(added);
         LibT::lError("Error: DaServerComPrivate::checkHandles - Error at checking handles");
         return E_OUTOFMEMORY;
     }

@@ -6,7 +6,7 @@
 
 namespace OpxOpc {
 
-// Counts the server connections. The first one brings COM up for its thread and settles the process's
+// Counts the server connections, and whoever else needs COM as they found it. The first one brings COM up for its thread and settles the process's
 // security, the last one takes COM down again. Any thread may call.
 class ApartmentMode {
 public:
@@ -23,6 +23,15 @@ public:
 
     // The table that interfaces are kept in; asked for in a single-threaded apartment only.
     static HRESULT createInterfaceTable(Korvex::Com::ComPtr<IGlobalInterfaceTable>& table);
+};
+
+// One of those that are counted, while it lives.
+class ApartmentShare {
+public:
+    ApartmentShare() { ApartmentMode::enter(); }
+    ~ApartmentShare() { ApartmentMode::leave(); }
+    ApartmentShare(const ApartmentShare&) = delete;
+    ApartmentShare& operator=(const ApartmentShare&) = delete;
 };
 
 }  // namespace OpxOpc

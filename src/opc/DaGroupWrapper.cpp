@@ -173,8 +173,16 @@ HRESULT DaGroupWrapper::disconnectCallback(Reach reach) {
     return group ? group->disconnectCallback() : S_FALSE;
 }
 
+void DaGroupWrapper::end() noexcept {
+    ended_ = true;
+}
+
+bool DaGroupWrapper::isEnded() const noexcept {
+    return ended_;
+}
+
 void DaGroupWrapper::retire() {
-    retired_ = true;
+    end();
     std::shared_ptr<DaGroupMgt> group;
     {
         const std::lock_guard guard(lock_);
@@ -186,10 +194,6 @@ void DaGroupWrapper::retire() {
     group->disconnectCallback();
 }
 
-bool DaGroupWrapper::isRetired() const noexcept {
-    return retired_;
-}
-
 // ---- The items
 
 HRESULT DaGroupWrapper::addItems(std::vector<OpxItemIdentifier>& items, std::vector<std::int32_t>& errors,
@@ -197,8 +201,20 @@ HRESULT DaGroupWrapper::addItems(std::vector<OpxItemIdentifier>& items, std::vec
     const TraceScope scope("DaGroupWrapper::addItems");
     errors.clear();
     const auto group = groupFor(reach);
-    const HRESULT hr = group ? group->addItems(items, errors, validateOnly) : S_OK;
-    if (succeeded(hr) && !validateOnly) keep(items, errors, group);
+    if (validateOnly) return scope.leave(group ? group->addItems(items, errors, true) : S_OK);
+    if (!group) {
+        keep(items, errors, group);
+        return scope.leave(S_OK);
+    }
+    // Where the server hands out no handle, that of an earlier use must not pass for one.
+    Items added = items;
+    for (OpxItemIdentifier& item : added) item.serverHandle = KeptItem::kNotOnServer;
+    const HRESULT hr = group->addItems(added, errors, false);
+    if (failed(hr)) return scope.leave(hr);
+    keep(added, errors, group);
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (errorAt(errors, i) >= 0) items[i] = std::move(added[i]);
+    }
     return scope.leave(hr);
 }
 
@@ -325,7 +341,7 @@ HRESULT DaGroupWrapper::addKeptItems(DaGroupMgt& group) {
 // ---- Reports
 
 std::uint32_t DaGroupWrapper::collectHandles(std::vector<std::uint32_t>& clientHandles) const {
-    if (retired_) return clientHandle_;
+    if (ended_) return clientHandle_;
     const std::lock_guard guard(lock_);
     for (const ItemStore::Item& item : items_.namedItems()) clientHandles.push_back(item->identifier.clientHandle);
     for (const UnkeptItem& item : unkeptItems_) clientHandles.push_back(item.clientHandle);

@@ -78,10 +78,11 @@ public:
     std::uint32_t getQualityBadData(std::vector<std::uint32_t>& clientHandles, std::vector<OpxItemValue>& values,
                                     std::vector<std::int32_t>& errors) const;
 
-    // The server failed to end the subscription: from now on nothing is delivered for it, and it is not
-    // made again.
+    // The subscription ends, or has ended: its loss is not reported any more, and it is not made again.
+    void end() noexcept;
+    bool isEnded() const noexcept;
+    // The server failed to end it: nothing is delivered for it any more all the same.
     void retire();
-    bool isRetired() const noexcept;
 
 private:
     using Items = std::vector<OpxItemIdentifier>;
@@ -114,7 +115,7 @@ private:
     const OpxString name_;
     const std::uint32_t clientHandle_;
     const bool keepItems_;
-    std::atomic<bool> retired_ = false;
+    std::atomic<bool> ended_ = false;
 
     // Recursive: a server that calls back while the items are added again may lead here once more.
     mutable std::recursive_mutex lock_;

@@ -20,7 +20,8 @@ std::vector<OpxItemIdentifier> named(std::initializer_list<const OLECHAR*> names
 ResolvedItems resolve(MainItemCache& cache, std::vector<OpxItemIdentifier>& items,
                       const std::vector<std::int32_t>& errors = {}) {
     ResolvedItems resolved(items.size());
-    auto added = cache.resolve(items, resolved);
+    MainItemCache::NewItems added;
+    cache.resolve(items, resolved, added);
     for (OpxItemIdentifier& item : added.items) {
         item.serverHandle = 1000 + item.clientHandle;
         item.dataType = Opx::VType::Int32;
@@ -85,7 +86,8 @@ TEST(MainItemCache, AnItemThatIsStillBeingAddedIsUnknown) {
     MainItemCache cache;
     auto twice = named({OLESTR("a"), OLESTR("a")});
     ResolvedItems resolved(2);
-    const auto added = cache.resolve(twice, resolved);
+    MainItemCache::NewItems added;
+    cache.resolve(twice, resolved, added);
     EXPECT_EQ(added.items.size(), 1u);
     EXPECT_EQ(resolved.errors[1], kUnknownItemId);
 

@@ -1,11 +1,7 @@
 // Connections that are lost and come back, as an application of the facade sees it.
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <functional>
 #include <future>
-#include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -13,138 +9,18 @@
 
 #include <gmock/gmock.h>
 
-#include <korvex/native/OpxDaServer.h>
-
-#include "tests/support/FastClock.h"
-#include "tests/support/SimulationFixture.h"
-#include "tests/support/simulation_url.h"
+#include "tests/core/RecoveryFixture.h"
 
 namespace OpxOpc {
 namespace {
 
 using namespace std::chrono_literals;
-using Korvex::Testing::FastClock;
-using Korvex::Testing::SimulationFixture;
-using Korvex::Testing::simulationUrl;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-constexpr std::int32_t kGood = 0xC0;
-
-// Keeps one story of all that it is told: "state 3", "7: 1 good, 2 bad" (client handles of a data
-// change of subscription 7). Good values that follow each other are told once.
-class Story final : public OpxDataCallback {
-public:
-    void DataChange(std::uint32_t subscription, std::int32_t, std::int32_t, std::uint32_t,
-                    const std::vector<std::uint32_t>& handles, const std::vector<OpxItemValue>& values,
-                    const std::vector<std::int32_t>&) override {
-        std::string line = std::to_string(subscription) + ":";
-        for (std::size_t i = 0; i < handles.size(); ++i) {
-            line += " " + std::to_string(handles[i]) + (values[i].quality == kGood ? " good" : " bad");
-        }
-        tell(line);
-        if (onData) onData();
-    }
-    void ReadComplete(std::uint32_t, std::int32_t, std::int32_t, std::uint32_t, const std::vector<std::uint32_t>&,
-                      const std::vector<OpxItemValue>&, const std::vector<std::int32_t>&) override {}
-    void WriteComplete(std::uint32_t, std::int32_t, std::uint32_t, const std::vector<std::uint32_t>&,
-                       const std::vector<std::int32_t>&) override {}
-    void ServerStatusChange(std::uint32_t, ServerStatus status) override {
-        tell("state " + std::to_string(status));
-        if (onState) onState(status);
-    }
-
-    std::vector<std::string> lines() const {
-        const std::lock_guard guard(lock_);
-        return lines_;
-    }
-    // Waits until the story has gone on to `line` since the last such wait.
-    ::testing::AssertionResult reaches(const std::string& line) {
-        std::unique_lock guard(lock_);
-        const bool reached = told_.wait_for(guard, 20s, [&] {
-            for (std::size_t i = read_; i < lines_.size(); ++i) {
-                if (lines_[i] != line) continue;
-                read_ = i + 1;
-                return true;
-            }
-            return false;
-        });
-        if (reached) return ::testing::AssertionSuccess();
-        return ::testing::AssertionFailure()
-               << "waited for \"" << line << "\" after line " << read_ << " of " << ::testing::PrintToString(lines_);
-    }
-
-    void forget() {
-        const std::lock_guard guard(lock_);
-        lines_.clear();
-        read_ = 0;
-    }
-
-    std::function<void()> onData;
-    std::function<void(ServerStatus)> onState;
-
-private:
-    void tell(const std::string& line) {
-        const std::lock_guard guard(lock_);
-        if (!lines_.empty() && lines_.back() == line) return;
-        lines_.push_back(line);
-        told_.notify_all();
-    }
-
-    mutable std::mutex lock_;
-    std::condition_variable told_;
-    std::vector<std::string> lines_;
-    std::size_t read_ = 0;
-};
-
-// Items with the client handles 1, 2, ...
-std::vector<OpxItemIdentifier> named(std::initializer_list<const OLECHAR*> names) {
-    std::vector<OpxItemIdentifier> items;
-    for (const OLECHAR* name : names) {
-        items.emplace_back();
-        items.back().itemName = name;
-        items.back().clientHandle = static_cast<std::uint32_t>(items.size());
-    }
-    return items;
-}
-
-class RecoveryTest : public SimulationFixture {
-protected:
-    static constexpr std::uint32_t kSubscription = 7;
-
-    explicit RecoveryTest(int speed = 100) : clock(speed), idle(sim.counts()) { info.keepAliveTime = 2000; }
-    ~RecoveryTest() override {
-        sim.reset();
-        server.disconnect();
-    }
-
-    std::int32_t connect() { return server.connect(simulationUrl(), info, 1, &story); }
-
-    std::int32_t subscribe(std::initializer_list<const OLECHAR*> names = {OLESTR("Constant.Int32"),
-                                                                          OLESTR("Constant.Double")}) {
-        items = named(names);
-        return server.subscribe(kSubscription, true, 100, 2.5f, items, &rate, &handle, errors);
-    }
-    void connectAndSubscribe() {
-        ASSERT_EQ(connect(), S_OK);
-        ASSERT_EQ(subscribe(), S_OK);
-        ASSERT_TRUE(story.reaches("7: 1 good 2 good"));
-    }
-
-    std::vector<std::string> callsOf(const std::string& method) { return sim.journal(method); }
-
-    FastClock clock;
-    const std::map<std::string, int> idle;
-    Story story;
-    OpxServerConnectInfo info;
-    std::vector<OpxItemIdentifier> items;
-    std::vector<std::int32_t> errors;
-    std::uint32_t rate = 0;
-    std::uint32_t handle = 0;
-    OpxDaServer server;
-};
+using RecoveryTest = RecoveryFixture;
 
 class StressTest : public RecoveryTest {
 protected:
@@ -241,7 +117,7 @@ TEST_F(RecoveryTest, WithoutReconnectingTheLossIsReportedOnceAndCallsAreRefused)
     EXPECT_TRUE(trace.has("<-- WatchDog::run"));
 }
 
-TEST_F(RecoveryTest, AShutdownDuringConnectIsNotLost) {
+TEST_F(RecoveryTest, AShutdownRightAfterConnectIsNotLost) {
     sim.execute("shutdown");  // nobody is there yet
     story.onState = [&](ServerStatus status) {
         if (status == SERVERSTATUS_CONNECTED && story.lines().size() == 1) sim.execute("shutdown");
@@ -249,6 +125,20 @@ TEST_F(RecoveryTest, AShutdownDuringConnectIsNotLost) {
     ASSERT_EQ(connect(), S_OK);
     ASSERT_TRUE(story.reaches("state 1"));
     EXPECT_THAT(story.lines(), ElementsAre("state 3", "state 1"));
+}
+
+TEST_F(RecoveryTest, AShutdownInTheMiddleOfConnectingOrReconnectingComesAfterIt) {
+    sim.execute("welcome shutdown");
+    ASSERT_EQ(connect(), S_OK);
+    ASSERT_TRUE(story.reaches("state 1"));
+    EXPECT_THAT(story.lines(), ElementsAre("state 3", "state 1"));
+    story.forget();
+    ASSERT_TRUE(story.reaches("state 3"));  // a minute later
+    ASSERT_TRUE(story.reaches("state 1"));
+    sim.execute("welcome usual");
+    ASSERT_TRUE(story.reaches("state 3"));
+    EXPECT_EQ(subscribe(), S_OK);
+    EXPECT_TRUE(story.reaches("7: 1 good 2 good"));
 }
 
 TEST_F(RecoveryTest, ASingleThreadedApartmentLosesAndRegainsItsServerToo) {
@@ -261,6 +151,22 @@ TEST_F(RecoveryTest, ASingleThreadedApartmentLosesAndRegainsItsServerToo) {
         EXPECT_EQ(server.subscriptionModify(handle, 300u, &rate), S_OK);
         EXPECT_EQ(server.disconnect(), S_OK);
     });
+}
+
+TEST_F(RecoveryTest, ASingleThreadedApartmentStaysOneWhileItsFirstConnectionIsRetried) {
+    info.retryInitialConnect = true;
+    inSingleThreadedApartment([&] {
+        sim.execute("dead");
+        ASSERT_EQ(connect(), S_FALSE);
+        ASSERT_TRUE(story.reaches("state 2"));
+        sim.execute("alive");
+        ASSERT_TRUE(story.reaches("state 3"));
+        EXPECT_EQ(subscribe(), S_OK);
+        EXPECT_TRUE(story.reaches("7: 1 good 2 good"));
+        EXPECT_EQ(server.disconnect(), S_OK);
+    });
+    EXPECT_FALSE(trace.has("Ctor DaServerMgtPrivate - initialized COM as MTA"));
+    EXPECT_EQ(trace.count("Ctor DaServerMgtPrivate - COM is already initialized as STA"), 1u);
 }
 
 // ---- What a reconnect does not get at once -------------------------------------------------------

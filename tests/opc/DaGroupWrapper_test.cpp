@@ -378,7 +378,7 @@ TEST_F(DaGroupWrapperTest, a_retired_subscription_is_silent) {
     add(kInt32);
     EXPECT_THAT(served(), ElementsAre(1));
     wrapper->retire();
-    EXPECT_TRUE(wrapper->isRetired());
+    EXPECT_TRUE(wrapper->isEnded());
     EXPECT_THAT(served(), IsEmpty());
     EXPECT_THAT(reportedBad(), IsEmpty());
     EXPECT_EQ(sim.counts()["sinks"], 0);
