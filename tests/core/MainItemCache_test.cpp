@@ -41,7 +41,9 @@ TEST(MainItemCache, AddsAnItemOnceAndFindsItAgainByHintAndByName) {
         auto again = named({OLESTR("b")});
         again[0].serverHandle = hint;
         ResolvedItems resolved(1);
-        EXPECT_TRUE(cache.resolve(again, resolved).empty());
+        MainItemCache::NewItems added;
+        cache.resolve(again, resolved, added);
+        EXPECT_TRUE(added.empty());
         EXPECT_EQ(resolved.serverHandles[0], 1002u);
         EXPECT_EQ(again[0].serverHandle, 2u);
         EXPECT_EQ(again[0].dataType, Opx::VType::Int32);
@@ -93,7 +95,9 @@ TEST(MainItemCache, AnItemThatIsStillBeingAddedIsUnknown) {
 
     auto meanwhile = named({OLESTR("a")});
     ResolvedItems other(1);
-    EXPECT_TRUE(cache.resolve(meanwhile, other).empty());
+    MainItemCache::NewItems none;
+    cache.resolve(meanwhile, other, none);
+    EXPECT_TRUE(none.empty());
     EXPECT_EQ(other.errors[0], kUnknownItemId);
     EXPECT_FALSE(other.anyValid);
 
