@@ -328,6 +328,27 @@ TEST_F(OpxDaServerTest, NoServerIsAskedToReadNothing) {
     EXPECT_TRUE(sim.journal("IOPCSyncIO::Read").empty());
 }
 
+TEST_F(OpxDaServerTest, NoServerIsAskedForTheAddressSpaceInVain) {
+    OpxString point;
+    std::vector<OpxBrowseElement> elements;
+    std::vector<OpxItemProperties> results;
+    EXPECT_EQ(server.browse({}, {}, point, 0, BrowseFilter::All, {}, false, false, elements, nullptr), E_FAIL);
+    EXPECT_TRUE(trace.has("<== DaServer::browse [E_FAIL] - Server not connected"));
+    ASSERT_EQ(connect(), S_OK);
+    EXPECT_EQ(server.browse({}, {}, point, 0, BrowseFilter::All, {}, false, false, elements, nullptr), S_OK);
+    EXPECT_GT(elements.size(), 5u);
+
+    sim.clearJournal();
+    EXPECT_EQ(server.getProperties(named({OLESTR("Constant.Int32")}), {}, false, true, results), E_INVALIDARG);
+    EXPECT_TRUE(trace.has("<== DaServer::getProperties [E_INVALIDARG] - No properties requested"));
+    EXPECT_EQ(server.getProperties({}, {}, true, true, results), E_INVALIDARG);
+    EXPECT_TRUE(trace.has("--> DaServerCom::getProperties"));
+    EXPECT_TRUE(trace.textsWith("<-- DaServerCom::getProperties").empty());
+    EXPECT_TRUE(sim.journal().empty());
+    EXPECT_EQ(server.getProperties(named({OLESTR("Constant.Int32")}), {}, true, true, results), S_OK);
+    EXPECT_TRUE(trace.has("<-- DaServerCom::getProperties [hr=0x0]"));
+}
+
 TEST_F(OpxDaServerTest, AValidServerHandleMayBeZero) {
     sim.execute("handles zero");
     ASSERT_EQ(connect(), S_OK);
