@@ -1,4 +1,5 @@
 // What the engine promises of single subscriptions.
+#include <atomic>
 #include <limits>
 #include <string>
 #include <vector>
@@ -83,13 +84,14 @@ TEST_F(SubscriptionsTest, OneThatTheServerWillNotEndIsSilentAndNeverMadeAgain) {
 }
 
 TEST_F(SubscriptionsTest, OneThatIsCancelledWhileTheLossIsReportedIsNotReportedAnyMore) {
-    connectAndSubscribe();
-    const std::uint32_t second = subscribeAs(8);
-    ASSERT_TRUE(story.reaches("8: 1 good"));
-    std::int32_t cancelled = E_FAIL;
+    std::atomic<std::uint32_t> second = 0;
+    std::atomic<std::int32_t> cancelled = E_FAIL;
     story.onData = [&] {
         if (story.lines().back() == "7: 1 bad 2 bad") cancelled = server.subscriptionCancel(second);
     };
+    connectAndSubscribe();
+    second = subscribeAs(8);
+    ASSERT_TRUE(story.reaches("8: 1 good"));
     story.forget();
     sim.execute("dead");
     ASSERT_TRUE(story.reaches("7: 1 bad 2 bad"));
@@ -101,13 +103,14 @@ TEST_F(SubscriptionsTest, OneThatIsCancelledWhileTheLossIsReportedIsNotReportedA
 }
 
 TEST_F(SubscriptionsTest, OneThatIsCancelledInTheMiddleOfTheRecoveryIsNotMadeAgain) {
-    connectAndSubscribe();
-    const std::uint32_t second = subscribeAs(8);
-    ASSERT_TRUE(story.reaches("8: 1 good"));
+    std::atomic<std::uint32_t> second = 0;
     story.onState = [&](ServerStatus status) {
-        if (status != SERVERSTATUS_CONNECTED) return;
+        if (status != SERVERSTATUS_CONNECTED || second == 0) return;
         EXPECT_EQ(server.subscriptionCancel(second), S_OK);
     };
+    connectAndSubscribe();
+    second = subscribeAs(8);
+    ASSERT_TRUE(story.reaches("8: 1 good"));
     sim.execute("dead");
     ASSERT_TRUE(story.reaches("8: 1 bad"));
     sim.execute("alive");
