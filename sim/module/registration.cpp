@@ -1,22 +1,41 @@
-// What a module offers beside its class where COM's registry is a database of the system.
+// The module where COM's registry is a database of the system: it makes itself known, and serves the list
+// of servers too where the machine has none.
 #include "com/ModuleRegistration.h"
+#include "com/ServerList.h"
 #include "com/opc_interfaces.h"
 #include "com/platform.h"
+#include "sim/ServerClass.h"
 #include "sim/SimulationControl.h"
 
 namespace {
 
-Korvex::Com::ModuleRegistration registration() {
+using Korvex::Com::ModuleRegistration;
+
+std::filesystem::path thisModule() {
     static const char address = 0;
+    return Korvex::Com::modulePathOf(&address);
+}
+
+ModuleRegistration simulation() {
     return {CLSID_KorvexSimulation,
             fromUtf8(KORVEX_SIMULATION_PROGID),
             OLESTR("Korvex.Simulation"),
             OLESTR("Korvex simulation server"),
             {CATID_OPCDAServer20, CATID_OPCDAServer30},
-            Korvex::Com::modulePathOf(&address)};
+            thisModule()};
+}
+
+ModuleRegistration serverList() {
+    return {CLSID_OpcServerList, OLESTR("OPC.ServerList.1"), OLESTR("OPC.ServerList"), OLESTR("OPC server list"), {},
+            thisModule()};
 }
 
 }  // namespace
+
+STDAPI DllGetClassObject(REFCLSID clsid, REFIID riid, void** object) {
+    if (clsid == CLSID_OpcServerList) return Korvex::Com::serverListClassObject(riid, object);
+    return Korvex::Simulation::getClassObject(clsid, riid, object);
+}
 
 // Threads of groups may still run, so the module stays.
 STDAPI DllCanUnloadNow() {
@@ -24,9 +43,13 @@ STDAPI DllCanUnloadNow() {
 }
 
 STDAPI DllRegisterServer() {
-    return Korvex::Com::registerModule(registration());
+    const HRESULT hr = Korvex::Com::registerModule(simulation());
+    if (failed(hr) || Korvex::Com::isServedElsewhere(serverList())) return hr;
+    return Korvex::Com::registerModule(serverList());
 }
 
 STDAPI DllUnregisterServer() {
-    return Korvex::Com::unregisterModule(registration());
+    const HRESULT hr = Korvex::Com::unregisterModule(simulation());
+    if (failed(hr) || Korvex::Com::isServedElsewhere(serverList())) return hr;
+    return Korvex::Com::unregisterModule(serverList());
 }

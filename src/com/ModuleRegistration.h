@@ -24,4 +24,8 @@ HRESULT registerModule(const ModuleRegistration& registration);
 // Takes back what registerModule() wrote, for all users and for this one.
 HRESULT unregisterModule(const ModuleRegistration& registration);
 
+// Whether something else than this module serves the class, in this process or out of it, whatever its
+// word size.
+bool isServedElsewhere(const ModuleRegistration& registration);
+
 }  // namespace Korvex::Com

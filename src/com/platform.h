@@ -40,6 +40,10 @@ std::filesystem::path programPath();
 // An environment variable in UTF-16; nothing if it is not set.
 std::optional<OpxString> environmentVariable(const char* name);
 
+// What COM's registry on this machine holds and no server can be read from: a sentence each. Always empty
+// where the registry is a database of the system.
+std::vector<OpxString> brokenRegistrations();
+
 // Keeps the process's multi-threaded apartment alive, though the thread that brought it up may end.
 // Returns what takes that back; null where the system cannot.
 void* holdMultiThreadedApartment();

@@ -1,4 +1,5 @@
 #include "com/platform.h"
+#include "com/portable/ServerRegistry.h"
 
 #include <dlfcn.h>
 #include <time.h>
@@ -105,6 +106,10 @@ std::optional<XmlAttributes> readXmlAttributes(const std::filesystem::path& file
         }
     }
     return found;
+}
+
+std::vector<OpxString> brokenRegistrations() {
+    return describeBrokenFiles();
 }
 
 }  // namespace Korvex::Com

@@ -3,6 +3,7 @@
 #include <span>
 
 #include "com/owners.h"
+#include "com/platform.h"
 #include "core/serverList.h"
 #include "trace/TraceScope.h"
 
@@ -78,12 +79,19 @@ HRESULT enumCategory(IOPCServerList2& list, const OpxString& host, ServerCategor
     return S_OK;
 }
 
+void traceBrokenRegistrations() {
+    for (const OpxString& broken : Korvex::Com::brokenRegistrations()) {
+        LibT::lError("Error: CmnClient::enumComServer - skipped the registration %ls", broken);
+    }
+}
+
 }  // namespace
 
 HRESULT enumServers(const OpxString& host, const std::vector<ServerCategory>& categories,
                     std::vector<OpxServerIdentifier>& servers) {
     ComPtr<IOPCServerList2> list;
     if (const HRESULT hr = createServerList(host, list); failed(hr)) return hr;
+    if (host.empty()) traceBrokenRegistrations();
     for (const ServerCategory category : categories) {
         if (!isKnown(category)) {
             LibT::lError("Error: CmnClient::enumComServer - Client passed invalid category %d",

@@ -171,4 +171,13 @@ void ServerRegistry::readFile(const fs::path& file) {
     }
 }
 
+std::vector<OpxString> describeBrokenFiles() {
+    std::vector<OpxString> sentences;
+    const ServerRegistry registry = ServerRegistry::read();
+    for (const ServerRegistry::BrokenFile& broken : registry.brokenFiles()) {
+        sentences.push_back(fromUtf8(broken.file.string() + ": " + broken.reason));
+    }
+    return sentences;
+}
+
 }  // namespace Korvex::Com

@@ -58,4 +58,7 @@ private:
     std::vector<BrokenFile> brokenFiles_;
 };
 
+// A sentence for each file that is broken now.
+KORVEX_COM_API std::vector<OpxString> describeBrokenFiles();
+
 }  // namespace Korvex::Com

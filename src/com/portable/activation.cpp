@@ -8,11 +8,11 @@
 #include <utility>
 #include <vector>
 
+#include "com/BuiltInClass.h"
 #include "com/ComPtr.h"
+#include "com/ServerList.h"
 #include "com/opc_interfaces.h"
-#include "com/portable/BuiltInClass.h"
 #include "com/portable/GlobalInterfaceTable.h"
-#include "com/portable/ServerList.h"
 #include "com/portable/ServerRegistry.h"
 #include "com/portable/apartment.h"
 

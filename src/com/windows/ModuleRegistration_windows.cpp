@@ -1,6 +1,7 @@
 #include <utility>
 
 #include "com/ModuleRegistration.h"
+#include "com/windows/RegistryKey.h"
 
 namespace Korvex::Com {
 namespace {
@@ -63,6 +64,12 @@ LSTATUS deleteTree(HKEY root, const OpxString& key) {
     return deleted == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : deleted;
 }
 
+// A server that the class names below `kind`, and that is not `module`.
+bool namesAnother(const RegistryKey& classKey, const OLECHAR* kind, const OpxString& module) {
+    const OpxString path = classKey.below(kind).text();
+    return !path.empty() && CompareStringOrdinal(path.c_str(), -1, module.c_str(), -1, TRUE) != CSTR_EQUAL;
+}
+
 }  // namespace
 
 HRESULT registerModule(const ModuleRegistration& registration) {
@@ -79,6 +86,17 @@ HRESULT unregisterModule(const ModuleRegistration& registration) {
         for (const OpxString& key : keys)
             if (const LSTATUS deleted = deleteTree(root, key); deleted != ERROR_SUCCESS) result = deleted;
     return HRESULT_FROM_WIN32(static_cast<DWORD>(result));
+}
+
+bool isServedElsewhere(const ModuleRegistration& registration) {
+    for (const REGSAM view : {KEY_WOW64_64KEY, KEY_WOW64_32KEY}) {
+        const RegistryKey key(HKEY_CLASSES_ROOT, OLESTR("CLSID\\") + guidText(registration.clsid), view);
+        if (!key) continue;
+        for (const OLECHAR* kind : {OLESTR("InprocServer32"), OLESTR("LocalServer32")}) {
+            if (namesAnother(key, kind, registration.module.native())) return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace Korvex::Com

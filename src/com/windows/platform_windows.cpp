@@ -186,4 +186,8 @@ std::optional<XmlAttributes> readXmlAttributes(const std::filesystem::path& file
     return found;
 }
 
+std::vector<OpxString> brokenRegistrations() {
+    return {};
+}
+
 }  // namespace Korvex::Com

@@ -1,16 +1,17 @@
-#include "com/portable/ServerList.h"
+#include "com/ServerList.h"
 
 #include <algorithm>
-#include <memory>
+#include <cstddef>
 #include <new>
 #include <utility>
 #include <vector>
 
+#include "com/BuiltInClass.h"
+#include "com/ComObject.h"
 #include "com/ComPtr.h"
+#include "com/ServerClasses.h"
 #include "com/opc_interfaces.h"
 #include "com/owners.h"
-#include "com/portable/ComObject.h"
-#include "com/portable/ServerRegistry.h"
 
 namespace Korvex::Com {
 namespace {
@@ -54,41 +55,17 @@ private:
     std::size_t next_;
 };
 
-bool isAnyOf(const RegisteredServer& server, const CATID* categories, ULONG count) {
-    return std::any_of(categories, categories + count, [&](const CATID& category) {
-        return std::find(server.categories.begin(), server.categories.end(), category) != server.categories.end();
-    });
-}
-
-// Servers of this registry require nothing of their clients, so required categories exclude none.
+// Servers of these registries require nothing of their clients, so required categories exclude none.
 template <typename Interface>
 HRESULT enumerate(ULONG count, const CATID* implemented, Interface** out) {
     if (!out) return E_INVALIDARG;
     *out = nullptr;
     const bool ofAnyCategory = count == 0 || count == kAnyCategory;
     if (!ofAnyCategory && !implemented) return E_INVALIDARG;
-    std::vector<GUID> ids;
-    const ServerRegistry registry = ServerRegistry::read();
-    for (const RegisteredServer& server : registry.servers()) {
-        if (ofAnyCategory || isAnyOf(server, implemented, count)) ids.push_back(server.clsid);
-    }
-    *out = new (std::nothrow) ClassIdEnumerator<Interface>(std::move(ids));
+    std::vector<CATID> categories;
+    if (!ofAnyCategory) categories.assign(implemented, implemented + count);
+    *out = new (std::nothrow) ClassIdEnumerator<Interface>(classesOfCategories(categories));
     return *out ? S_OK : E_OUTOFMEMORY;
-}
-
-struct ClassDetails {
-    TaskString progId;
-    TaskString description;
-    TaskString versionIndependentProgId;
-};
-
-HRESULT details(REFCLSID clsid, ClassDetails& out) {
-    const auto server = ServerRegistry::read().find(clsid);
-    if (!server) return REGDB_E_CLASSNOTREG;
-    out.progId.reset(copyToTaskMemory(server->progId));
-    out.description.reset(copyToTaskMemory(server->description));
-    out.versionIndependentProgId.reset(copyToTaskMemory(server->versionIndependentProgId));
-    return out.progId && out.description && out.versionIndependentProgId ? S_OK : E_OUTOFMEMORY;
 }
 
 class ServerList final : public ComObject<IOPCServerList2, IOPCServerList> {
@@ -106,11 +83,15 @@ public:
                                               LPOLESTR* ppszVerIndProgID) override {
         if (!ppszProgID || !ppszUserType || !ppszVerIndProgID) return E_POINTER;
         *ppszProgID = *ppszUserType = *ppszVerIndProgID = nullptr;
-        ClassDetails found;
-        if (const HRESULT hr = details(clsid, found); failed(hr)) return hr;
-        *ppszProgID = found.progId.release();
-        *ppszUserType = found.description.release();
-        *ppszVerIndProgID = found.versionIndependentProgId.release();
+        const auto details = detailsOfClass(clsid);
+        if (!details) return REGDB_E_CLASSNOTREG;
+        TaskString progId(copyToTaskMemory(details->progId));
+        TaskString description(copyToTaskMemory(details->description));
+        TaskString versionIndependent(copyToTaskMemory(details->versionIndependentProgId));
+        if (!progId || !description || !versionIndependent) return E_OUTOFMEMORY;
+        *ppszProgID = progId.release();
+        *ppszUserType = description.release();
+        *ppszVerIndProgID = versionIndependent.release();
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetClassDetails(REFCLSID clsid, LPOLESTR* ppszProgID, LPOLESTR* ppszUserType) override {
@@ -131,6 +112,11 @@ public:
 HRESULT createServerList(REFIID riid, void** ppv) {
     const auto list = ComPtr<IOPCServerList2>::adopt(new (std::nothrow) ServerList);
     return list ? list->QueryInterface(riid, ppv) : E_OUTOFMEMORY;
+}
+
+HRESULT serverListClassObject(REFIID riid, void** ppv) {
+    const auto object = ComPtr<IClassFactory>::adopt(new (std::nothrow) BuiltInClass(&createServerList));
+    return object ? object->QueryInterface(riid, ppv) : E_OUTOFMEMORY;
 }
 
 }  // namespace Korvex::Com

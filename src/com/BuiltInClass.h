@@ -1,7 +1,7 @@
-// The class object of a class that the runtime brings itself.
+// The class object of a class whose objects a function makes.
 #pragma once
 
-#include "com/portable/ComObject.h"
+#include "com/ComObject.h"
 
 namespace Korvex::Com {
 
