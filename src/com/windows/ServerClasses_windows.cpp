@@ -2,6 +2,7 @@
 #include <iterator>
 
 #include "com/ServerClasses.h"
+#include "com/windows/ClassesKeys.h"
 #include "com/windows/RegistryKey.h"
 
 namespace Korvex::Com {
@@ -9,13 +10,6 @@ namespace {
 
 // A server of the other word size serves as well, in a process of its own.
 constexpr REGSAM kViews[] = {KEY_WOW64_64KEY, KEY_WOW64_32KEY};
-
-OpxString textOf(REFGUID guid) {
-    constexpr int kLength = 39;
-    OLECHAR text[kLength];
-    StringFromGUID2(guid, text, kLength);
-    return text;
-}
 
 bool implementsAnyOf(const RegistryKey& classKey, const std::vector<OpxString>& categories) {
     const RegistryKey implemented = classKey.below(OLESTR("Implemented Categories"));
@@ -38,7 +32,7 @@ void addClasses(REGSAM view, const std::vector<OpxString>& categories, std::vect
 
 std::vector<CLSID> classesOfCategories(const std::vector<CATID>& categories) {
     std::vector<OpxString> names;
-    std::transform(categories.begin(), categories.end(), std::back_inserter(names), &textOf);
+    std::transform(categories.begin(), categories.end(), std::back_inserter(names), &guidText);
     std::vector<CLSID> classes;
     for (const REGSAM view : kViews) addClasses(view, names, classes);
     return classes;
@@ -46,7 +40,7 @@ std::vector<CLSID> classesOfCategories(const std::vector<CATID>& categories) {
 
 std::optional<ClassDetails> detailsOfClass(REFCLSID clsid) {
     for (const REGSAM view : kViews) {
-        const RegistryKey key(HKEY_CLASSES_ROOT, OLESTR("CLSID\\") + textOf(clsid), view);
+        const RegistryKey key(HKEY_CLASSES_ROOT, OLESTR("CLSID\\") + guidText(clsid), view);
         if (!key) continue;
         return ClassDetails{key.below(OLESTR("ProgID")).text(), key.text(),
                             key.below(OLESTR("VersionIndependentProgID")).text()};
