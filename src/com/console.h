@@ -11,6 +11,8 @@ std::vector<std::string> programArguments(int argc, char** argv);
 
 // True when standard output is a terminal.
 bool outputIsTerminal();
+// The same of standard error.
+bool errorIsTerminal();
 
 // Makes what is written to standard output and error count as UTF-8.
 void useUtf8Console();

@@ -12,6 +12,10 @@ bool outputIsTerminal() {
     return ::isatty(STDOUT_FILENO) == 1;
 }
 
+bool errorIsTerminal() {
+    return ::isatty(STDERR_FILENO) == 1;
+}
+
 void useUtf8Console() {}
 
 }  // namespace Korvex::Com

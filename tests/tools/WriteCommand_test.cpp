@@ -1,55 +1,23 @@
 // opcda write and opcda read beside one server.
 #include "tools/opcda/WriteCommand.h"
 
-#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include <gtest/gtest.h>
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include "tests/support/SimulationFixture.h"
+#include "tests/tools/run_command.h"
 #include "tools/opcda/ReadCommand.h"
 
 namespace Korvex::Tool {
 namespace {
 
-constexpr const char* kUrl = "opcda://localhost/Korvex.Simulation.1/{6B0E7A52-3D1C-4F0A-9C4E-215B77D018E3}";
-
-struct Printed {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-template <typename Command>
-Printed run(const char* name, std::vector<std::string> arguments) {
-    CLI::App app;
-    const Command command(app);
-    arguments.insert(arguments.begin(), {name, kUrl});
-    std::reverse(arguments.begin(), arguments.end());
-    app.parse(arguments);
-    std::ostringstream out;
-    std::ostringstream err;
-    const int status = command.run({out, err, false});
-    return {status, out.str(), err.str()};
-}
-
-class WriteCommandTest : public ::testing::Test {
+class WriteCommandTest : public CommandTest {
 protected:
-    WriteCommandTest() { server.reset(); }
-    ~WriteCommandTest() override { server.reset(); }
-
     static Printed write(std::vector<std::string> arguments) {
         return run<WriteCommand>("write", std::move(arguments));
     }
-
-private:
-    const Testing::SimulationApartment apartment_{COINIT_MULTITHREADED};
-
-protected:
-    Testing::SimulationControl server;
 };
 
 TEST_F(WriteCommandTest, WhatIsWrittenIsReadAgain) {

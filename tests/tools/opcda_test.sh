@@ -87,5 +87,39 @@ for bad in "--rate -1" "--deadband 101" "--count 0" "--duration 0" "--keep-alive
 done
 expect_status 3 watch opcda://localhost/No.Such.Server/{00000000-1111-2222-3333-444444444444} x
 
-# Only this machine's registry files can be asked for a name without a server list of its own.
-[ -n "$runner" ] || expect_status 0 read opcda://localhost/Korvex.Simulation.1 Constant.Double
+expect_status 0 browse "$url" Analog.Level
+expect_line 'Units  Analog.Level.Units'
+expect_status 0 props "$url" Analog.Level
+expect_status 1 props --id 102 "$url" Analog.Level Constant.Int32
+
+# A server that is found can be used by what is printed of it.
+expect_status 0 servers
+found=$(tr -d '\r' <"$work/out" | sed -n 's/^Korvex[.]Simulation[.]1 .*\(opcda:.*\)$/\1/p')
+[ -n "$found" ] || { echo "the simulation server is not listed:"; cat "$work/out" "$work/err"; exit 1; }
+expect_status 0 read "$found" Constant.Double
+expect_status 0 watch --count 1 "$found" Constant.Double
+expect_status 0 write "$found" Register.Int32=1
+expect_status 0 browse --depth 1 "$found"
+expect_status 0 props "$found" Constant.Double
+expect_status 0 read opcda://localhost/Korvex.Simulation.1 Constant.Double
+
+if [ -n "$runner" ]; then
+    # A server list that the machine has already is left alone.
+    class='HKLM\Software\Classes\CLSID\{13486D51-4821-11D2-A494-3CB306C10000}'
+    "$runner" regsvr32 /s /u KorvexSimulation.dll
+    "$runner" reg add "$class\LocalServer32" /ve /d 'C:\list.exe' /f >/dev/null
+    "$runner" regsvr32 /s KorvexSimulation.dll
+    "$runner" reg query "$class\InprocServer32" >"$work/out" 2>&1 && { echo "the list was replaced"; exit 1; }
+    "$runner" reg delete "$class" /f >/dev/null
+    "$runner" regsvr32 /s KorvexSimulation.dll
+else
+    # A registration that cannot be read costs itself only, and is told of in the trace.
+    mkdir "$work/servers"
+    echo 'ProgID=Broken.Server.1' >"$work/servers/broken.server"
+    echo '<Configuration><Trace TraceLevel="1" TraceFileName="opcda.log"/></Configuration>' >"$work/trace.config"
+    KORVEX_OPC_SERVERS="$work/servers:$bin/servers"
+    KORVEX_OPC_TRACE_CONFIG="$work/trace.config"
+    export KORVEX_OPC_SERVERS KORVEX_OPC_TRACE_CONFIG
+    (cd "$work" && "$bin/opcda" servers) | grep -q Korvex.Simulation.1
+    grep -rq 'skipped the registration .*broken.server' "$work" || { echo "nothing is told of broken.server"; exit 1; }
+fi

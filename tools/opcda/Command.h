@@ -11,6 +11,9 @@
 namespace CLI {
 class App;
 }
+namespace Korvex::OPC::OpcDaClient {
+class OPCException;
+}
 
 namespace Korvex::Tool {
 
@@ -26,7 +29,11 @@ enum ExitStatus : int {
 struct Output {
     std::ostream& out;
     std::ostream& err;
-    bool terminal;
+    bool terminal;               // the former is one
+    bool errorTerminal = false;  // the latter is one
 };
+
+// What to tell of a call that failed, with its code: not every code has a name.
+std::string messageOf(const OPC::OpcDaClient::OPCException& error);
 
 }  // namespace Korvex::Tool

@@ -7,6 +7,8 @@
 
 #include <korvex/opc_da_client/Exceptions.h>
 
+#include "BrowseCommand.h"
+#include "PropsCommand.h"
 #include "ReadCommand.h"
 #include "ServersCommand.h"
 #include "WatchCommand.h"
@@ -24,6 +26,8 @@ int run(std::vector<std::string> arguments) {
         "look-up by ProgID. Exit status: 0 success, 1 an item failed, 2 usage, 3 the server failed.");
     const ServersCommand servers(app);
     const ReadCommand read(app);
+    const BrowseCommand browse(app);
+    const PropsCommand props(app);
     const WatchCommand watch(app);
     const WriteCommand write(app);
 
@@ -33,8 +37,10 @@ int run(std::vector<std::string> arguments) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kSuccess : kUsage;
     }
-    const Output output{std::cout, std::cerr, Com::outputIsTerminal()};
+    const Output output{std::cout, std::cerr, Com::outputIsTerminal(), Com::errorIsTerminal()};
     if (servers.chosen()) return servers.run(output);
+    if (browse.chosen()) return browse.run(output);
+    if (props.chosen()) return props.run(output);
     if (read.chosen()) return read.run(output);
     if (write.chosen()) return write.run(output);
     return watch.run(output);
@@ -48,7 +54,7 @@ int main(int argc, char** argv) {
     try {
         return Korvex::Tool::run(Korvex::Com::programArguments(argc, argv));
     } catch (const Korvex::OPC::OpcDaClient::OPCException& error) {
-        std::cerr << "opcda: " << error.what() << " (" << toUtf8(error.ResultID().Name()) << ")\n";
+        std::cerr << "opcda: " << Korvex::Tool::messageOf(error) << '\n';
         return Korvex::Tool::kServerFailed;
     } catch (const std::exception& error) {
         std::cerr << "opcda: " << error.what() << '\n';

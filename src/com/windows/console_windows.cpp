@@ -22,6 +22,10 @@ bool outputIsTerminal() {
     return _isatty(_fileno(stdout)) != 0;
 }
 
+bool errorIsTerminal() {
+    return _isatty(_fileno(stderr)) != 0;
+}
+
 void useUtf8Console() {
     SetConsoleOutputCP(CP_UTF8);
     SetConsoleCP(CP_UTF8);

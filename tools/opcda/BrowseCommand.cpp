@@ -1,0 +1,109 @@
+#include "BrowseCommand.h"
+
+#include <limits>
+#include <ostream>
+#include <utility>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "AddressSpaceWalk.h"
+#include "Interruption.h"
+#include "Progress.h"
+#include "json.h"
+
+namespace Korvex::Tool {
+
+using namespace OPC::OpcDaClient;
+
+namespace {
+
+using Element = AddressSpaceWalk::Element;
+
+std::string text(const NullableText& field) {
+    return toUtf8(field.valueOrEmpty());
+}
+
+// A line an element: its name, with a slash when there is something below it, and the ID of an item.
+class TextTree final : public AddressSpaceWalk::Visitor {
+public:
+    explicit TextTree(std::ostream& out) : out_(out) {}
+
+    void enter(const Element& element, std::size_t depth) override {
+        out_ << std::string(2 * depth, ' ') << text(element.Name()) << (element.HasChildren() ? "/" : "");
+        if (element.IsItem()) out_ << "  " << text(element.ItemName());
+        out_ << '\n';
+    }
+
+private:
+    std::ostream& out_;
+};
+
+// The same as nested records.
+class JsonTree final : public AddressSpaceWalk::Visitor {
+public:
+    void enter(const Element& element, std::size_t) override {
+        open_.push_back({{"name", text(element.Name())},
+                         {"item", text(element.ItemName())},
+                         {"isItem", element.IsItem()},
+                         {"hasChildren", element.HasChildren()}});
+    }
+    void leave() override {
+        Json element = std::move(open_.back());
+        open_.pop_back();
+        if (open_.empty())
+            roots_.push_back(std::move(element));
+        else
+            open_.back()["children"].push_back(std::move(element));
+    }
+    const Json& roots() const { return roots_; }
+
+private:
+    Json roots_ = Json::array();
+    std::vector<Json> open_;
+};
+
+}  // namespace
+
+BrowseCommand::BrowseCommand(CLI::App& parent)
+    : command_(parent.add_subcommand("browse", "Prints the server's address space as a tree.")) {
+    command_->add_option("URL", url_, "The server")->required();
+    command_->add_option("ITEM", item_, "The element to begin below; the root if left out");
+    command_->add_option("--depth", depth_, "Levels to go down; all if left out")->check(CLI::PositiveNumber);
+    command_->add_option("--locale", locale_, "Locale to ask the server for")->capture_default_str();
+    command_->add_flag("--json", json_, "Print JSON");
+}
+
+bool BrowseCommand::chosen() const {
+    return command_->parsed();
+}
+
+int BrowseCommand::run(const Output& output) const {
+    const Interruption interruption;
+    DaServerMgt server;
+    ConnectInfo info;
+    info.LocalId(locale_);
+    bool connectFailed = false;
+    server.Connect(url_, 0, &info, connectFailed);
+
+    // Where the tree itself appears on a terminal, it is progress enough.
+    Progress progress(output.err, output.errorTerminal && (json_ || !output.terminal), "elements");
+    TextTree textTree(output.out);
+    JsonTree jsonTree;
+    int status = kSuccess;
+    const auto tellOfFailure = [&](const std::string& element, const std::string& why) {
+        progress.erase();
+        output.err << "opcda: " << (element.empty() ? "the root" : element) << ": " << why << '\n';
+        status = kItemsFailed;
+    };
+    AddressSpaceWalk walk(
+        server, depth_.value_or(std::numeric_limits<std::size_t>::max()),
+        json_ ? static_cast<AddressSpaceWalk::Visitor&>(jsonTree) : textTree,
+        {[&](std::size_t found) { progress.count(found); }, tellOfFailure, [&] { return interruption.requested(); }});
+    walk.below(item_);
+    progress.erase();
+    if (json_) output.out << dump(jsonTree.roots(), 2) << '\n';
+    return status;
+}
+
+}  // namespace Korvex::Tool
