@@ -110,6 +110,25 @@ std::size_t elementsPerCall(DWORD maximum, std::size_t left) {
 
 }  // namespace
 
+// A browse that goes on is answered from what it began with, so that a page costs no more for coming late.
+HRESULT BrowseFacet::elementsFor(const Question& question, bool goesOn, Answer& answer) {
+    const std::lock_guard lock(mutex_);
+    if (!goesOn || !lastAnswer_ || lastQuestion_ != question) {
+        std::vector<Element> found;
+        const HRESULT result = findElements(question.branch, question.filter, question.pattern, found);
+        if (failed(result)) return result;
+        lastQuestion_ = question;
+        lastAnswer_ = std::make_shared<const std::vector<Element>>(std::move(found));
+    }
+    answer = lastAnswer_;
+    return S_OK;
+}
+
+void BrowseFacet::forgetAnswer() {
+    const std::lock_guard lock(mutex_);
+    lastAnswer_.reset();
+}
+
 HRESULT BrowseFacet::GetProperties(DWORD itemCount, LPWSTR* itemIds, BOOL withValues, DWORD propertyCount,
                                    DWORD* propertyIds, OPCITEMPROPERTIES** properties) {
     return serve("IOPCBrowse::GetProperties",
@@ -142,10 +161,11 @@ HRESULT BrowseFacet::Browse(LPWSTR itemId, LPWSTR* point, DWORD maximum, OPCBROW
                          return E_INVALIDARG;
                      if (propertyCount > 0 && !propertyIds) return E_INVALIDARG;
                      const OpxStringView branch = viewOf(itemId);
-                     std::vector<Element> found;
-                     if (const HRESULT result = findElements(branch, filter, viewOf(namePattern), found);
-                         failed(result))
+                     const Question question{OpxString(branch), filter, OpxString(viewOf(namePattern))};
+                     Answer answer;
+                     if (const HRESULT result = elementsFor(question, !viewOf(*point).empty(), answer); failed(result))
                          return result;
+                     const std::vector<Element>& found = *answer;
                      std::size_t position = 0;
                      if (!readContinuationPoint(*point, branch, found.size(), position))
                          return OPC_E_INVALIDCONTINUATIONPOINT;
@@ -158,6 +178,7 @@ HRESULT BrowseFacet::Browse(LPWSTR itemId, LPWSTR* point, DWORD maximum, OPCBROW
                      for (std::size_t i = 0; i < given; ++i)
                          if (describeElement(found[position + i], request, described[i]) != S_OK) overall = S_FALSE;
                      const bool finished = position + given == found.size();
+                     if (finished) forgetAnswer();
                      const LPWSTR next = giveText(finished ? OpxString() : continuationPoint(position + given, branch));
                      CoTaskMemFree(std::exchange(*point, next));
                      *count = static_cast<DWORD>(given);

@@ -1,6 +1,11 @@
 // IOPCBrowse of a server object.
 #pragma once
 
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "sim/plant/Plant.h"
 #include "sim/server/ServerFacet.h"
 
 namespace Korvex::Simulation {
@@ -15,6 +20,23 @@ public:
                                      LPWSTR namePattern, LPWSTR vendorFilter, BOOL allProperties, BOOL withValues,
                                      DWORD propertyCount, DWORD* propertyIds, BOOL* moreElements, DWORD* count,
                                      OPCBROWSEELEMENT** elements) override;
+
+private:
+    struct Question {
+        OpxString branch;
+        OPCBROWSEFILTER filter = OPC_BROWSE_FILTER_ALL;
+        OpxString pattern;
+
+        bool operator==(const Question&) const = default;
+    };
+    using Answer = std::shared_ptr<const std::vector<Element>>;
+
+    HRESULT elementsFor(const Question& question, bool goesOn, Answer& answer);
+    void forgetAnswer();
+
+    std::mutex mutex_;
+    Question lastQuestion_;
+    Answer lastAnswer_;  // of a browse that is not finished
 };
 
 }  // namespace Korvex::Simulation
