@@ -1,5 +1,6 @@
 #include "sim/ServerClass.h"
 
+#include "com/ProcessHold.h"
 #include "sim/SimulationControl.h"
 #include "sim/com/interface_names.h"
 #include "sim/server/ServerObject.h"
@@ -21,7 +22,10 @@ public:
         return serve(methodAbout("IClassFactory::CreateInstance", wanted), note(), outputs(out(object)), create);
     }
 
-    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override {
+        Com::countHold(lock ? 1 : -1);
+        return S_OK;
+    }
 };
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Objects with many interfaces, each of which is a part of its own.
 #pragma once
 
+#include "com/ProcessHold.h"
 #include "sim/com/ObjectCore.h"
 
 namespace Korvex::Simulation {
@@ -34,6 +35,7 @@ private:
 
     const char* name_;
     ObjectCore core_;
+    Com::ProcessHold hold_;
 };
 
 // One of the interfaces: identity and life are the object's.

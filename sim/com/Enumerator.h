@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "com/ProcessHold.h"
 #include "sim/com/ComClass.h"
 #include "sim/com/Results.h"
 #include "sim/com/interface_names.h"
@@ -71,6 +72,7 @@ public:
 private:
     static std::string method(const char* name) { return interfaceName(iidOf<Interface>()) + "::" + name; }
 
+    Com::ProcessHold hold_;
     std::vector<Element> elements_;
     std::size_t position_;
 };

@@ -1,11 +1,10 @@
 // The module where COM's registry is a database of the system: it makes itself known, and serves the list
 // of servers too where the machine has none.
-#include "com/ModuleRegistration.h"
 #include "com/ServerList.h"
 #include "com/opc_interfaces.h"
 #include "com/platform.h"
 #include "sim/ServerClass.h"
-#include "sim/SimulationControl.h"
+#include "sim/class_registrations.h"
 
 namespace {
 
@@ -17,17 +16,11 @@ std::filesystem::path thisModule() {
 }
 
 ModuleRegistration simulation() {
-    return {CLSID_KorvexSimulation,
-            fromUtf8(KORVEX_SIMULATION_PROGID),
-            OLESTR("Korvex.Simulation"),
-            OLESTR("Korvex simulation server"),
-            {CATID_OPCDAServer20, CATID_OPCDAServer30},
-            thisModule()};
+    return Korvex::Simulation::simulationRegistration(thisModule());
 }
 
 ModuleRegistration serverList() {
-    return {CLSID_OpcServerList, OLESTR("OPC.ServerList.1"), OLESTR("OPC.ServerList"), OLESTR("OPC server list"), {},
-            thisModule()};
+    return Korvex::Simulation::serverListRegistration(thisModule());
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <memory>
 #include <utility>
 
+#include "sim/ProcessEnd.h"
 #include "sim/Simulation.h"
 #include "sim/server/Server.h"
 #include "sim/steering/CommandWords.h"
@@ -178,6 +179,21 @@ Action clearJournal(CommandWords&) {
     return [] { simulation().journal.clear(); };
 }
 
+// ---- Its process ---------------------------------------------------------------------------------
+
+Action endBy(void (*end)()) {
+    if (!end) throw CommandError("the simulation is not a process of its own");
+    return end;
+}
+
+Action vanish(CommandWords&) {
+    return endBy(processEnd.vanish);
+}
+
+Action die(CommandWords&) {
+    return endBy(processEnd.die);
+}
+
 // ---- What was seen -------------------------------------------------------------------------------
 
 std::string journal(CommandWords&) {
@@ -218,6 +234,7 @@ const std::map<std::string_view, Action (*)(CommandWords&)> kCommands = {
     {"load", load},       {"shutdown", shutdown},
     {"item", changeItem}, {"journal clear", clearJournal},
     {"deliver", deliver}, {"welcome", welcome},
+    {"vanish", vanish},   {"die", die},
 };
 
 std::string ask(std::string (*question)(CommandWords&), CommandWords& words) {

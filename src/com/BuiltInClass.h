@@ -2,6 +2,7 @@
 #pragma once
 
 #include "com/ComObject.h"
+#include "com/ProcessHold.h"
 
 namespace Korvex::Com {
 
@@ -17,7 +18,10 @@ public:
         *ppvObject = nullptr;
         return pUnkOuter ? CLASS_E_NOAGGREGATION : create_(riid, ppvObject);
     }
-    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override {
+        countHold(lock ? 1 : -1);
+        return S_OK;
+    }
 
 private:
     const CreateFunction create_;

@@ -9,6 +9,7 @@
 #include "com/BuiltInClass.h"
 #include "com/ComObject.h"
 #include "com/ComPtr.h"
+#include "com/ProcessHold.h"
 #include "com/ServerClasses.h"
 #include "com/opc_interfaces.h"
 #include "com/owners.h"
@@ -51,6 +52,7 @@ private:
         return count;
     }
 
+    ProcessHold hold_;
     std::vector<GUID> ids_;
     std::size_t next_;
 };
@@ -105,6 +107,9 @@ public:
     HRESULT STDMETHODCALLTYPE CLSIDFromProgID(LPCOLESTR szProgId, LPCLSID clsid) override {
         return ::CLSIDFromProgID(szProgId, clsid);
     }
+
+private:
+    ProcessHold hold_;
 };
 
 }  // namespace

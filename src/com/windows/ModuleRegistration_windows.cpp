@@ -1,53 +1,44 @@
 #include "com/ModuleRegistration.h"
-#include "com/windows/ClassesKeys.h"
+
+#include "com/windows/ClassRegistration.h"
 #include "com/windows/RegistryKey.h"
 
 namespace Korvex::Com {
 namespace {
 
-std::vector<RegistryValue> valuesOf(const ModuleRegistration& registration) {
-    const OpxString clsid = guidText(registration.clsid);
-    const OpxString classKey = OpxString(OLESTR("CLSID\\")) + clsid;
-    std::vector<RegistryValue> values = {
-        {classKey, {}, registration.description},
-        {classKey + OLESTR("\\InprocServer32"), {}, registration.module.native()},
-        {classKey + OLESTR("\\InprocServer32"), OLESTR("ThreadingModel"), OLESTR("Both")},
-        {classKey + OLESTR("\\ProgID"), {}, registration.progId},
-        {classKey + OLESTR("\\VersionIndependentProgID"), {}, registration.versionIndependentProgId},
-        {registration.progId, {}, registration.description},
-        {registration.progId + OLESTR("\\CLSID"), {}, clsid},
-        {registration.versionIndependentProgId, {}, registration.description},
-        {registration.versionIndependentProgId + OLESTR("\\CLSID"), {}, clsid},
-        {registration.versionIndependentProgId + OLESTR("\\CurVer"), {}, registration.progId},
-    };
-    for (const CATID& category : registration.categories)
-        values.push_back({classKey + OLESTR("\\Implemented Categories\\") + guidText(category), {}, {}});
-    return values;
+// The path that a server's key holds; a program's stands in quotes.
+OpxString serverPath(const RegistryKey& classKey, const OLECHAR* serverKey) {
+    const OpxString path = classKey.below(serverKey).text();
+    const bool isQuoted = path.size() >= 2 && path.front() == OLESTR('"') && path.back() == OLESTR('"');
+    return isQuoted ? path.substr(1, path.size() - 2) : path;
 }
 
-// A server that the class names below `kind`, and that is not `module`.
-bool namesAnother(const RegistryKey& classKey, const OLECHAR* kind, const OpxString& module) {
-    const OpxString path = classKey.below(kind).text();
+// A server that the class names below `serverKey`, and that is not `module`.
+bool namesAnother(const RegistryKey& classKey, const OLECHAR* serverKey, const OpxString& module) {
+    const OpxString path = serverPath(classKey, serverKey);
     return !path.empty() && CompareStringOrdinal(path.c_str(), -1, module.c_str(), -1, TRUE) != CSTR_EQUAL;
 }
 
 }  // namespace
 
 HRESULT registerModule(const ModuleRegistration& registration) {
-    return writeClassesValues(valuesOf(registration));
+    const OpxString key = classKeyOf(registration.clsid) + OLESTR("\\") + kModuleKey;
+    std::vector<RegistryValue> values = classValues(registration);
+    values.push_back({key, {}, registration.module.native()});
+    values.push_back({key, OLESTR("ThreadingModel"), OLESTR("Both")});
+    return writeClassesValues(values);
 }
 
 HRESULT unregisterModule(const ModuleRegistration& registration) {
-    return deleteClassesKeys(
-        {OLESTR("CLSID\\") + guidText(registration.clsid), registration.progId, registration.versionIndependentProgId});
+    return deleteServerOfClass(registration, kModuleKey);
 }
 
 bool isServedElsewhere(const ModuleRegistration& registration) {
     for (const REGSAM view : {KEY_WOW64_64KEY, KEY_WOW64_32KEY}) {
-        const RegistryKey key(HKEY_CLASSES_ROOT, OLESTR("CLSID\\") + guidText(registration.clsid), view);
+        const RegistryKey key(HKEY_CLASSES_ROOT, classKeyOf(registration.clsid), view);
         if (!key) continue;
-        for (const OLECHAR* kind : {OLESTR("InprocServer32"), OLESTR("LocalServer32")}) {
-            if (namesAnother(key, kind, registration.module.native())) return true;
+        for (const OLECHAR* serverKey : {kModuleKey, kProgramKey}) {
+            if (namesAnother(key, serverKey, registration.module.native())) return true;
         }
     }
     return false;

@@ -1,0 +1,34 @@
+// A server that is a program: COM starts it for the first client and it ends with the last. Only where COM
+// has servers in other processes.
+#pragma once
+
+#include <vector>
+
+#include "com/ComPtr.h"
+#include "com/ModuleRegistration.h"
+
+namespace Korvex::Com {
+
+// Registers a program as the server of a class, beside a module if one is registered for it: for all users,
+// or for this user where that is not allowed. `registration.module` is the program, `application` groups the
+// classes of one program.
+HRESULT registerLocalServer(const ModuleRegistration& registration, REFGUID application);
+// Takes that back; the class stays registered if a module serves it too.
+HRESULT unregisterLocalServer(const ModuleRegistration& registration, REFGUID application);
+
+struct ServedClass {
+    CLSID clsid;
+    ComPtr<IUnknown> classObject;
+};
+
+// Serves the classes to other processes until the last object that is counted (see ProcessHold.h) has gone,
+// or returns at once with what COM answered. A server that nobody asks anything of ends after a minute.
+HRESULT serveClasses(const std::vector<ServedClass>& classes);
+
+// Clients that come from now on have COM start another process.
+void revokeServedClasses();
+
+// Ends the process here and now: nothing is released or written, no client is told.
+[[noreturn]] void endProcess();
+
+}  // namespace Korvex::Com

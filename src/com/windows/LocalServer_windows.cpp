@@ -1,0 +1,137 @@
+#include "com/LocalServer.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+
+#include "com/ProcessHold.h"
+#include "com/windows/ClassRegistration.h"
+
+namespace Korvex::Com {
+namespace {
+
+class Holds {
+public:
+    void change(int by) {
+        const std::lock_guard lock(mutex_);
+        count_ += by;
+        changed_.notify_all();
+    }
+    void waitForFirst(std::chrono::milliseconds patience) {
+        std::unique_lock lock(mutex_);
+        changed_.wait_for(lock, patience, [this] { return count_ > 0; });
+    }
+    void waitForLast() {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return count_ == 0; });
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    int count_ = 0;
+};
+
+class ClassObjects {
+public:
+    HRESULT add(const ServedClass& served) {
+        const std::lock_guard lock(mutex_);
+        DWORD cookie = 0;
+        const HRESULT hr = CoRegisterClassObject(served.clsid, served.classObject.get(), CLSCTX_LOCAL_SERVER,
+                                                 REGCLS_MULTIPLEUSE | REGCLS_SUSPENDED, &cookie);
+        if (succeeded(hr)) cookies_.push_back(cookie);
+        return hr;
+    }
+    void revoke() {
+        const std::lock_guard lock(mutex_);
+        for (const DWORD cookie : cookies_) CoRevokeClassObject(cookie);
+        cookies_.clear();
+    }
+
+private:
+    std::mutex mutex_;
+    std::vector<DWORD> cookies_;
+};
+
+// Both outlive main(): threads of the server may still run then.
+Holds& holds() {
+    static Holds& instance = *new Holds();
+    return instance;
+}
+
+ClassObjects& classObjects() {
+    static ClassObjects& instance = *new ClassObjects();
+    return instance;
+}
+
+void changeHolds(int by) {
+    if (by > 0) {
+        CoAddRefServerProcess();
+    } else {
+        CoReleaseServerProcess();
+    }
+    holds().change(by);
+}
+
+HRESULT registerAll(const std::vector<ServedClass>& classes) {
+    for (const ServedClass& each : classes)
+        if (const HRESULT hr = classObjects().add(each); failed(hr)) return hr;
+    return CoResumeClassObjects();
+}
+
+HRESULT serveInApartment(const std::vector<ServedClass>& classes) {
+    constexpr std::chrono::minutes kPatience(1);
+    holdCounter = &changeHolds;
+    const HRESULT hr = registerAll(classes);
+    if (succeeded(hr)) {
+        holds().waitForFirst(kPatience);
+        holds().waitForLast();
+    }
+    revokeServedClasses();
+    // A client may have come before that.
+    holds().waitForLast();
+    return hr;
+}
+
+OpxString applicationKeyOf(const ModuleRegistration& registration) {
+    return OLESTR("AppID\\") + registration.module.filename().native();
+}
+
+}  // namespace
+
+HRESULT registerLocalServer(const ModuleRegistration& registration, REFGUID application) {
+    const OpxString classKey = classKeyOf(registration.clsid);
+    const OpxString id = guidText(application);
+    std::vector<RegistryValue> values = classValues(registration);
+    values.push_back({classKey, OLESTR("AppID"), id});
+    values.push_back(
+        {classKey + OLESTR("\\") + kProgramKey, {}, OLESTR("\"") + registration.module.native() + OLESTR("\"")});
+    values.push_back({OLESTR("AppID\\") + id, {}, registration.module.stem().native()});
+    values.push_back({applicationKeyOf(registration), OLESTR("AppID"), id});
+    return writeClassesValues(values);
+}
+
+HRESULT unregisterLocalServer(const ModuleRegistration& registration, REFGUID application) {
+    const HRESULT hr = deleteServerOfClass(registration, kProgramKey);
+    const HRESULT ofApplication =
+        deleteClassesKeys({OLESTR("AppID\\") + guidText(application), applicationKeyOf(registration)});
+    return failed(hr) ? hr : ofApplication;
+}
+
+HRESULT serveClasses(const std::vector<ServedClass>& classes) {
+    if (const HRESULT hr = CoInitializeEx(nullptr, COINIT_MULTITHREADED); failed(hr)) return hr;
+    const HRESULT hr = serveInApartment(classes);
+    CoUninitialize();
+    return hr;
+}
+
+void revokeServedClasses() {
+    classObjects().revoke();
+}
+
+void endProcess() {
+    TerminateProcess(GetCurrentProcess(), 1);
+    for (;;) Sleep(INFINITE);
+}
+
+}  // namespace Korvex::Com
