@@ -64,10 +64,12 @@ HRESULT enumCategory(IOPCServerList2& list, const OpxString& host, ServerCategor
     const auto found = componentCategories(category);
     if (found.empty()) return S_OK;
     std::vector<CATID> implemented(found.begin(), found.end());
+    // A list in another process refuses a null array, be it empty.
+    CATID noneRequired = {};
     ComPtr<IOPCEnumGUID> classes;
     const HRESULT hr = tracedCall("IOPCServerList::EnumClassesOfCategories", [&] {
-        return list.EnumClassesOfCategories(static_cast<ULONG>(implemented.size()), implemented.data(), 0, nullptr,
-                                            classes.put());
+        return list.EnumClassesOfCategories(static_cast<ULONG>(implemented.size()), implemented.data(), 0,
+                                            &noneRequired, classes.put());
     });
     if (failed(hr)) {
         LibT::lError("Error: CmnClient::enumComServer - IOPCServerList::EnumClassesOfCategories failed");
