@@ -24,6 +24,7 @@ void Table::print(std::ostream& out, bool styled) const {
             if (i != 0) line += kColumnGap;
             line += i + 1 == row.size() ? row[i] : padded(row[i], widths[i]);
         }
+        line.erase(line.find_last_not_of(' ') + 1);
         const bool isHeader = &row == &rows_.front();
         if (styled && isHeader)
             out << kBold << line << kPlain << '\n';
