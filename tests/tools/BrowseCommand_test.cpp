@@ -77,7 +77,7 @@ TEST_P(BrowseCommandTest, ALongWalkShowsOnATerminalHowFarItHasCome) {
 TEST_P(BrowseCommandTest, PropertiesAreATableAnItem) {
     const Printed printed = props({"Analog.Level"});
     EXPECT_EQ(printed.status, kSuccess);
-    EXPECT_THAT(printed.out, HasSubstr("\n1    Item Canonical Data Type  Int16     Double "));
+    EXPECT_THAT(printed.out, HasSubstr("\n1    Item Canonical Data Type  Int16     Double\n"));
     EXPECT_THAT(printed.out, HasSubstr("\n102  High EU                   Double    100                       "
                                        "Analog.Level.High"));
     const Printed chosen = props({"--id", "100", "--id", "7777", "--json", "--no-values", "Analog.Level", "No.Such"});
