@@ -67,19 +67,24 @@ SimulationApartment::~SimulationApartment() {
     CoUninitialize();
 }
 
-SimulationControl::SimulationControl() {
-    require(CoCreateInstance(CLSID_KorvexSimulation, nullptr, CLSCTX_INPROC_SERVER, IID_ISimulationControl,
-                             control_.putVoid()),
+SimulationControl::SimulationControl(DWORD context) {
+    require(CoCreateInstance(CLSID_KorvexSimulation, nullptr, context, IID_ISimulationControl, control_.putVoid()),
             "simulation");
 }
 
 std::string SimulationControl::execute(const std::string& command) {
+    std::string answer;
+    const HRESULT hr = tryExecute(command, answer);
+    EXPECT_EQ(hr, S_OK) << command << ": " << answer;
+    return answer;
+}
+
+HRESULT SimulationControl::tryExecute(const std::string& command, std::string& answer) {
     LPOLESTR text = nullptr;
     const HRESULT hr = control_->Execute(fromUtf8(command).c_str(), &text);
     const Com::TaskString owner(text);
-    const std::string answer = text ? toUtf8(text) : std::string();
-    EXPECT_EQ(hr, S_OK) << command << ": " << answer;
-    return answer;
+    answer = text ? toUtf8(text) : std::string();
+    return hr;
 }
 
 void SimulationControl::fault(const std::string& method, HRESULT code, int nth) {

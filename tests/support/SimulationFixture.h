@@ -27,14 +27,16 @@ private:
     DWORD registration_ = 0;
 };
 
-// Steers the process's simulated plant; see sim/SimulationControl.h for the commands.
+// Steers a simulated plant, usually that of this process; see sim/SimulationControl.h for the commands.
 class SimulationControl {
 public:
-    // The calling thread must be in a SimulationApartment.
-    SimulationControl();
+    // The calling thread must be in a SimulationApartment, or in any for a server outside the process.
+    explicit SimulationControl(DWORD context = CLSCTX_INPROC_SERVER);
 
     // Carries out a command; one that is not understood fails the test.
     std::string execute(const std::string& command);
+    // The same for one that may fail.
+    HRESULT tryExecute(const std::string& command, std::string& answer);
 
     void reset() { execute("reset"); }
     // Every call from now on answers `code`, or with `nth` only the nth.

@@ -1,0 +1,89 @@
+// A test beside the simulation server in another process.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include <korvex/opc_da_client/DaServerMgt.h>
+
+#include "tests/support/SimulationFixture.h"
+
+namespace Korvex::Testing {
+
+// The calling thread's stay in the multi-threaded apartment.
+class MultiThreadedApartment {
+public:
+    MultiThreadedApartment() { CoInitializeEx(nullptr, COINIT_MULTITHREADED); }
+    ~MultiThreadedApartment() { CoUninitialize(); }
+    MultiThreadedApartment(const MultiThreadedApartment&) = delete;
+    MultiThreadedApartment& operator=(const MultiThreadedApartment&) = delete;
+};
+
+// What handlers on other threads bring, in their order. Share it with them: a late one needs it still.
+template <typename News>
+class Mailbox {
+public:
+    void put(News news) {
+        const std::lock_guard guard(lock_);
+        news_.push_back(std::move(news));
+        came_.notify_all();
+    }
+    // Takes what comes up to the first that is wanted; false when that does not come in time.
+    bool reaches(const std::function<bool(const News&)>& isWanted) {
+        std::unique_lock guard(lock_);
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        for (;;) {
+            if (!came_.wait_until(guard, deadline, [&] { return !news_.empty(); })) return false;
+            const News first = std::move(news_.front());
+            news_.pop_front();
+            if (isWanted(first)) return true;
+        }
+    }
+    bool reaches(const News& wanted) {
+        return reaches([&](const News& news) { return news == wanted; });
+    }
+    void forget() {
+        const std::lock_guard guard(lock_);
+        news_.clear();
+    }
+
+private:
+    std::mutex lock_;
+    std::condition_variable came_;
+    std::deque<News> news_;
+};
+
+// COM starts the server's process for the first test object and it must have ended when the test is over.
+class ProcessFixture : public ::testing::Test {
+protected:
+    static constexpr const char* kUrl = "opcda://localhost/Korvex.Simulation.1/{6B0E7A52-3D1C-4F0A-9C4E-215B77D018E3}";
+
+    ProcessFixture();
+    ~ProcessFixture() override;
+
+    SimulationControl& sim() { return *control_; }
+    // The server goes away at once; COM starts another one for who comes next.
+    void vanish();
+    // The server is ended hard, and COM is not told.
+    void die();
+    // Steers the process that serves now.
+    void steerAgain() { control_.emplace(CLSCTX_LOCAL_SERVER); }
+
+private:
+    void end(const std::string& command);
+
+    MultiThreadedApartment apartment_;
+    std::optional<SimulationControl> control_;
+};
+
+}  // namespace Korvex::Testing
