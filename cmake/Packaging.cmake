@@ -31,6 +31,10 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/korvex-opc.pc DESTINATION ${CMAKE_INST
 # The simulation server: on Windows beside the tool, to be registered; elsewhere where COM's registry is.
 if(WIN32)
   install(TARGETS KorvexSimulation LIBRARY DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(TARGETS KorvexSimulationProgram RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  if(TARGET KorvexOpcProxy)
+    install(TARGETS KorvexOpcProxy LIBRARY DESTINATION ${CMAKE_INSTALL_BINDIR})
+  endif()
   install(FILES ${KORVEX_RUNTIME_LIBRARIES} DESTINATION ${CMAKE_INSTALL_BINDIR})
 else()
   install(TARGETS KorvexSimulation LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/korvex-opc)
