@@ -12,17 +12,23 @@ public:
 
 const auto* const kRegisteredServer = ::testing::AddGlobalTestEnvironment(new RegisteredServer);
 
+// Wine's broker of COM servers goes on believing in a dead one for as long as it lives.
+void endBroker() {
+    for (const DWORD broker : processesOf(OLESTR("rpcss.exe"))) endProcess(broker);
+}
+
 }  // namespace
 
 ProcessFixture::ProcessFixture() {
-    for (const DWORD leftover : serverProcesses()) endProcess(leftover);
     control_.emplace(CLSCTX_LOCAL_SERVER);
 }
 
 ProcessFixture::~ProcessFixture() {
     control_.reset();
     EXPECT_TRUE(serversEnd(std::chrono::seconds(20))) << "no client is left, yet the server's process lives";
+    if (serverProcesses().empty()) return;
     for (const DWORD leftover : serverProcesses()) endProcess(leftover);
+    endBroker();
 }
 
 void ProcessFixture::vanish() {
@@ -31,8 +37,7 @@ void ProcessFixture::vanish() {
 
 void ProcessFixture::die() {
     end("die");
-    // Wine's broker of COM servers goes on believing in the dead one for as long as it lives.
-    for (const DWORD broker : processesOf(OLESTR("rpcss.exe"))) endProcess(broker);
+    endBroker();
 }
 
 void ProcessFixture::end(const std::string& command) {

@@ -16,6 +16,7 @@
 
 #include <korvex/opc_da_client/DaServerMgt.h>
 
+#include "tests/support/FastClock.h"
 #include "tests/support/SimulationFixture.h"
 
 namespace Korvex::Testing {
@@ -84,6 +85,31 @@ private:
 
     MultiThreadedApartment apartment_;
     std::optional<SimulationControl> control_;
+};
+
+// A connection whose server goes away.
+class LossFixture : public ProcessFixture {
+protected:
+    using State = OPC::OpcDaClient::ServerState;
+
+    LossFixture() {
+        server.add_ServerStateChanged([states = states](std::int32_t, State state) { states->put(state); });
+    }
+    ~LossFixture() override { server.Dispose(); }
+
+    void connect() {
+        bool connectFailed = true;
+        server.Connect(kUrl, 7, &info, connectFailed);
+        ASSERT_FALSE(connectFailed);
+        ASSERT_TRUE(states->reaches(State::CONNECTED));
+    }
+    bool comesBack() { return states->reaches(State::ERRORWATCHDOG) && states->reaches(State::CONNECTED); }
+
+    // A check of the server takes 200 ms and its process longer to start: what is tested is not the waiting.
+    const FastClock clock{10};
+    const std::shared_ptr<Mailbox<State>> states = std::make_shared<Mailbox<State>>();
+    OPC::OpcDaClient::ConnectInfo info;
+    OPC::OpcDaClient::DaServerMgt server;
 };
 
 }  // namespace Korvex::Testing

@@ -8,17 +8,6 @@
 #include <thread>
 
 namespace Korvex::Testing {
-namespace {
-
-struct HandleCloser {
-    void operator()(void* handle) const noexcept {
-        if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
-    }
-};
-using Handle = std::unique_ptr<void, HandleCloser>;
-
-}  // namespace
-
 std::vector<DWORD> processesOf(const OpxString& program) {
     std::vector<DWORD> ids;
     const Handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));

@@ -2,12 +2,20 @@
 #pragma once
 
 #include <chrono>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "com/com.h"
 
 namespace Korvex::Testing {
+
+struct HandleCloser {
+    void operator()(void* handle) const noexcept {
+        if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
+    }
+};
+using Handle = std::unique_ptr<void, HandleCloser>;
 
 // Processes that run a program of this name now.
 std::vector<DWORD> processesOf(const OpxString& program);

@@ -21,9 +21,12 @@ public:
         std::unique_lock lock(mutex_);
         changed_.wait_for(lock, patience, [this] { return count_ > 0; });
     }
-    void waitForLast() {
+    // Until there have been none for that long.
+    void waitForLast(std::chrono::milliseconds patience) {
         std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] { return count_ == 0; });
+        do {
+            changed_.wait(lock, [this] { return count_ == 0; });
+        } while (changed_.wait_for(lock, patience, [this] { return count_ > 0; }));
     }
 
 private:
@@ -81,15 +84,17 @@ HRESULT registerAll(const std::vector<ServedClass>& classes) {
 
 HRESULT serveInApartment(const std::vector<ServedClass>& classes) {
     constexpr std::chrono::minutes kPatience(1);
+    constexpr std::chrono::milliseconds kLinger(300);
     holdCounter = &changeHolds;
     const HRESULT hr = registerAll(classes);
     if (succeeded(hr)) {
         holds().waitForFirst(kPatience);
-        holds().waitForLast();
+        // Clients that leave often come back at once, and would run into a process that is about to end.
+        holds().waitForLast(kLinger);
     }
     revokeServedClasses();
-    // A client may have come before that.
-    holds().waitForLast();
+    // A client that had found a class object before is on its way still.
+    holds().waitForLast(kLinger);
     return hr;
 }
 
