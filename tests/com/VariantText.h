@@ -3,10 +3,15 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <type_traits>
+
+#include <gmock/gmock.h>
 
 #include "com/owners.h"
 
@@ -43,6 +48,23 @@ template <typename T>
 std::string shortest(T value) {
     char text[64];
     return std::string(text, std::to_chars(text, text + sizeof text, value).ptr);
+}
+
+// Whether a conversion gave what is expected. 32-bit Windows computes in wider registers, so that its numbers
+// may be the next ones.
+inline bool agrees(std::string_view found, std::string_view expected) {
+    constexpr bool kComputesWider = sizeof(void*) == 4 && !std::is_same_v<OLECHAR, char16_t>;
+    if (found == expected || !kComputesWider) return found == expected;
+    double numbers[2];
+    for (int i = 0; i < 2; ++i) {
+        const std::string_view text = i == 0 ? found : expected;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), numbers[i]);
+        if (error != std::errc() || end != text.data() + text.size()) return false;
+    }
+    return std::nextafter(numbers[0], numbers[1]) == numbers[1];
+}
+MATCHER_P(Agrees, expected, ::testing::PrintToString(expected)) {
+    return agrees(arg, expected);
 }
 
 // Takes what stands before `separator` off the front of `text`.

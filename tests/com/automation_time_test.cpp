@@ -7,8 +7,12 @@
 #include <type_traits>
 
 #include "com/com.h"
+#include "tests/com/VariantText.h"
 
 namespace {
+
+using Korvex::Testing::Agrees;
+using Korvex::Testing::shortest;
 
 // Where text has a character type of its own, the runtime is this project's.
 constexpr bool kPortable = std::is_same_v<OLECHAR, char16_t>;
@@ -100,7 +104,7 @@ TEST(AutomationTime, FieldsToDateDropMillisecondsAndCarry) {
     for (auto& row : cases) {
         double date = -7;
         ASSERT_TRUE(SystemTimeToVariantTime(&row.time, &date)) << text(row.time);
-        EXPECT_EQ(date, row.date) << text(row.time);
+        EXPECT_THAT(shortest(date), Agrees(shortest(row.date))) << text(row.time);
     }
     for (SYSTEMTIME time : {systemTime(10000, 1, 1), systemTime(2008, 13, 1), systemTime(2008, 2, 32)}) {
         double date = -7;

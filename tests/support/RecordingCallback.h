@@ -1,10 +1,12 @@
 // A client that remembers what it is told.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 #include <korvex/native/OpxDataCallback.h>
@@ -58,6 +60,12 @@ public:
 
     // Whether that many have come before five seconds are over.
     bool waitForDataChanges(std::size_t count) const { return waitFor(dataChanges_, count); }
+    template <typename Predicate>
+    bool waitForDataChange(Predicate isWanted) const {
+        std::unique_lock guard(lock_);
+        return changed_.wait_for(guard, std::chrono::seconds(5),
+                                 [&] { return std::any_of(dataChanges_.begin(), dataChanges_.end(), isWanted); });
+    }
     bool waitForReads(std::size_t count) const { return waitFor(reads_, count); }
     bool waitForWrites(std::size_t count) const { return waitFor(writes_, count); }
     bool waitForStatuses(std::size_t count) const { return waitFor(statuses_, count); }
