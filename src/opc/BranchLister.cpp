@@ -25,7 +25,7 @@ using Space = IOPCBrowseServerAddressSpace;
 
 constexpr HRESULT kUnknownItemId = hresult(0xC0040007u);
 constexpr ULONG kBlock = 256;
-constexpr int kDeepest = 1000;  // a server that lets itself be moved up for ever has no root
+constexpr int kDeepest = 1000;  // a server that still lets itself be moved up is at its root and does not say so
 constexpr OLECHAR kStep = OLESTR('/');
 
 HRESULT changePosition(Space& space, OPCBROWSEDIRECTION direction, const OpxString& target) {
@@ -39,7 +39,7 @@ HRESULT climbToRoot(Space& space) {
         if (isRpcError(hr)) return hr;
         if (hr != S_OK) return S_OK;
     }
-    return E_FAIL;
+    return S_OK;
 }
 
 HRESULT moveDown(Space& space, const OpxString& start, const Names& names) {
@@ -76,30 +76,32 @@ HRESULT enumerate(Space& space, OPCBROWSETYPE kind, Names& names) {
     return failed(hr) ? hr : S_OK;
 }
 
-// The item ID of a name at the position; empty when there is none.
-OpxString itemNameOf(Space& space, const OpxString& name) {
-    LPWSTR answered = nullptr;
-    const HRESULT hr = tracedCall("IOPCBrowseServerAddressSpace::GetItemID",
-                                  [&] { return space.GetItemID(writable(name), &answered); });
-    const TaskString itemName(answered);
-    return failed(hr) ? OpxString() : textOf(itemName.get());
+// The item ID of a name at the position; empty when there is none. Fails where the server cannot be asked.
+HRESULT getItemName(Space& space, const OpxString& name, OpxString& itemName) {
+    LPWSTR text = nullptr;
+    const HRESULT hr =
+        tracedCall("IOPCBrowseServerAddressSpace::GetItemID", [&] { return space.GetItemID(writable(name), &text); });
+    const TaskString answered(text);
+    if (isRpcError(hr)) return hr;
+    itemName = failed(hr) ? OpxString() : textOf(answered.get());
+    return S_OK;
 }
 
-ListedElement describeLeaf(Space& space, OpxString name) {
-    ListedElement leaf;
-    leaf.itemName = itemNameOf(space, name);
+HRESULT describeLeaf(Space& space, OpxString name, ListedElement& leaf) {
+    if (const HRESULT hr = getItemName(space, name, leaf.itemName); failed(hr)) return hr;
     if (leaf.itemName.empty()) leaf.itemName = name;
     leaf.name = std::move(name);
     leaf.isItem = true;
-    return leaf;
+    return S_OK;
 }
 
 // A leaf that is a branch too becomes one element with it.
-void addLeaves(Space& space, Names names, std::vector<ListedElement>& elements) {
+HRESULT addLeaves(Space& space, Names names, std::vector<ListedElement>& elements) {
     std::unordered_map<OpxString, std::size_t> branches;
     for (std::size_t i = 0; i < elements.size(); ++i) branches.emplace(elements[i].itemName, i);
     for (OpxString& name : names) {
-        ListedElement leaf = describeLeaf(space, std::move(name));
+        ListedElement leaf;
+        if (const HRESULT hr = describeLeaf(space, std::move(name), leaf); failed(hr)) return hr;
         const auto branch = branches.find(leaf.itemName);
         if (branch == branches.end()) {
             elements.push_back(std::move(leaf));
@@ -107,6 +109,7 @@ void addLeaves(Space& space, Names names, std::vector<ListedElement>& elements) 
             elements[branch->second].isItem = true;
         }
     }
+    return S_OK;
 }
 
 }  // namespace
@@ -155,9 +158,11 @@ HRESULT BranchLister::list(Space& space, IOPCItemProperties& properties, const O
     if (succeeded(hr)) hr = enumerate(space, OPC_LEAF, leaves);
     if (failed(hr)) return hr;
     elements.reserve(branches.size() + leaves.size());
-    for (OpxString& name : branches) elements.push_back(describeBranch(space, itemName, std::move(name)));
-    addLeaves(space, std::move(leaves), elements);
-    return S_OK;
+    for (OpxString& name : branches) {
+        hr = describeBranch(space, itemName, std::move(name), elements.emplace_back());
+        if (failed(hr)) return hr;
+    }
+    return addLeaves(space, std::move(leaves), elements);
 }
 
 HRESULT BranchLister::listFlat(Space& space, std::vector<ListedElement>& elements) {
@@ -165,10 +170,7 @@ HRESULT BranchLister::listFlat(Space& space, std::vector<ListedElement>& element
     if (!turn.taken()) return E_FAIL;
     Names names;
     const HRESULT hr = enumerate(space, OPC_FLAT, names);
-    if (failed(hr)) return hr;
-    elements.reserve(names.size());
-    for (OpxString& name : names) elements.push_back(describeLeaf(space, std::move(name)));
-    return S_OK;
+    return failed(hr) ? hr : addLeaves(space, std::move(names), elements);
 }
 
 // S_OK: the position is the branch's; S_FALSE: it is an item, with nothing below it.
@@ -191,10 +193,9 @@ HRESULT BranchLister::moveTo(Space& space, IOPCItemProperties& properties, const
 }
 
 // A branch without an item ID gets its path for one, with which it is found again here.
-ListedElement BranchLister::describeBranch(Space& space, const OpxString& parent, OpxString name) {
+HRESULT BranchLister::describeBranch(Space& space, const OpxString& parent, OpxString name, ListedElement& branch) {
+    if (const HRESULT hr = getItemName(space, name, branch.itemName); failed(hr)) return hr;
     Route route = routeBelow(parent, name);
-    ListedElement branch;
-    branch.itemName = itemNameOf(space, name);
     if (branch.itemName.empty()) {
         route.isOnlyWay = true;
         branch.itemName = parent.empty() ? name : parent + kStep + name;
@@ -202,7 +203,7 @@ ListedElement BranchLister::describeBranch(Space& space, const OpxString& parent
     branch.name = std::move(name);
     branch.hasChildren = true;
     routes_[branch.itemName] = std::move(route);
-    return branch;
+    return S_OK;
 }
 
 BranchLister::Route BranchLister::routeBelow(const OpxString& parent, const OpxString& name) const {

@@ -44,7 +44,8 @@ private:
     class Turn;
 
     HRESULT moveTo(IOPCBrowseServerAddressSpace& space, IOPCItemProperties& properties, const OpxString& itemName);
-    ListedElement describeBranch(IOPCBrowseServerAddressSpace& space, const OpxString& parent, OpxString name);
+    HRESULT describeBranch(IOPCBrowseServerAddressSpace& space, const OpxString& parent, OpxString name,
+                           ListedElement& branch);
     Route routeBelow(const OpxString& parent, const OpxString& name) const;
 
     std::mutex position_;  // held from moving to a branch until all that is there is known

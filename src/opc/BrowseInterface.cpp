@@ -93,8 +93,9 @@ HRESULT getPropertiesWith(IOPCBrowse& server, const std::vector<OpxItemIdentifie
 
     results.resize(items.size());
     for (std::size_t i = 0; i < items.size(); ++i) {
-        results[i].resultCode = answer[i].hrErrorID;
-        if (takeItemProperties(answer[i], request, results[i].properties) != S_OK) hr = S_FALSE;
+        const HRESULT taken = takeItemProperties(answer[i], request, results[i].properties);
+        results[i].resultCode = answer[i].hrErrorID == S_OK ? taken : answer[i].hrErrorID;
+        if (taken != S_OK) hr = S_FALSE;
     }
     return hr;
 }

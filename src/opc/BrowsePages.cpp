@@ -1,14 +1,26 @@
 #include "opc/BrowsePages.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cstdint>
 #include <string>
 #include <utility>
 
 namespace OpxOpc {
 
+namespace {
+
+// Never twice in a process, so that no token of a connection that has ended fits the one after it.
+OpxString nextToken() {
+    static std::atomic<std::uint64_t> last{0};
+    return fromUtf8(std::to_string(++last));
+}
+
+}  // namespace
+
 OpxString BrowsePages::keep(BrowseRest rest) {
+    OpxString token = nextToken();
     const std::lock_guard guard(lock_);
-    OpxString token = fromUtf8(std::to_string(++lastToken_));
     kept_.push_back({token, std::move(rest)});
     if (kept_.size() > kMostKept) kept_.pop_front();
     return token;

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <deque>
 #include <mutex>
 #include <optional>
@@ -47,7 +46,6 @@ private:
 
     std::mutex lock_;
     std::deque<Kept> kept_;  // the oldest first
-    std::uint64_t lastToken_ = 0;
 };
 
 }  // namespace OpxOpc

@@ -7,9 +7,14 @@ namespace {
 
 constexpr std::int32_t kDataTypeProperty = 1;
 
-// Servers tell an item's type as COM numbers it.
-std::int32_t tagNumber(const OpxVariant& varType) {
-    return static_cast<std::int32_t>(OpxVariant::typeFromVarType(varType.toUInt16()));
+// Servers tell an item's type as COM numbers it. What is no number stays what it is.
+void replaceByTag(OpxVariant& varType) {
+    if (varType.type() == Opx::VType::Empty) return;
+    try {
+        varType = static_cast<std::int32_t>(OpxVariant::typeFromVarType(varType.toUInt16()));
+    } catch (const OpxTypeConversionException&) {
+        return;
+    }
 }
 
 OpxItemProperty takeProperty(const OPCITEMPROPERTY& answered, bool withValue) {
@@ -28,11 +33,11 @@ OpxItemProperty takeProperty(const OPCITEMPROPERTY& answered, bool withValue) {
 void takePropertyValue(const VARIANT& value, OpxItemProperty& property) {
     try {
         property.value = value;
-        if (property.propertyId == kDataTypeProperty) property.value = tagNumber(property.value);
     } catch (const OpxTypeConversionException&) {
         property.value.clear();
         property.resultCode = DISP_E_TYPEMISMATCH;
     }
+    if (property.propertyId == kDataTypeProperty) replaceByTag(property.value);
 }
 
 HRESULT takeItemProperties(const OPCITEMPROPERTIES& answered, const PropertyRequest& request,

@@ -181,6 +181,19 @@ TEST_F(BrowseTest, WithoutItemIdsLeavesGoByTheirNamesAndBranchesByTheirPaths) {
         << "a name of ours means nothing to the server";
 }
 
+TEST_F(BrowseTest, AServerThatIsGoneIsNotAskedForTheOtherNames) {
+    use(2);
+    for (const int nth : {1, 3}) {
+        sim.clearJournal();
+        sim.fault("IOPCBrowseServerAddressSpace::GetItemID", kServerGone, nth);
+        const Page lost = browse(OLESTR("Analog"));
+        EXPECT_EQ(lost.hr, kServerGone);
+        EXPECT_THAT(lost.elements, IsEmpty());
+        EXPECT_EQ(sim.journal("IOPCBrowseServerAddressSpace::GetItemID").size(), static_cast<std::size_t>(nth));
+    }
+    EXPECT_THAT(browse(OLESTR("Analog")).texts(), ::testing::Contains("Level=Analog.Level item branch"));
+}
+
 // ---- Pages of an older server --------------------------------------------------------------------
 
 TEST_F(BrowseTest, AContinuationPointServesItsOwnBrowseOnce) {
@@ -196,6 +209,15 @@ TEST_F(BrowseTest, AContinuationPointServesItsOwnBrowseOnce) {
     EXPECT_EQ(browse(OLESTR("Analog.Level"), 0, BrowseFilter::All, first.point).elements.size(), 2u);
     EXPECT_EQ(browse(OLESTR("Analog.Level"), 0, BrowseFilter::All, first.point).hr, kInvalidContinuationPoint);
     EXPECT_EQ(browse(OLESTR("Analog.Level"), 0, BrowseFilter::All, OLESTR("nonsense")).hr, kInvalidContinuationPoint);
+}
+
+TEST_F(BrowseTest, AContinuationPointDoesNotOutliveItsConnection) {
+    use(2);
+    const Page first = browse(OLESTR("Analog.Level"), 1);
+    use(2);
+    const Page next = browse(OLESTR("Analog.Level"), 1);
+    EXPECT_EQ(browse(OLESTR("Analog.Level"), 0, BrowseFilter::All, first.point).hr, kInvalidContinuationPoint);
+    EXPECT_EQ(browse(OLESTR("Analog.Level"), 0, BrowseFilter::All, next.point).elements.size(), 2u);
 }
 
 TEST_F(BrowseTest, APageThatCouldNotBeDeliveredCanBeAskedForAgain) {

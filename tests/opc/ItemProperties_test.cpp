@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "com/owners.h"
+#include "opc/ItemPropertyRecords.h"
 #include "tests/opc/GroupFixture.h"
 
 namespace Korvex::Testing {
@@ -106,7 +108,8 @@ TEST_P(ItemPropertiesTest, AValueThatFailsOrHasNoFormIsToldByItsOwnCode) {
     sim.item("Constant.Int32", "array2d");
     sim.item("Constant.Double", "error 0xC0040006");
     EXPECT_EQ(query({OLESTR("Constant.Int32"), OLESTR("Constant.Double")}, {2, 5}, false, true), S_FALSE);
-    EXPECT_EQ(results.at(0).properties.at(0).resultCode, hresult(0x80020005u));
+    EXPECT_EQ(results.at(0).resultCode, S_FALSE);
+    EXPECT_EQ(results[0].properties.at(0).resultCode, hresult(0x80020005u));
     EXPECT_EQ(results[0].properties[0].value.type(), VType::Empty);
     EXPECT_EQ(results[0].properties[1].resultCode, S_OK);
     EXPECT_EQ(results.at(1).properties.at(0).resultCode, hresult(0xC0040006u));
@@ -139,6 +142,19 @@ TEST_P(ItemPropertiesTest, FailuresAndMissingArraysLeaveNothingOrTheirCode) {
     sim.fault("IOPCItemProperties::LookupItemIDs", E_FAIL);
     EXPECT_EQ(query({OLESTR("Analog.Level")}, {102}, false, false), S_OK);
     EXPECT_EQ(results.at(0).properties.at(0).itemName, OpxString());
+}
+
+TEST(DataTypeProperty, ThatIsNoNumberStaysWhatTheServerSent) {
+    OpxItemProperty property;
+    property.propertyId = 1;
+    Com::UniqueVariant value;
+    OpxOpc::takePropertyValue(value, property);
+    EXPECT_EQ(property.value.type(), VType::Empty);
+    value.vt = VT_BSTR;
+    value.bstrVal = SysAllocString(OLESTR("VT_R8"));
+    OpxOpc::takePropertyValue(value, property);
+    EXPECT_EQ(toUtf8(property.value.toString()), "VT_R8");
+    EXPECT_EQ(property.resultCode, S_OK);
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, ItemPropertiesTest, ::testing::Values(2, 3),
