@@ -67,10 +67,9 @@ private:
 
 BrowseCommand::BrowseCommand(CLI::App& parent)
     : command_(parent.add_subcommand("browse", "Prints the server's address space as a tree.")) {
-    command_->add_option("URL", url_, "The server")->required();
+    server_.declare(*command_);
     command_->add_option("ITEM", item_, "The element to begin below; the root if left out");
     command_->add_option("--depth", depth_, "Levels to go down; all if left out")->check(CLI::PositiveNumber);
-    command_->add_option("--locale", locale_, "Locale to ask the server for")->capture_default_str();
     command_->add_flag("--json", json_, "Print JSON");
 }
 
@@ -81,10 +80,7 @@ bool BrowseCommand::chosen() const {
 int BrowseCommand::run(const Output& output) const {
     const Interruption interruption;
     DaServerMgt server;
-    ConnectInfo info;
-    info.LocalId(locale_);
-    bool connectFailed = false;
-    server.Connect(url_, 0, &info, connectFailed);
+    server_.connect(server);
 
     // Where the tree itself appears on a terminal, it is progress enough.
     Progress progress(output.err, output.errorTerminal && (json_ || !output.terminal), "elements");

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "Command.h"
+#include "ServerArguments.h"
 
 namespace Korvex::Tool {
 
@@ -20,10 +21,9 @@ public:
 
 private:
     CLI::App* command_;
-    std::string url_;
+    ServerArguments server_;
     std::string item_;
     std::optional<std::size_t> depth_;
-    std::string locale_ = "en";
     bool json_ = false;
 };
 

@@ -83,11 +83,10 @@ bool isComplete(const ItemIdentifier& item, const ItemProperties& properties) {
 
 PropsCommand::PropsCommand(CLI::App& parent)
     : command_(parent.add_subcommand("props", "Prints the properties of items.")) {
-    command_->add_option("URL", url_, "The server")->required();
+    server_.declare(*command_);
     command_->add_option("ITEM", items_, "Item IDs")->required();
     command_->add_option("--id", ids_, "The number of a property; all of them if left out")->allow_extra_args(false);
     command_->add_flag("--no-values", noValues_, "Leave the values out");
-    command_->add_option("--locale", locale_, "Locale to ask the server for")->capture_default_str();
     command_->add_flag("--json", json_, "Print JSON");
 }
 
@@ -97,14 +96,9 @@ bool PropsCommand::chosen() const {
 
 int PropsCommand::run(const Output& output) const {
     DaServerMgt server;
-    ConnectInfo info;
-    info.LocalId(locale_);
-    bool connectFailed = false;
-    server.Connect(url_, 0, &info, connectFailed);
+    server_.connect(server);
 
-    std::vector<ItemIdentifier> names;
-    for (const std::string& item : items_) names.emplace_back(item, "");
-    NullableArray<ItemIdentifier> identifiers(std::move(names));
+    NullableArray<ItemIdentifier> identifiers(identifiersOf(items_));
     NullableArray<ItemProperties> properties;
     server.GetProperties(identifiers, ids_, ids_.empty(), !noValues_, properties);
     server.Disconnect();

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Command.h"
+#include "ServerArguments.h"
 
 namespace Korvex::Tool {
 
@@ -20,11 +21,10 @@ public:
 
 private:
     CLI::App* command_;
-    std::string url_;
+    ServerArguments server_;
     std::vector<std::string> items_;
     std::vector<std::int32_t> ids_;
     bool noValues_ = false;
-    std::string locale_ = "en";
     bool json_ = false;
 };
 

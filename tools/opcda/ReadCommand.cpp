@@ -60,12 +60,11 @@ void printJson(const std::vector<ReadItem>& items, const Output& output) {
 }  // namespace
 
 ReadCommand::ReadCommand(CLI::App& parent) : command_(parent.add_subcommand("read", "Reads items once.")) {
-    command_->add_option("URL", url_, "The server")->required();
+    server_.declare(*command_);
     command_->add_option("ITEM", items_, "Item IDs")->required();
     command_->add_option("--max-age", maxAge_, "Milliseconds a cached value may be old; 0 asks the device")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();
-    command_->add_option("--locale", locale_, "Locale to ask the server for")->capture_default_str();
     command_->add_flag("--json", json_, "Print JSON");
 }
 
@@ -75,14 +74,9 @@ bool ReadCommand::chosen() const {
 
 int ReadCommand::run(const Output& output) const {
     DaServerMgt server;
-    ConnectInfo info;
-    info.LocalId(locale_);
-    bool connectFailed = false;
-    server.Connect(url_, 0, &info, connectFailed);
+    server_.connect(server);
 
-    std::vector<ItemIdentifier> names;
-    for (const std::string& item : items_) names.emplace_back(item, "");
-    NullableArray<ItemIdentifier> identifiers(std::move(names));
+    NullableArray<ItemIdentifier> identifiers(identifiersOf(items_));
     NullableArray<ItemValue> values;
     server.Read(maxAge_, identifiers, values);
     server.Disconnect();

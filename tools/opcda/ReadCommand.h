@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Command.h"
+#include "ServerArguments.h"
 
 namespace Korvex::Tool {
 
@@ -20,10 +21,9 @@ public:
 
 private:
     CLI::App* command_;
-    std::string url_;
+    ServerArguments server_;
     std::vector<std::string> items_;
     std::int32_t maxAge_ = 0;
-    std::string locale_ = "en";
     bool json_ = false;
 };
 

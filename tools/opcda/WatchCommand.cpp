@@ -26,7 +26,7 @@ std::vector<ItemIdentifier> identifiers(const std::vector<std::string>& names) {
 
 WatchCommand::WatchCommand(CLI::App& parent)
     : command_(parent.add_subcommand("watch", "Prints items whenever they change.")) {
-    command_->add_option("URL", url_, "The server")->required();
+    server_.declare(*command_);
     command_->add_option("ITEM", items_, "Item IDs")->required();
     command_->add_option("--rate", rate_, "Milliseconds between two looks at the items")
         ->check(CLI::NonNegativeNumber)
@@ -39,7 +39,6 @@ WatchCommand::WatchCommand(CLI::App& parent)
     command_->add_option("--keep-alive", keepAlive_, "Milliseconds between two probes of the server, at least 2000")
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
-    command_->add_option("--locale", locale_, "Locale to ask the server for")->capture_default_str();
     command_->add_flag("--json", json_, "Print a JSON object a line");
 }
 
@@ -68,10 +67,8 @@ int WatchCommand::run(const Output& output) const {
 
 void WatchCommand::connect(DaServerMgt& server) const {
     ConnectInfo info;
-    info.LocalId(locale_);
     info.KeepAliveTime(keepAlive_);
-    bool connectFailed = false;
-    server.Connect(url_, 0, &info, connectFailed);
+    server_.connect(server, info);
 }
 
 std::size_t WatchCommand::subscribe(DaServerMgt& server, ChangePrinter& printer, const Output& output) const {

@@ -12,6 +12,7 @@
 #include "ChangePrinter.h"
 #include "Command.h"
 #include "Interruption.h"
+#include "ServerArguments.h"
 
 namespace Korvex::Tool {
 
@@ -32,14 +33,13 @@ private:
     void waitForEnd(const ChangePrinter& printer, const Interruption& interruption) const;
 
     CLI::App* command_;
-    std::string url_;
+    ServerArguments server_;
     std::vector<std::string> items_;
     std::int32_t rate_ = 1000;
     float deadband_ = 0;
     std::optional<std::int32_t> count_;
     std::optional<std::int32_t> duration_;
     std::int32_t keepAlive_ = 10000;
-    std::string locale_ = "en";
     bool json_ = false;
 };
 

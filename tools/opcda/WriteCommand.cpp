@@ -23,11 +23,10 @@ std::string result(const ItemIdentifier& item) {
 }  // namespace
 
 WriteCommand::WriteCommand(CLI::App& parent) : command_(parent.add_subcommand("write", "Writes items once.")) {
-    command_->add_option("URL", url_, "The server")->required();
+    server_.declare(*command_);
     command_->add_option("ITEM=VALUE", assignments_, "Item IDs with the values to write; arrays as {1|2|3}")
         ->required();
     command_->add_option("--type", type_, "Send values of this type, such as Int32 or Double[], not of the item's own");
-    command_->add_option("--locale", locale_, "Locale to ask the server for")->capture_default_str();
 }
 
 bool WriteCommand::chosen() const {
@@ -45,10 +44,7 @@ int WriteCommand::run(const Output& output) const {
         return kUsage;
     }
     DaServerMgt server;
-    ConnectInfo info;
-    info.LocalId(locale_);
-    bool connectFailed = false;
-    server.Connect(url_, 0, &info, connectFailed);
+    server_.connect(server);
 
     const std::vector<Type> types = asked.isNull() ? typesOf(server, parsed) : std::vector<Type>(parsed.size(), asked);
     std::vector<ItemIdentifier> items;

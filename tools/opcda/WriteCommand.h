@@ -8,6 +8,7 @@
 #include <korvex/opc_da_client/DaServerMgt.h>
 
 #include "Command.h"
+#include "ServerArguments.h"
 
 namespace Korvex::Tool {
 
@@ -30,10 +31,9 @@ private:
                                                 const std::vector<Assignment>& assignments) const;
 
     CLI::App* command_;
-    std::string url_;
+    ServerArguments server_;
     std::vector<std::string> assignments_;
     std::string type_;
-    std::string locale_ = "en";
 };
 
 }  // namespace Korvex::Tool
