@@ -105,7 +105,11 @@ std::vector<OpxItemValue> CreateItemValueVector(const NullableArray<ItemValue>& 
     LibT::lInOut("==> MCPP::DaServerMgt::CreateItemValueVector");
     if (itemValues.isNull()) throw NullReferenceException();
     std::vector<OpxItemValue> values(itemValues.size());
-    for (std::size_t i = 0; i < values.size(); ++i) TypeConverter::toNative(itemValues[i].Value(), values[i].value);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const bool hasNativeForm = TypeConverter::toNative(itemValues[i].Value(), values[i].value);
+        // An empty value would be converted to the item's zero, and written.
+        if (!hasNativeForm) values[i].value = OpxOpc::OpxVariant::unknown();
+    }
     LibT::lInOut("<== MCPP::DaServerMgt::CreateItemValueVector");
     return values;
 }

@@ -16,6 +16,11 @@ void dropErrorsUnlessMarked(CallbackRecords& records) {
     if (records.masterError != S_FALSE) records.errors.clear();
 }
 
+// Where some items of a call have failed and the server leaves out which, none of them can be trusted.
+HRESULT codeUnlessTold(HRESULT code, const HRESULT* told, HRESULT masterError) {
+    return !told && succeeded(code) && masterError == S_FALSE ? E_FAIL : code;
+}
+
 HRESULT takeChangedItem(const DeliveredItem& item, CallbackRecords& records, OpxItemValue& out) {
     if (failed(item.code)) return item.code;
 
@@ -78,8 +83,9 @@ CallbackRecords readRecords(const ComAsyncTransaction& transaction, LCID locale,
         const auto item = translateItem(transaction, itemHandles, i, records);
         if (!item) continue;
         const DeliveredItem delivered = items[i];
-        records.errors[i] = delivered.code;
-        if (failed(masterError) || failed(delivered.code)) continue;
+        records.errors[i] = codeUnlessTold(delivered.code, items.codes, masterError);
+        if (!items.values || !items.qualities) markItemErrors(records);
+        if (failed(masterError) || failed(records.errors[i])) continue;
         records.errors[i] = takeReadItem(delivered, item->requestedType, locale, records.values[i]);
         if (records.errors[i] < 0) markItemErrors(records);
     }
@@ -92,7 +98,7 @@ CallbackRecords writeRecords(const ComAsyncTransaction& transaction, HRESULT mas
     records.masterError = masterError;
     if (succeeded(masterError)) {
         for (DWORD i = 0; i < count; ++i) {
-            if (errors) records.errors[i] = errors[i];
+            records.errors[i] = codeUnlessTold(errors ? errors[i] : S_OK, errors, masterError);
             translateItem(transaction, itemHandles, i, records);
         }
     }

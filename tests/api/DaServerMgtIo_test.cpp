@@ -153,6 +153,11 @@ TEST_F(DaServerMgtIoTest, WritesValuesAndTellsEveryItemsResult) {
     items = {item("Register.Int32")};
     EXPECT_EQ(server.Write(items, {ItemValue()}), ReturnCode::SUCCEEDED);
     EXPECT_EQ(written("Register.Int32"), "3 0") << "a null value is the type's zero";
+
+    items = {item("Register.Double")};
+    EXPECT_EQ(server.Write(items, {value(Decimal::fromText("100000000000000000000"))}), ReturnCode::ITEMERROR);
+    EXPECT_EQ(written("Register.Double"), "0 ") << "a value that cannot be carried is not written as zero";
+    EXPECT_EQ(server.Write(items, {value(2.5)}), ReturnCode::SUCCEEDED);
 }
 
 TEST_F(DaServerMgtIoTest, CompletionsBringTheApplicationsNumbersAndHandles) {
@@ -196,6 +201,7 @@ TEST_F(DaServerMgtIoTest, HandlesOfCompletedCallsAreReusedAndOthersStayTaken) {
         EXPECT_EQ(completions.next().transaction, transaction);
         while (trace.count(kCompleted) == before) std::this_thread::yield();  // the handle goes back last
     }
+    EXPECT_EQ(trace.count("CALL MCPP::DaServerMgt::m_ReadCompleted->Invoke"), 6u) << "before and after the handlers";
     EXPECT_EQ(trace.count("  TransactionHandle = 0"), 1u);
     EXPECT_EQ(trace.count("  TransactionHandle = 1"), 1u);
     EXPECT_EQ(trace.count("  TransactionHandle = 2"), 3u);

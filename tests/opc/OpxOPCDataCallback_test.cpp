@@ -146,10 +146,22 @@ TEST_F(OpxOPCDataCallbackTest, arrays_that_the_server_leaves_out_cost_the_items_
 
         EXPECT_EQ(delivery.completeRead(*sink.get(), sink->registerTransaction(transactionOf({VType::Empty}))), S_OK);
         EXPECT_THAT(client.reads().back().errors, ElementsAre(each.readError));
+        EXPECT_EQ(client.reads().back().masterError, each.readError < 0 ? S_FALSE : S_OK);
 
         EXPECT_EQ(delivery.completeWrite(*sink.get(), sink->registerTransaction(transactionOf({VType::Empty}))), S_OK);
         EXPECT_EQ(client.writes().back().clientHandles.size(), 1u);
     }
+}
+
+TEST_F(OpxOPCDataCallbackTest, errors_that_the_server_does_not_tell_cost_every_item_of_a_completion) {
+    Delivery delivery;
+    delivery.missing = "e";
+    delivery.masterError = S_FALSE;
+    delivery.add(11, variantOf(std::int32_t{7}));
+    EXPECT_EQ(delivery.completeRead(*sink.get(), sink->registerTransaction(transactionOf({VType::Empty}))), S_OK);
+    EXPECT_THAT(client.reads().back().errors, ElementsAre(E_FAIL));
+    EXPECT_EQ(delivery.completeWrite(*sink.get(), sink->registerTransaction(transactionOf({VType::Empty}))), S_OK);
+    EXPECT_THAT(client.writes().back().errors, ElementsAre(E_FAIL));
 }
 
 TEST_F(OpxOPCDataCallbackTest, the_trace_shows_the_parameters_of_a_data_change) {
@@ -298,6 +310,18 @@ TEST_F(OpxOPCDataCallbackTest, a_detached_sink_tells_its_client_nothing) {
     for (const char* callback : {"OnDataChange", "OnReadComplete", "OnWriteComplete"}) {
         EXPECT_TRUE(trace.has(std::string("<== OPCDataCallback::") + callback + " - callback pointer is NULL"));
     }
+}
+
+TEST_F(OpxOPCDataCallbackTest, an_unknown_read_is_told_and_holds_up_other_threads_completions) {
+    static auto& told = *new RecordingCallback;
+    auto* const stuck = new OpxOPCDataCallback(OpxOpc::unowned(&told), kGerman);
+    stuck->AddRef();
+    const auto key = stuck->registerTransaction(transactionOf({VType::Empty}));
+    EXPECT_EQ(Delivery().add(11, variantOf(true)).completeRead(*stuck, key + 1000), S_OK);
+    EXPECT_TRUE(trace.has("<== OPCDataCallback::OnReadComplete - can not find transaction"));
+    std::thread([stuck, key] { Delivery().add(11, variantOf(true)).completeWrite(*stuck, key); }).detach();
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    EXPECT_TRUE(told.writes().empty()) << "the completion waits";
 }
 
 TEST_F(OpxOPCDataCallbackTest, an_unknown_transaction_holds_up_other_threads_completions_but_nothing_else) {

@@ -78,7 +78,7 @@ protected:
     // The server is ended hard, and COM is not told.
     void die();
     // Steers the process that serves now.
-    void steerAgain() { control_.emplace(CLSCTX_LOCAL_SERVER); }
+    void steerAgain();
 
 private:
     void end(const std::string& command);
