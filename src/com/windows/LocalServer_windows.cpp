@@ -3,6 +3,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <thread>
 
 #include "com/ProcessHold.h"
 #include "com/windows/ClassRegistration.h"
@@ -135,7 +136,8 @@ void revokeServedClasses() {
 }
 
 void endProcess() {
-    TerminateProcess(GetCurrentProcess(), 1);
+    // By a thread that no call comes to: Wine has been seen to hang where one came to it at that moment.
+    std::thread([] { TerminateProcess(GetCurrentProcess(), 1); }).detach();
     for (;;) Sleep(INFINITE);
 }
 
