@@ -62,6 +62,17 @@ TEST_F(Registration, TheProgramTakesBackAllThatItWrote) {
     EXPECT_EQ(run("start /wait KorvexSimulation.exe -Nonsense"), 2);
 }
 
+TEST_F(Registration, AListOfServersThatIsGoneIsReplacedAndAnothersIsNot) {
+    const std::string key = "HKLM\\Software\\Classes\\" + kServerList + "\\LocalServer32";
+    const std::string another = "C:\\gone\\OpcEnum.exe";
+    ASSERT_EQ(run("reg add " + key + " /ve /d " + another + " /f >NUL"), 0);
+    EXPECT_EQ(run("start /wait KorvexSimulation.exe -RegServer"), 0);
+    EXPECT_EQ(textAt(kServerList + "\\LocalServer32"), another);
+    ASSERT_EQ(run("reg add " + key + " /ve /d C:\\gone\\KorvexSimulation.exe /f >NUL"), 0);
+    EXPECT_EQ(run("start /wait KorvexSimulation.exe -RegServer"), 0);
+    EXPECT_NE(textAt(kServerList + "\\LocalServer32"), "C:\\gone\\KorvexSimulation.exe");
+}
+
 TEST_F(Registration, ProgramAndModuleServeTheClassBesideEachOther) {
     EXPECT_EQ(run("regsvr32 /s KorvexSimulation.dll"), 0);
     EXPECT_TRUE(isThere(kSimulation + "\\InprocServer32"));

@@ -1,5 +1,8 @@
 #include "com/ModuleRegistration.h"
 
+#include <filesystem>
+#include <system_error>
+
 #include "com/windows/ClassRegistration.h"
 #include "com/windows/RegistryKey.h"
 
@@ -13,10 +16,20 @@ OpxString serverPath(const RegistryKey& classKey, const OLECHAR* serverKey) {
     return isQuoted ? path.substr(1, path.size() - 2) : path;
 }
 
+bool isSame(const OpxString& left, const OpxString& right) {
+    return CompareStringOrdinal(left.c_str(), -1, right.c_str(), -1, TRUE) == CSTR_EQUAL;
+}
+
+// One of this name that has been moved or deleted since it was registered.
+bool isGone(const std::filesystem::path& server, const std::filesystem::path& module) {
+    std::error_code ignored;
+    return isSame(server.stem().native(), module.stem().native()) && !std::filesystem::exists(server, ignored);
+}
+
 // A server that the class names below `serverKey`, and that is not `module`.
-bool namesAnother(const RegistryKey& classKey, const OLECHAR* serverKey, const OpxString& module) {
+bool namesAnother(const RegistryKey& classKey, const OLECHAR* serverKey, const std::filesystem::path& module) {
     const OpxString path = serverPath(classKey, serverKey);
-    return !path.empty() && CompareStringOrdinal(path.c_str(), -1, module.c_str(), -1, TRUE) != CSTR_EQUAL;
+    return !path.empty() && !isSame(path, module.native()) && !isGone(path, module);
 }
 
 }  // namespace
@@ -38,7 +51,7 @@ bool isServedElsewhere(const ModuleRegistration& registration) {
         const RegistryKey key(HKEY_CLASSES_ROOT, classKeyOf(registration.clsid), view);
         if (!key) continue;
         for (const OLECHAR* serverKey : {kModuleKey, kProgramKey}) {
-            if (namesAnother(key, serverKey, registration.module.native())) return true;
+            if (namesAnother(key, serverKey, registration.module)) return true;
         }
     }
     return false;
