@@ -68,11 +68,9 @@ struct ISimulationControl : public IUnknown {
     //                               has returned
     //   shutdown [REASON]           calls ShutdownRequest on every advised sink; null reason if absent
     //
-    //   vanish                      the process goes away at once, with clients attached: COM is told, so
-    //                               that it starts another one for the next client, and nothing else is
-    //                               cleaned up. No answer comes back
-    //   die                         it goes away without telling COM either. Both need the simulation to be a
-    //                               program; where it lives in a client they are E_INVALIDARG
+    //   revoke                      COM is told that the process serves no new clients, and starts another
+    //                               one for them; those that there are stay. To be said before the process is
+    //                               ended under its clients. E_INVALIDARG where the simulation is no program
     //
     //   item ID error CODE          reads of the item fail with CODE; 0x0 takes it back
     //   item ID writeerror CODE     the same for writes

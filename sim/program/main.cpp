@@ -21,6 +21,10 @@ bool mayServeList() {
     return !Com::isServedElsewhere(serverListRegistration(Com::programPath()));
 }
 
+bool servesList() {
+    return Com::isServedHere(serverListRegistration(Com::programPath()));
+}
+
 HRESULT registerProgram() {
     const HRESULT hr = Com::registerLocalServer(simulationRegistration(Com::programPath()), kApplication);
     if (failed(hr) || !mayServeList()) return hr;
@@ -29,24 +33,19 @@ HRESULT registerProgram() {
 
 HRESULT unregisterProgram() {
     const HRESULT hr = Com::unregisterLocalServer(simulationRegistration(Com::programPath()), kApplication);
-    if (failed(hr) || !mayServeList()) return hr;
+    if (failed(hr) || !servesList()) return hr;
     return Com::unregisterLocalServer(serverListRegistration(Com::programPath()), kApplication);
 }
 
-void vanish() {
-    Com::revokeServedClasses();
-    Com::endProcess();
-}
-
 HRESULT serve() {
-    processEnd = {&vanish, &Com::endProcess};
+    revokeProcess = &Com::revokeServedClasses;
     std::vector<Com::ServedClass> classes(2);
     classes[0].clsid = CLSID_KorvexSimulation;
     classes[1].clsid = CLSID_OpcServerList;
     HRESULT hr = getClassObject(CLSID_KorvexSimulation, IID_IUnknown, classes[0].classObject.putVoid());
     if (succeeded(hr)) hr = Com::serverListClassObject(IID_IUnknown, classes[1].classObject.putVoid());
     if (failed(hr)) return hr;
-    if (!mayServeList()) classes.pop_back();
+    if (!servesList()) classes.pop_back();
     return Com::serveClasses(classes);
 }
 

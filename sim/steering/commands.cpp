@@ -181,17 +181,9 @@ Action clearJournal(CommandWords&) {
 
 // ---- Its process ---------------------------------------------------------------------------------
 
-Action endBy(void (*end)()) {
-    if (!end) throw CommandError("the simulation is not a process of its own");
-    return end;
-}
-
-Action vanish(CommandWords&) {
-    return endBy(processEnd.vanish);
-}
-
-Action die(CommandWords&) {
-    return endBy(processEnd.die);
+Action revoke(CommandWords&) {
+    if (!revokeProcess) throw CommandError("the simulation is not a process of its own");
+    return revokeProcess;
 }
 
 // ---- What was seen -------------------------------------------------------------------------------
@@ -234,7 +226,7 @@ const std::map<std::string_view, Action (*)(CommandWords&)> kCommands = {
     {"load", load},       {"shutdown", shutdown},
     {"item", changeItem}, {"journal clear", clearJournal},
     {"deliver", deliver}, {"welcome", welcome},
-    {"vanish", vanish},   {"die", die},
+    {"revoke", revoke},
 };
 
 std::string ask(std::string (*question)(CommandWords&), CommandWords& words) {

@@ -28,7 +28,4 @@ HRESULT serveClasses(const std::vector<ServedClass>& classes);
 // Clients that come from now on have COM start another process.
 void revokeServedClasses();
 
-// Ends the process here and now: nothing is released or written, no client is told.
-[[noreturn]] void endProcess();
-
 }  // namespace Korvex::Com

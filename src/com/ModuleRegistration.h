@@ -28,4 +28,7 @@ HRESULT unregisterModule(const ModuleRegistration& registration);
 // word size.
 bool isServedElsewhere(const ModuleRegistration& registration);
 
+// Whether it is registered that this program serves the class.
+bool isServedHere(const ModuleRegistration& registration);
+
 }  // namespace Korvex::Com

@@ -14,15 +14,29 @@ void endBroker() {
     for (const DWORD broker : processesOf(OLESTR("rpcss.exe"))) endProcess(broker);
 }
 
-void endLeftovers() {
+// From outside: a process under Wine that ends itself with clients attached may hang while it does.
+void endServers() {
     for (const DWORD server : serverProcesses()) endProcess(server);
+}
+
+void endLeftovers() {
+    endServers();
     endBroker();
+}
+
+// Tests of the registration that were ended in their middle.
+void forgetWhatOthersLeft() {
+    run("regsvr32 /s /u KorvexSimulation.dll");
+    for (const std::string root : {"HKLM", "HKCU"})
+        run("reg delete " + root +
+            "\\Software\\Classes\\Interface\\{F31DFDE1-07B6-11D2-B2D8-0060083BA1FB} /f >NUL 2>NUL");
 }
 
 class RegisteredServer final : public ::testing::Environment {
 public:
     void SetUp() override {
         endLeftovers();
+        forgetWhatOthersLeft();
         registerServer();
         interfaces_.emplace();
     }
@@ -47,12 +61,14 @@ ProcessFixture::~ProcessFixture() {
 }
 
 void ProcessFixture::vanish() {
-    end("vanish");
+    sim().execute("revoke");
+    endServers();
+    control_.reset();
 }
 
 void ProcessFixture::die() {
-    end("die");
-    endBroker();
+    endLeftovers();
+    control_.reset();
 }
 
 void ProcessFixture::steerAgain() {
@@ -66,12 +82,6 @@ void ProcessFixture::steerAgain() {
             std::this_thread::sleep_for(std::chrono::milliseconds(200));
         }
     }
-}
-
-void ProcessFixture::end(const std::string& command) {
-    std::string ignored;
-    EXPECT_TRUE(failed(control_->tryExecute(command, ignored)));
-    control_.reset();
 }
 
 }  // namespace Korvex::Testing

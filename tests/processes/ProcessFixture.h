@@ -81,8 +81,6 @@ protected:
     void steerAgain();
 
 private:
-    void end(const std::string& command);
-
     MultiThreadedApartment apartment_;
     std::optional<SimulationControl> control_;
 };

@@ -48,6 +48,18 @@ TEST_F(Registration, ProxiesLeaveAnInterfaceToTheOneThatCarriesIt) {
     EXPECT_EQ(run("reg delete " + key + " /f >NUL"), 0);
 }
 
+TEST_F(Registration, ProxiesOfAUserGoWithoutThoseOfTheMachine) {
+    const std::string key = "Software\\Classes\\Interface\\{F31DFDE1-07B6-11D2-B2D8-0060083BA1FB}";
+    const std::string value = key + "\\ProxyStubClsid32";
+    const std::string foreign = "{11111111-2222-3333-4444-555555555555}";
+    ASSERT_EQ(run("reg add HKCU\\" + value + " /ve /d " + kProxies + " /f >NUL"), 0);
+    ASSERT_EQ(run("reg add HKLM\\" + value + " /ve /d " + foreign + " /f >NUL"), 0);
+    EXPECT_EQ(run("regsvr32 /s /u KorvexOpcProxy.dll"), 0);
+    EXPECT_EQ(toUtf8(Com::RegistryKey(HKEY_LOCAL_MACHINE, fromUtf8(value), 0).text()), foreign);
+    EXPECT_FALSE(Com::RegistryKey(HKEY_CURRENT_USER, fromUtf8(key), 0));
+    EXPECT_EQ(run("reg delete HKLM\\" + key + " /f >NUL"), 0);
+}
+
 TEST_F(Registration, TheProgramTakesBackAllThatItWrote) {
     const std::string keys[] = {kSimulation,
                                 kServerList,

@@ -29,6 +29,13 @@ class ServerGoesAway : public Testing::LossFixture {
 protected:
     static constexpr int kSubscriptions = 10;
 
+    ServerGoesAway() {
+        server.add_DataChanged([changed = changed](std::int32_t subscription, bool qualitiesGood, bool,
+                                                   const std::vector<ItemValueCallback>&) {
+            changed->at(static_cast<std::size_t>(subscription)).put(qualitiesGood);
+        });
+    }
+
     void subscribe() {
         for (int i = 0; i < kSubscriptions; ++i) {
             NullableArray<ItemIdentifier> items = {ItemIdentifier("Signal.Ramp", ""),
@@ -39,6 +46,9 @@ protected:
         }
     }
 
+    // Each subscription's qualities.
+    const std::shared_ptr<std::vector<Mailbox<bool>>> changed =
+        std::make_shared<std::vector<Mailbox<bool>>>(kSubscriptions);
     const int kCycles = numberOfCycles();
 };
 
@@ -150,10 +160,16 @@ TEST_F(ServerGoesAway, WithoutAWordToCom) {
     connect();
     Reader reader(server);
     EXPECT_TRUE(reader.news.reaches("-320000"));
+    subscribe();
+    for (auto& subscription : *changed) EXPECT_TRUE(subscription.reaches(true));
     die();
     EXPECT_TRUE(reader.meetsDeadServer());
     EXPECT_TRUE(comesBack());
     EXPECT_TRUE(reader.news.reaches("-320000"));
+    for (auto& subscription : *changed) {
+        EXPECT_TRUE(subscription.reaches(false)) << "the loss is told";
+        EXPECT_TRUE(subscription.reaches(true)) << "it delivers again";
+    }
 }
 
 using Handles = std::map<std::string, int>;
@@ -192,11 +208,6 @@ bool threadsEnd(int before) {
 }
 
 TEST_F(ServerGoesAway, WhileTenSubscriptionsDeliver) {
-    const auto changed = std::make_shared<std::vector<Mailbox<bool>>>(kSubscriptions);
-    server.add_DataChanged(
-        [changed](std::int32_t subscription, bool qualitiesGood, bool, const std::vector<ItemValueCallback>&) {
-            changed->at(static_cast<std::size_t>(subscription)).put(qualitiesGood);
-        });
     const int threads = Testing::ownThreads();
     connect();
     subscribe();
@@ -223,7 +234,8 @@ TEST_F(ServerGoesAway, WhileTenSubscriptionsDeliver) {
 TEST_F(ServerGoesAway, AfterItsClientsWhoLeaveNothingBehind) {
     const int threads = Testing::ownThreads();
     Handles handles;
-    for (int cycle = 0; cycle <= kCycles; ++cycle) {
+    constexpr int kTimes = 10;
+    for (int cycle = 0; cycle <= kTimes; ++cycle) {
         connect();
         subscribe();
         server.Disconnect();
@@ -240,7 +252,9 @@ TEST_F(ServerGoesAway, WhileAConnectIsUnderWay) {
         sim().execute("hang IOPCServer::AddGroup");
         bool connectFailed = false;
         std::thread connecting([&] { server.Connect(kUrl, 7, &info, connectFailed); });
-        while (sim().execute("calls IOPCServer::AddGroup") == "0") std::this_thread::yield();
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (sim().execute("calls IOPCServer::AddGroup") == "0" && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::yield();
         vanish();
         connecting.join();
         EXPECT_TRUE(connectFailed);

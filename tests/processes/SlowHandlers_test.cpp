@@ -55,21 +55,27 @@ protected:
             [sleeper = sleeper](std::int32_t subscription, bool, bool, const std::vector<ItemValueCallback>&) {
                 sleeper->sleep(subscription);
             });
+        connectAndSubscribe();
+    }
+
+    void connectAndSubscribe() {
         bool connectFailed = true;
         server->Connect(kUrl, 7, &info, connectFailed);
         EXPECT_FALSE(connectFailed);
         for (std::int32_t i = 0; i < kSubscriptions; ++i) {
             NullableArray<ItemIdentifier> items = {ItemIdentifier("Signal.Ramp", "")};
             std::int32_t rate = 0;
-            handles.emplace_back();
-            EXPECT_EQ(server->Subscribe(i, true, 10, rate, 0, items, handles.back()), ReturnCode::SUCCEEDED);
+            EXPECT_EQ(server->Subscribe(i, true, 10, rate, 0, items, handles.at(static_cast<std::size_t>(i))),
+                      ReturnCode::SUCCEEDED);
         }
     }
 
     bool waitFor(const std::function<bool()>& condition) const {
         const auto deadline = std::chrono::steady_clock::now() + 20s;
-        while (!condition())
+        while (!condition()) {
             if (std::chrono::steady_clock::now() > deadline) return false;
+            std::this_thread::sleep_for(1ms);
+        }
         return true;
     }
     bool isInMiddleOfSeveral() const {
@@ -85,7 +91,7 @@ protected:
     const std::shared_ptr<Sleeper> sleeper = std::make_shared<Sleeper>();
     ConnectInfo info;
     std::optional<DaServerMgt> server{std::in_place};
-    std::vector<std::int32_t> handles;
+    std::array<std::int32_t, kSubscriptions> handles = {};
 };
 
 TEST_F(SlowHandlers, RunAtTheSameTimeForDifferentSubscriptions) {
@@ -112,13 +118,7 @@ TEST_F(SlowHandlers, AreNotCalledAgainAfterDisconnecting) {
         EXPECT_TRUE(isInMiddleOfSeveral());
         server->Disconnect();
         expectSilence(sleeper->entered());
-        bool connectFailed = true;
-        server->Connect(kUrl, 7, &info, connectFailed);
-        for (std::int32_t i = 0; i < kSubscriptions; ++i) {
-            NullableArray<ItemIdentifier> items = {ItemIdentifier("Signal.Ramp", "")};
-            std::int32_t rate = 0;
-            server->Subscribe(i, true, 10, rate, 0, items, handles[static_cast<std::size_t>(i)]);
-        }
+        connectAndSubscribe();
     }
 }
 

@@ -1,6 +1,7 @@
 #include "tests/support/SimulationFixture.h"
 
 #include <charconv>
+#include <cstdlib>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -43,6 +44,12 @@ private:
     const decltype(Com::ComCalls::coCreateInstanceEx) before_;
 };
 
+// KORVEX_TEST_SERVER=program has the simulation run in a process of its own, which is registered with COM.
+DWORD contextOfServer() {
+    static const bool isProgram = std::getenv("KORVEX_TEST_SERVER") != nullptr;
+    return isProgram ? CLSCTX_LOCAL_SERVER : CLSCTX_INPROC_SERVER;
+}
+
 }  // namespace
 
 std::string hex(std::int64_t code) {
@@ -54,6 +61,7 @@ std::string hex(std::int64_t code) {
 
 SimulationApartment::SimulationApartment(DWORD apartment) {
     require(CoInitializeEx(nullptr, apartment), "CoInitializeEx");
+    if (contextOfServer() != CLSCTX_INPROC_SERVER) return;
     Com::ComPtr<IUnknown> factory;
     require(Korvex::Simulation::getClassObject(CLSID_KorvexSimulation, IID_IUnknown, factory.putVoid()),
             "class object");
@@ -63,9 +71,11 @@ SimulationApartment::SimulationApartment(DWORD apartment) {
 }
 
 SimulationApartment::~SimulationApartment() {
-    CoRevokeClassObject(registration_);
+    if (registration_ != 0) CoRevokeClassObject(registration_);
     CoUninitialize();
 }
+
+SimulationControl::SimulationControl() : SimulationControl(contextOfServer()) {}
 
 SimulationControl::SimulationControl(DWORD context) {
     require(CoCreateInstance(CLSID_KorvexSimulation, nullptr, context, IID_ISimulationControl, control_.putVoid()),

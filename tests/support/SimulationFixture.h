@@ -31,7 +31,8 @@ private:
 class SimulationControl {
 public:
     // The calling thread must be in a SimulationApartment, or in any for a server outside the process.
-    explicit SimulationControl(DWORD context = CLSCTX_INPROC_SERVER);
+    SimulationControl();
+    explicit SimulationControl(DWORD context);
 
     // Carries out a command; one that is not understood fails the test.
     std::string execute(const std::string& command);

@@ -16,6 +16,9 @@ OpxString classKeyOf(REFCLSID clsid);
 // The class's names, description and categories.
 std::vector<RegistryValue> classValues(const ModuleRegistration& registration);
 
+// Whether a module or a program of either word size serves the class.
+bool isServedByEither(REFCLSID clsid);
+
 // Deletes the key below the class that names a server, and with the last one all of the class.
 HRESULT deleteServerOfClass(const ModuleRegistration& registration, const OLECHAR* serverKey);
 

@@ -26,12 +26,24 @@ std::vector<RegistryValue> classValues(const ModuleRegistration& registration) {
     return values;
 }
 
+bool hasServer(REFCLSID clsid, REGSAM view) {
+    const RegistryKey key(HKEY_CLASSES_ROOT, classKeyOf(clsid), view);
+    return key && (key.below(kModuleKey) || key.below(kProgramKey));
+}
+
+// Programs of both word sizes share the names.
+bool isServedByEither(REFCLSID clsid) {
+    return hasServer(clsid, KEY_WOW64_64KEY) || hasServer(clsid, KEY_WOW64_32KEY);
+}
+
 HRESULT deleteServerOfClass(const ModuleRegistration& registration, const OLECHAR* serverKey) {
     const OpxString classKey = classKeyOf(registration.clsid);
     if (const HRESULT hr = deleteClassesKeys({classKey + OLESTR("\\") + serverKey}); failed(hr)) return hr;
-    const RegistryKey left(HKEY_CLASSES_ROOT, classKey, 0);
-    if (left && (left.below(kModuleKey) || left.below(kProgramKey))) return S_OK;
-    return deleteClassesKeys({classKey, registration.progId, registration.versionIndependentProgId});
+    if (hasServer(registration.clsid, 0)) return S_OK;
+    if (const HRESULT hr = deleteClassesKeys({classKey}); failed(hr)) return hr;
+    return isServedByEither(registration.clsid)
+               ? S_OK
+               : deleteClassesKeys({registration.progId, registration.versionIndependentProgId});
 }
 
 }  // namespace Korvex::Com

@@ -1,9 +1,11 @@
 // The part of the system's registry that COM looks in, for writing.
 #pragma once
 
+#include <functional>
 #include <vector>
 
 #include "com/com.h"
+#include "com/windows/RegistryKey.h"
 
 namespace Korvex::Com {
 
@@ -22,5 +24,8 @@ HRESULT writeClassesValues(const std::vector<RegistryValue>& values);
 // Deletes the keys with what is below, for all users and for this one; those that are not there count as
 // deleted.
 HRESULT deleteClassesKeys(const std::vector<OpxString>& keys);
+// The same where `mayGo` says so of the key, which is empty where there is none.
+HRESULT deleteClassesKeysWhere(const std::vector<OpxString>& keys,
+                               const std::function<bool(const RegistryKey&)>& mayGo);
 
 }  // namespace Korvex::Com

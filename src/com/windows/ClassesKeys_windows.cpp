@@ -3,8 +3,10 @@
 namespace Korvex::Com {
 namespace {
 
+const OpxString kClasses = OLESTR("Software\\Classes\\");
+
 LSTATUS writeValue(HKEY root, const RegistryValue& value) {
-    const OpxString path = OLESTR("Software\\Classes\\") + value.key;
+    const OpxString path = kClasses + value.key;
     HKEY key = nullptr;
     const LSTATUS opened =
         RegCreateKeyExW(root, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr, &key, nullptr);
@@ -23,7 +25,7 @@ LSTATUS writeAll(HKEY root, const std::vector<RegistryValue>& values) {
 }
 
 LSTATUS deleteTree(HKEY root, const OpxString& key) {
-    const LSTATUS deleted = RegDeleteTreeW(root, (OLESTR("Software\\Classes\\") + key).c_str());
+    const LSTATUS deleted = RegDeleteTreeW(root, (kClasses + key).c_str());
     return deleted == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : deleted;
 }
 
@@ -42,10 +44,18 @@ HRESULT writeClassesValues(const std::vector<RegistryValue>& values) {
 }
 
 HRESULT deleteClassesKeys(const std::vector<OpxString>& keys) {
+    return deleteClassesKeysWhere(keys, [](const RegistryKey&) { return true; });
+}
+
+HRESULT deleteClassesKeysWhere(const std::vector<OpxString>& keys,
+                               const std::function<bool(const RegistryKey&)>& mayGo) {
     LSTATUS result = ERROR_SUCCESS;
-    for (const HKEY root : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER})
-        for (const OpxString& key : keys)
+    for (const HKEY root : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER}) {
+        for (const OpxString& key : keys) {
+            if (!mayGo(RegistryKey(root, kClasses + key, 0))) continue;
             if (const LSTATUS deleted = deleteTree(root, key); deleted != ERROR_SUCCESS) result = deleted;
+        }
+    }
     return HRESULT_FROM_WIN32(static_cast<DWORD>(result));
 }
 

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
-#include <thread>
 
 #include "com/ProcessHold.h"
 #include "com/windows/ClassRegistration.h"
@@ -16,11 +15,12 @@ public:
     void change(int by) {
         const std::lock_guard lock(mutex_);
         count_ += by;
+        hadAny_ = true;
         changed_.notify_all();
     }
     void waitForFirst(std::chrono::milliseconds patience) {
         std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, patience, [this] { return count_ > 0; });
+        changed_.wait_for(lock, patience, [this] { return hadAny_; });
     }
     // Until there have been none for that long.
     void waitForLast(std::chrono::milliseconds patience) {
@@ -34,6 +34,7 @@ private:
     std::mutex mutex_;
     std::condition_variable changed_;
     int count_ = 0;
+    bool hadAny_ = false;
 };
 
 class ClassObjects {
@@ -68,12 +69,8 @@ ClassObjects& classObjects() {
     return instance;
 }
 
+// Not by COM's own count of the process, which suspends the classes for good when it reaches zero.
 void changeHolds(int by) {
-    if (by > 0) {
-        CoAddRefServerProcess();
-    } else {
-        CoReleaseServerProcess();
-    }
     holds().change(by);
 }
 
@@ -119,6 +116,7 @@ HRESULT registerLocalServer(const ModuleRegistration& registration, REFGUID appl
 
 HRESULT unregisterLocalServer(const ModuleRegistration& registration, REFGUID application) {
     const HRESULT hr = deleteServerOfClass(registration, kProgramKey);
+    if (isServedByEither(registration.clsid)) return hr;
     const HRESULT ofApplication =
         deleteClassesKeys({OLESTR("AppID\\") + guidText(application), applicationKeyOf(registration)});
     return failed(hr) ? hr : ofApplication;
@@ -133,12 +131,6 @@ HRESULT serveClasses(const std::vector<ServedClass>& classes) {
 
 void revokeServedClasses() {
     classObjects().revoke();
-}
-
-void endProcess() {
-    // By a thread that no call comes to: Wine has been seen to hang where one came to it at that moment.
-    std::thread([] { TerminateProcess(GetCurrentProcess(), 1); }).detach();
-    for (;;) Sleep(INFINITE);
 }
 
 }  // namespace Korvex::Com

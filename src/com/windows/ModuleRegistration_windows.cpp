@@ -57,4 +57,9 @@ bool isServedElsewhere(const ModuleRegistration& registration) {
     return false;
 }
 
+bool isServedHere(const ModuleRegistration& registration) {
+    const RegistryKey key(HKEY_CLASSES_ROOT, classKeyOf(registration.clsid), 0);
+    return key && isSame(serverPath(key, kProgramKey), registration.module.native());
+}
+
 }  // namespace Korvex::Com

@@ -10,9 +10,8 @@ OpxString keyOf(const ProxyRegistration::Interface& proxied) {
     return OLESTR("Interface\\") + guidText(proxied.id);
 }
 
-// The class whose proxy carries the interface now; empty if none does.
-OpxString carrierOf(const ProxyRegistration::Interface& proxied) {
-    const RegistryKey key(HKEY_CLASSES_ROOT, keyOf(proxied), 0);
+// The class whose proxy carries the interface of the key; empty if none does.
+OpxString carrierOf(const RegistryKey& key) {
     return key ? key.below(OLESTR("ProxyStubClsid32")).text() : OpxString();
 }
 
@@ -31,9 +30,9 @@ HRESULT registerProxies(const ProxyRegistration& registration) {
         {classKey + OLESTR("\\InprocServer32"), OLESTR("ThreadingModel"), OLESTR("Both")},
     };
     for (const auto& proxied : registration.interfaces) {
-        const OpxString carrier = carrierOf(proxied);
-        if (!carrier.empty() && !isSameClass(carrier, clsid)) continue;
         const OpxString key = keyOf(proxied);
+        const OpxString carrier = carrierOf(RegistryKey(HKEY_CLASSES_ROOT, key, 0));
+        if (!carrier.empty() && !isSameClass(carrier, clsid)) continue;
         values.push_back({key, {}, proxied.name});
         values.push_back({key + OLESTR("\\NumMethods"), {}, fromUtf8(std::to_string(proxied.methods))});
         values.push_back({key + OLESTR("\\ProxyStubClsid32"), {}, clsid});
@@ -43,11 +42,13 @@ HRESULT registerProxies(const ProxyRegistration& registration) {
 
 HRESULT unregisterProxies(const ProxyRegistration& registration) {
     const OpxString clsid = guidText(registration.clsid);
-    std::vector<OpxString> keys = {OLESTR("CLSID\\") + clsid};
-    for (const auto& proxied : registration.interfaces) {
-        if (isSameClass(carrierOf(proxied), clsid)) keys.push_back(keyOf(proxied));
-    }
-    return deleteClassesKeys(keys);
+    std::vector<OpxString> interfaces;
+    for (const auto& proxied : registration.interfaces) interfaces.push_back(keyOf(proxied));
+    // Another's may have been registered for the machine after these were for the user.
+    const HRESULT hr =
+        deleteClassesKeysWhere(interfaces, [&](const RegistryKey& key) { return isSameClass(carrierOf(key), clsid); });
+    const HRESULT ofClass = deleteClassesKeys({OLESTR("CLSID\\") + clsid});
+    return failed(hr) ? hr : ofClass;
 }
 
 }  // namespace Korvex::Com
