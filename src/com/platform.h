@@ -1,9 +1,11 @@
 // What else differs between the platforms, behind plain functions.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -52,6 +54,25 @@ void releaseMultiThreadedApartment(void* hold);
 // Delivers the messages that wait in the calling thread's queue: COM calls into objects of a
 // single-threaded apartment. Does nothing on a thread that has no queue.
 void pumpMessages();
+
+// Wakes one thread that waits for it, or for messages.
+class WakeEvent {
+public:
+    WakeEvent();
+    ~WakeEvent();
+    WakeEvent(const WakeEvent&) = delete;
+    WakeEvent& operator=(const WakeEvent&) = delete;
+
+    // Any thread may call. A wake-up that nobody waits for yet ends the next wait.
+    void set() noexcept;
+
+    // Returns when the event is set, when a message for pumpMessages comes, or after `limit`.
+    void waitForItOrMessages(std::chrono::microseconds limit);
+
+private:
+    struct State;
+    const std::unique_ptr<State> state_;
+};
 
 // The attributes of the elements named `elements` that are children of an XML file's document
 // element: element name -> attribute name -> value. Nothing when the file cannot be read or is not

@@ -5,8 +5,11 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <condition_variable>
 #include <cstdlib>
+#include <mutex>
 
 #include <pugixml.hpp>
 
@@ -91,6 +94,29 @@ void releaseMultiThreadedApartment(void* hold) {
 }
 
 void pumpMessages() {}
+
+struct WakeEvent::State {
+    std::mutex lock;
+    std::condition_variable changed;
+    bool isSet = false;
+};
+
+WakeEvent::WakeEvent() : state_(std::make_unique<State>()) {}
+
+WakeEvent::~WakeEvent() = default;
+
+void WakeEvent::set() noexcept {
+    const std::lock_guard guard(state_->lock);
+    state_->isSet = true;
+    state_->changed.notify_one();
+}
+
+void WakeEvent::waitForItOrMessages(std::chrono::microseconds limit) {
+    std::unique_lock guard(state_->lock);
+    constexpr std::chrono::microseconds longest = std::chrono::hours(1);
+    state_->changed.wait_for(guard, std::min(limit, longest), [this] { return state_->isSet; });
+    state_->isSet = false;
+}
 
 std::optional<XmlAttributes> readXmlAttributes(const std::filesystem::path& file,
                                                const std::vector<OpxString>& elements) {

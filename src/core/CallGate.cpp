@@ -1,17 +1,10 @@
 #include "core/CallGate.h"
 
 #include <algorithm>
-#include <utility>
 #include <vector>
-
-#include "opc/ApartmentMode.h"
-#include "opc/waiting.h"
 
 namespace OpxOpc {
 namespace {
-
-constexpr std::chrono::milliseconds kBusyWait{50};
-constexpr std::chrono::milliseconds kLockWait{10};
 
 // The calling thread's calls in progress, one entry a call.
 thread_local std::vector<const CallGate*> ownCalls;
@@ -23,37 +16,42 @@ std::uint32_t ownDepth(const CallGate* gate) {
 }  // namespace
 
 void CallGate::lock() {
-    if (lock_.try_lock()) return;
+    const auto take = [this, self = std::this_thread::get_id()] {
+        if (depth_ > 0 && owner_ != self) return false;
+        owner_ = self;
+        ++depth_;
+        return true;
+    };
+    if (changed_.look(take)) return;
     // Taken out of the list too: a handler that the wait lets in may come here once more.
     const auto own = static_cast<std::uint32_t>(std::erase(ownCalls, this));
-    busyCount_ -= own;
-    if (ApartmentMode::isSingleThreaded()) {
-        while (!lock_.try_lock()) sleepTakingCalls(kLockWait);
-    } else {
-        lock_.lock();
-    }
-    busyCount_ += own;
+    changed_.change([&] { busyCount_ -= own; });
+    changed_.wait([&] {
+        if (!take()) return false;
+        busyCount_ += own;
+        return true;
+    });
     ownCalls.insert(ownCalls.end(), own, this);
+}
+
+void CallGate::unlock() {
+    changed_.change([this] { --depth_; });
 }
 
 void CallGate::enter() {
     ownCalls.push_back(this);
-    ++busyCount_;
+    changed_.look([this] { ++busyCount_; });
 }
 
+// The gate may be gone as soon as the count is given back.
 void CallGate::leave() noexcept {
     const auto last = std::find(ownCalls.rbegin(), ownCalls.rend(), this);
     ownCalls.erase(std::next(last).base());
-    --busyCount_;
+    changed_.change([this] { --busyCount_; });
 }
 
-bool CallGate::waitUntilQuiet(std::chrono::milliseconds limit) {
-    const std::uint32_t own = ownDepth(this);
-    for (auto waited = limit.zero(); busyCount_ != own; waited += kBusyWait) {
-        if (waited >= limit) return false;
-        sleepTakingCalls(kBusyWait);
-    }
-    return true;
+bool CallGate::waitUntilQuiet(Signal::Duration limit) {
+    return changed_.wait([this, own = ownDepth(this)] { return busyCount_ == own; }, limit);
 }
 
 }  // namespace OpxOpc

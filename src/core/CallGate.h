@@ -1,10 +1,11 @@
 // The lock of a connection and the count of the calls in progress on it.
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <mutex>
+#include <thread>
+
+#include "opc/Signal.h"
 
 namespace OpxOpc {
 
@@ -14,27 +15,31 @@ namespace OpxOpc {
 // A thread can be inside a call and call again, from a handler that the server has called meanwhile.
 // Its own calls are never waited for: neither by itself, nor, while it stands at the lock, by others,
 // who would otherwise wait for each other for ever. What such a call uses it therefore has to share.
+//
+// In a single-threaded apartment a thread that waits here goes on taking calls.
 class CallGate {
 public:
     CallGate() = default;
     CallGate(const CallGate&) = delete;
     CallGate& operator=(const CallGate&) = delete;
 
-    // Recursive. In a single-threaded apartment a waiting thread goes on taking calls.
+    // Recursive.
     void lock();
-    void unlock() { lock_.unlock(); }
+    void unlock();
 
     // A call of this thread begins, under the lock, and ends, without it.
     void enter();
     void leave() noexcept;
 
-    // Under the lock, which keeps new calls out: returns when no other thread's call is in progress, or
-    // false when that takes longer than `limit`.
-    bool waitUntilQuiet(std::chrono::milliseconds limit = std::chrono::milliseconds::max());
+    // Under the lock, which keeps new calls out: returns as soon as no other thread's call is in progress,
+    // or false after `limit`.
+    bool waitUntilQuiet(Signal::Duration limit = Signal::kForever);
 
 private:
-    std::recursive_mutex lock_;
-    std::atomic<std::uint32_t> busyCount_ = 0;
+    Signal changed_;  // guards what follows
+    std::thread::id owner_;
+    std::uint32_t depth_ = 0;  // of the owner's locking; 0 when the gate is open
+    std::uint32_t busyCount_ = 0;
 };
 
 }  // namespace OpxOpc

@@ -129,7 +129,8 @@ void DaServerComPrivate::begin(ServerStatus first) {
 void DaServerComPrivate::startWatchDog() {
     if (std::exchange(shutdownWhileConnecting_, false)) markLost(SERVERSTATUS_SHUTDOWN);
     const HRESULT hr = guarded([this] {
-        watchDog_->start(watchDog_);
+        watchDog_->create(watchDog_);
+        watchDog_->start();
         return S_OK;
     });
     if (failed(hr)) LibT::lError("Error: DaServerCom::connect - Error at starting the watch-dog");

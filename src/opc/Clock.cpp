@@ -14,7 +14,9 @@ public:
         return time.seconds * 1000 + time.milliseconds;
     }
 
-    void wait(std::chrono::milliseconds duration, const StopFlag& stop) override { stop.waitFor(duration); }
+    void wait(std::chrono::milliseconds duration, const StopFlag& stop, Signal::Messages messages) override {
+        stop.waitFor(duration, messages);
+    }
 };
 
 std::atomic<Clock*> replacement = nullptr;

@@ -17,7 +17,7 @@ public:
     virtual std::int64_t now() = 0;
 
     // Returns after `duration`, or as soon as `stop` is set.
-    virtual void wait(std::chrono::milliseconds duration, const StopFlag& stop) = 0;
+    virtual void wait(std::chrono::milliseconds duration, const StopFlag& stop, Signal::Messages messages) = 0;
 
     // The clock that threads started from now on use. Any thread may call; a test that replaces it keeps
     // its own alive until those threads have ended.

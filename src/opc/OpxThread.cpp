@@ -1,15 +1,20 @@
 #include "opc/OpxThread.h"
 
-#include <chrono>
 #include <utility>
 
 #include "opc/ApartmentMode.h"
-#include "opc/waiting.h"
 
 namespace OpxOpc {
 namespace {
 
-constexpr std::chrono::milliseconds kStep{10};
+OpxThread::Maker& maker() {
+    static OpxThread::Maker replacement;
+    return replacement;
+}
+
+std::thread makeThread(std::function<void()> body) {
+    return maker() ? maker()(std::move(body)) : std::thread(std::move(body));
+}
 
 }  // namespace
 
@@ -20,24 +25,37 @@ OpxThread::~OpxThread() {
         joinHandle();
 }
 
-void OpxThread::start(std::shared_ptr<void> keptAlive) {
+void OpxThread::create(std::shared_ptr<void> keptAlive) {
     if (running_.exchange(true)) return;
     joinHandle();
+    order_ = Order::Stay;
     const std::lock_guard guard(lock_);
     try {
-        thread_ = std::thread([this, keptAlive = std::move(keptAlive)] {
-            run();
-            running_ = false;
-        });
+        thread_ = makeThread([this, keptAlive = std::move(keptAlive)] { body(); });
     } catch (...) {
         running_ = false;
         throw;
     }
 }
 
+void OpxThread::start() {
+    create();
+    changed_.change([this] { order_ = Order::Go; });
+}
+
+void OpxThread::body() {
+    changed_.wait([this] { return order_ != Order::Stay; }, Signal::kForever, Signal::Messages::Leave);
+    if (order_ == Order::Go) run();
+    changed_.change([this] { running_ = false; });
+}
+
 void OpxThread::wait() {
     if (isOwnThread()) return;
-    while (ApartmentMode::isSingleThreaded() && running_) sleepTakingCalls(kStep);
+    changed_.change([this] {
+        if (order_ == Order::Stay) order_ = Order::Leave;
+    });
+    // Joining alone would not take the calls that the thread may wait for.
+    if (ApartmentMode::isSingleThreaded()) changed_.wait([this] { return !running_; });
     joinHandle();
 }
 
@@ -53,6 +71,10 @@ void OpxThread::joinHandle() {
         ended.swap(thread_);
     }
     if (ended.joinable()) ended.join();
+}
+
+void OpxThread::replaceMaker(Maker replacement) {
+    maker() = std::move(replacement);
 }
 
 }  // namespace OpxOpc

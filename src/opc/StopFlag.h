@@ -1,9 +1,7 @@
 // The request to a thread to end.
 #pragma once
 
-#include <chrono>
-#include <condition_variable>
-#include <mutex>
+#include "opc/Signal.h"
 
 namespace OpxOpc {
 
@@ -11,24 +9,18 @@ namespace OpxOpc {
 class StopFlag {
 public:
     void set() {
-        const std::lock_guard guard(lock_);
-        set_ = true;
-        changed_.notify_all();
+        changed_.change([this] { set_ = true; });
     }
     bool isSet() const {
-        const std::lock_guard guard(lock_);
-        return set_;
+        return changed_.look([this] { return set_; });
     }
     // Returns after `duration`, or as soon as the flag is set.
-    template <typename Rep, typename Period>
-    void waitFor(std::chrono::duration<Rep, Period> duration) const {
-        std::unique_lock guard(lock_);
-        changed_.wait_for(guard, duration, [this] { return set_; });
+    void waitFor(Signal::Duration duration, Signal::Messages messages) const {
+        changed_.wait([this] { return set_; }, duration, messages);
     }
 
 private:
-    mutable std::mutex lock_;
-    mutable std::condition_variable changed_;
+    mutable Signal changed_;
     bool set_ = false;
 };
 

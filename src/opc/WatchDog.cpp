@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "com/platform.h"
 #include "opc/BackgroundApartment.h"
 #include "trace/LibT.h"
 
@@ -15,8 +14,6 @@ constexpr std::int64_t kIntervalAfterShutdown = 60000;
 constexpr std::int64_t kFirstRetryPeriods = 2;
 constexpr std::int64_t kMostRetryPeriods = 10;
 constexpr std::chrono::milliseconds kPassInterval{200};
-constexpr std::chrono::milliseconds kPumpInterval{10};
-constexpr int kPumpsPerPass = 20;
 
 }  // namespace
 
@@ -56,11 +53,7 @@ void WatchDog::run() {
 }
 
 void WatchDog::waitForNextPass() {
-    if (!pumpsMessages_ || !ApartmentMode::isSingleThreaded()) return clock_.wait(kPassInterval, stop_);
-    for (int i = 0; i < kPumpsPerPass && !stop_.isSet(); ++i) {
-        Korvex::Com::pumpMessages();
-        clock_.wait(kPumpInterval, stop_);
-    }
+    clock_.wait(kPassInterval, stop_, pumpsMessages_ ? Signal::messagesOfApartment() : Signal::Messages::Leave);
 }
 
 void WatchDog::pass(WatchedConnection& connection) {
@@ -68,7 +61,9 @@ void WatchDog::pass(WatchedConnection& connection) {
 
     const ServerStatus state = connection.state();
     if (state == SERVERSTATUS_DISCONNECTED) return;
-    const std::int64_t sinceCheck = clock_.now() - lastCheck_;
+    const std::int64_t now = clock_.now();
+    lastCheck_ = std::min(lastCheck_, now);  // the system's time may be set back
+    const std::int64_t sinceCheck = now - lastCheck_;
     if (state == SERVERSTATUS_CONNECTED) {
         if (sinceCheck > period_) check(connection);
     } else if (sinceCheck > reconnectInterval_) {
@@ -77,7 +72,8 @@ void WatchDog::pass(WatchedConnection& connection) {
 }
 
 void WatchDog::handleLoss(WatchedConnection& connection, ServerStatus why) {
-    if (why == SERVERSTATUS_SHUTDOWN) reconnectInterval_ = kIntervalAfterShutdown;
+    // Whatever a subscription that could not be brought back has made of it.
+    reconnectInterval_ = why == SERVERSTATUS_SHUTDOWN ? kIntervalAfterShutdown : kFirstRetryPeriods * period_;
     connection.internalDisconnect(why == SERVERSTATUS_SHUTDOWN);
     connection.reportLoss(why);
     connection.sendAllQualityBad();

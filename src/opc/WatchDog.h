@@ -19,8 +19,8 @@ namespace OpxOpc {
 // As the server's callback it takes the request to leave.
 class WatchDog final : public OpxThread, public OpxDataCallback {
 public:
-    // `period` in milliseconds, at least 2000. Start it with a share of its own; while the thread runs it
-    // keeps the connection alive.
+    // `period` in milliseconds, at least 2000. Create its thread with a share of its own; while the thread
+    // runs it keeps the connection alive.
     WatchDog(std::weak_ptr<WatchedConnection> connection, std::uint32_t period);
     ~WatchDog() override;
 

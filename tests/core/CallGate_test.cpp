@@ -47,6 +47,26 @@ TEST(CallGate, WaitsForTheCallsOfOthersAndNotForItsOwn) {
     other.join();
 }
 
+TEST(CallGate, TheLastCallWakesWhoeverWaits) {
+    CallGate gate;
+    const auto begun = std::chrono::steady_clock::now();
+    for (int i = 0; i < 20; ++i) {
+        std::promise<void> entered;
+        std::thread other([&] {
+            const Call call(gate);
+            entered.set_value();
+            std::this_thread::sleep_for(1ms);
+        });
+        entered.get_future().wait();
+        {
+            const std::lock_guard guard(gate);
+            EXPECT_TRUE(gate.waitUntilQuiet());
+        }
+        other.join();
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, 500ms) << "looking every 50 ms would take a second";
+}
+
 // While a call stands at the lock, whoever waits for it goes on; afterwards it counts again.
 TEST(CallGate, ACallInsideACallDoesNotKeepTheWaiterWaiting) {
     CallGate gate;

@@ -23,7 +23,11 @@ public:
     ~InstantClock() override { replace(nullptr); }
 
     std::int64_t now() override { return time_; }
-    void wait(std::chrono::milliseconds duration, const StopFlag&) override { time_ += duration.count() * scale; }
+    void wait(std::chrono::milliseconds duration, const StopFlag&, Signal::Messages) override {
+        time_ += duration.count() * scale;
+    }
+
+    void advance(std::int64_t milliseconds) { time_ += milliseconds; }
 
     int scale = 1;
     static constexpr std::int64_t kStart = 1'700'000'000'000;
@@ -69,7 +73,8 @@ public:
         count_ = count;
         stop_ = [&dog] { dog->requestStop(); };
         if (onStart) onStart(*dog);
-        dog->start(dog);
+        dog->create(dog);
+        dog->start();
         dog->wait();
         return lines_;
     }
@@ -146,6 +151,28 @@ TEST_F(WatchDogTest, EndsAfterALossThatIsNotRepaired) {
     EXPECT_THAT(watch(2000, 100), ElementsAre("2200 probe", "2400 drop", "2400 report 2", "2400 bad quality"));
     EXPECT_EQ(clock.now() - InstantClock::kStart, 6400);
     EXPECT_TRUE(trace.hasInOrder({"Ctor WatchDog", "--> WatchDog::run", "<-- WatchDog::run"}));
+}
+
+TEST_F(WatchDogTest, ATimeThatIsSetBackCostsNoMoreThanAPeriod) {
+    bool first = true;
+    connection->onProbe = [&] {
+        if (std::exchange(first, false)) clock.advance(-3'600'000);
+        return S_OK;
+    };
+    EXPECT_THAT(watch(2000, 3), ElementsAre("2200 probe", "-3595400 probe", "-3593200 probe"));
+}
+
+TEST_F(WatchDogTest, WhatAReconnectLeftOutDoesNotLengthenTheWaitAfterTheNextLoss) {
+    int probes = 0;
+    connection->onProbe = [&] { return ++probes % 2 == 1 ? E_FAIL : S_OK; };
+    connection->onReconnect = [&] {
+        connection->current = SERVERSTATUS_CONNECTED;
+        return E_FAIL;
+    };
+    EXPECT_THAT(watch(2000, 11),
+                ElementsAre("2200 probe", "2400 drop", "2400 report 2", "2400 bad quality", "6400 reconnect",
+                            "8600 probe", "10800 probe", "11000 drop", "11000 report 2", "11000 bad quality",
+                            "15000 reconnect"));
 }
 
 TEST_F(WatchDogTest, AnExceptionCostsOnePassAndNotTheThread) {

@@ -19,8 +19,9 @@ public:
         const auto passed = std::chrono::duration_cast<microseconds>(std::chrono::steady_clock::now() - start_);
         return passed.count() * speed_ / 1000;
     }
-    void wait(std::chrono::milliseconds duration, const OpxOpc::StopFlag& stop) override {
-        stop.waitFor(std::chrono::microseconds(duration) / speed_);
+    void wait(std::chrono::milliseconds duration, const OpxOpc::StopFlag& stop,
+              OpxOpc::Signal::Messages messages) override {
+        stop.waitFor(std::chrono::microseconds(duration) / speed_, messages);
     }
 
 private:

@@ -100,6 +100,14 @@ bool collectElements(IXmlReader& reader, const std::vector<OpxString>& wanted, X
     return hr == S_FALSE && anyElement && depth == 0;
 }
 
+constexpr std::chrono::milliseconds kLongestWait{1000};
+constexpr std::chrono::milliseconds kLookAround{10};
+
+bool quitIsRequested() {
+    MSG message = {};
+    return ::PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_NOREMOVE) != FALSE && message.message == WM_QUIT;
+}
+
 std::filesystem::path fileNameOf(HMODULE module) {
     OpxString name(MAX_PATH, L'\0');
     for (;;) {
@@ -171,6 +179,31 @@ void pumpMessages() {
         ::TranslateMessage(&message);
         ::DispatchMessageW(&message);
     }
+}
+
+struct WakeEvent::State {
+    HANDLE event = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
+};
+
+WakeEvent::WakeEvent() : state_(std::make_unique<State>()) {}
+
+WakeEvent::~WakeEvent() {
+    if (state_->event) ::CloseHandle(state_->event);
+}
+
+void WakeEvent::set() noexcept {
+    if (state_->event) ::SetEvent(state_->event);
+}
+
+void WakeEvent::waitForItOrMessages(std::chrono::microseconds limit) {
+    // A request to quit stays in the queue and would end every wait at once; and a system that is out of
+    // handles still looks around now and then.
+    const bool canBeWoken = state_->event && !quitIsRequested();
+    const auto wanted = std::chrono::ceil<std::chrono::milliseconds>(limit);
+    const auto milliseconds = static_cast<DWORD>(std::min(wanted, canBeWoken ? kLongestWait : kLookAround).count());
+    const DWORD count = state_->event ? 1 : 0;
+    ::MsgWaitForMultipleObjectsEx(count, &state_->event, milliseconds, canBeWoken ? QS_ALLINPUT : 0,
+                                  MWMO_INPUTAVAILABLE);
 }
 
 std::optional<XmlAttributes> readXmlAttributes(const std::filesystem::path& file,
