@@ -1,8 +1,10 @@
 // What the watch-dog does with a connection: losing it and bringing it back.
+#include <algorithm>
 #include <mutex>
 #include <utility>
 
 #include "core/DaServerComPrivate.h"
+#include "core/guarded.h"
 #include "trace/LibT.h"
 
 namespace OpxOpc {
@@ -17,6 +19,27 @@ constexpr std::chrono::milliseconds kQuietLimit{100};
 bool isComplete(const DaGroupWrapper& subscription) {
     return subscription.isWhole() || subscription.isEnded();
 }
+
+// What the client is told of a subscription's items without their server.
+struct ItemReport {
+    // False when the client did not take it.
+    bool send(std::int32_t masterError) {
+        if (!to) return true;
+        const OpxDate now = OpxDate::now();
+        for (OpxItemValue& value : values) value.timestamp = now;
+        const auto count = static_cast<std::uint32_t>(clientHandles.size());
+        return succeeded(guarded([&] {
+            to->DataChange(group, S_FALSE, masterError, count, clientHandles, values, errors);
+            return S_OK;
+        }));
+    }
+
+    std::shared_ptr<CallbackRelay> to;
+    std::uint32_t group = 0;
+    std::vector<std::uint32_t> clientHandles;
+    std::vector<OpxItemValue> values;
+    std::vector<std::int32_t> errors;
+};
 
 }  // namespace
 
@@ -71,7 +94,7 @@ HRESULT DaServerComPrivate::internalDisconnect(bool shutdown) {
         const auto all = subscriptions.all();
         TerminateOpcThread::Groups groups;
         groups.reserve(all.size() + 1);  // so that no group is taken and then lost
-        for (const auto& subscription : all) groups.push_back(subscription->takeGroup());
+        for (const auto& subscription : all) groups.push_back(subscription->loseGroup());
         groups.push_back(link.mainGroup);
         for (const auto& group : groups) {
             if (group) group->silence();
@@ -98,28 +121,18 @@ void DaServerComPrivate::reportLoss(ServerStatus why) {
 
 void DaServerComPrivate::sendAllQualityBad() {
     for (const auto& subscription : subscriptions.all()) {
-        std::vector<std::uint32_t> clientHandles;
-        std::vector<OpxItemValue> values;
-        std::vector<std::int32_t> errors;
-        std::uint32_t group = 0;
-        std::shared_ptr<CallbackRelay> to;
+        ItemReport report;
         try {
             const std::lock_guard guard(lock);
             if (serverState == SERVERSTATUS_DISCONNECTED) return;
             if (subscription->isEnded()) continue;
-            group = subscription->getQualityBadData(clientHandles, values, errors);
-            to = callback;
+            report.group = subscription->getQualityBadData(report.clientHandles, report.values, report.errors);
+            report.to = callback;
         } catch (...) {
             LibT::lError("Error: DaServerComPrivate::sendAllQualityBad - Error at getQualityBadData");
             continue;
         }
-        if (!to) continue;
-        const OpxDate now = OpxDate::now();
-        for (OpxItemValue& value : values) value.timestamp = now;
-        try {
-            to->DataChange(group, S_FALSE, S_OK, static_cast<std::uint32_t>(clientHandles.size()), clientHandles,
-                           values, errors);
-        } catch (...) {
+        if (!report.send(S_OK)) {
             LibT::lError("Error: DaServerComPrivate::sendAllQualityBad - Error at calling DataCallback::DataChange");
         }
     }
@@ -128,40 +141,95 @@ void DaServerComPrivate::sendAllQualityBad() {
 // ---- Bringing it back ----------------------------------------------------------------------------
 
 HRESULT DaServerComPrivate::internalConnect() {
+    Attempt attempt;
+    if (!beginReconnecting(attempt)) return E_FAIL;
+    const HRESULT reached = guarded([&] { return reconnect(attempt); });
+    stopReconnecting();
+    if (failed(reached)) return reached;
+    if (!report(SERVERSTATUS_CONNECTED)) LibT::lError("Error: DaServerComPrivate::internalConnect - Unexpected Error");
+    const HRESULT hr = bringBackSubscriptions();
+    if (attempt.askedToLeave) markLost(SERVERSTATUS_SHUTDOWN);
+    return hr;
+}
+
+bool DaServerComPrivate::beginReconnecting(Attempt& attempt) {
     const std::lock_guard guard(lock);
+    if (serverState == SERVERSTATUS_DISCONNECTED) return false;
+    connecting_ = true;
+    attempt.client = callback;
+    attempt.watchDog = watchDog_;
+    return true;
+}
+
+// Everything here is the attempt's own until a server is reached that is still wanted then.
+HRESULT DaServerComPrivate::reconnect(Attempt& attempt) {
     try {
-        if (serverState == SERVERSTATUS_DISCONNECTED) return E_FAIL;
-        return reconnect();
+        const HRESULT hr = openLink(attempt, [this](DaServerMgt& server) { return recoverLocale(server); });
+        if (!isDone(hr)) {
+            attempt.made.clear();
+            return failed(hr) ? hr : E_FAIL;
+        }
+        if (takeOver(attempt)) return S_OK;
+        tearDownUnwanted(attempt);
+        return E_FAIL;
     } catch (...) {
         LibT::lError("Error: DaServerComPrivate::internalConnect - Unexpected Error");
-        connecting_ = false;
-        shutdownWhileConnecting_ = false;
-        if (serverState != SERVERSTATUS_CONNECTED) link.clear();
+        attempt.made.clear();
         return E_FAIL;
     }
 }
 
-HRESULT DaServerComPrivate::reconnect() {
-    connecting_ = true;
-    HRESULT hr = openLink([this](DaServerMgt& server) {
-        if (localeId_) server.keepLocaleId(*localeId_);
+HRESULT DaServerComPrivate::recoverLocale(DaServerMgt& server) {
+    if (localeId_) {
+        server.keepLocaleId(*localeId_);
         return S_OK;
-    });
-    connecting_ = false;
-    const bool shutdown = std::exchange(shutdownWhileConnecting_, false);
-    if (failed(hr) || hr == S_FALSE) {
-        link.clear();
-        return failed(hr) ? hr : E_FAIL;
     }
+    OpxString locale = askedLocale_;
+    bool changed = false;
+    changeLocale(server, locale, changed);
+    return S_OK;
+}
+
+bool DaServerComPrivate::takeOver(Attempt& attempt) {
+    const std::lock_guard guard(lock);
+    if (serverState == SERVERSTATUS_DISCONNECTED) return false;
     LibT::eventInformation("Successfully reconnected to OPC Server %ls on %ls", serverName, nodeName);
+    link = std::exchange(attempt.made, {});
+    localeId_ = link.server->localeId();
     serverState = SERVERSTATUS_CONNECTED;
     loss_.reset();  // that of the server before
-    if (!report(SERVERSTATUS_CONNECTED)) LibT::lError("Error: DaServerComPrivate::internalConnect - Unexpected Error");
+    connecting_ = false;
+    attempt.askedToLeave = std::exchange(shutdownWhileConnecting_, false);
+    return true;
+}
 
-    // What calls did to the subscriptions while there was no server has to be complete.
-    lock.waitUntilQuiet();
-    hr = recoverSubscriptions();
-    if (shutdown) markLost(SERVERSTATUS_SHUTDOWN);
+// The connection was ended while the attempt was under way. The thread that ends it waits for none of this.
+void DaServerComPrivate::tearDownUnwanted(Attempt& attempt) {
+    ServerLink unwanted = std::exchange(attempt.made, {});
+    unwanted.mainGroup->silence();
+    unwanted.server->silence();
+    unwanted.mainItems.reset();
+    TerminateOpcThread thread(true, std::move(unwanted.server), {std::move(unwanted.mainGroup)});
+    thread.start();
+    thread.wait();
+}
+
+void DaServerComPrivate::stopReconnecting() {
+    const std::lock_guard guard(lock);
+    connecting_ = false;
+    leftAlone_ = false;
+    shutdownWhileConnecting_ = false;
+}
+
+HRESULT DaServerComPrivate::bringBackSubscriptions() {
+    HRESULT hr;
+    {
+        const std::lock_guard guard(lock);
+        // What calls did to the subscriptions while there was no server has to be complete.
+        lock.waitUntilQuiet();
+        hr = guarded([this] { return recoverSubscriptions(); });
+    }
+    reportRefusedItems();
     return hr;
 }
 
@@ -182,20 +250,39 @@ HRESULT DaServerComPrivate::recover(DaGroupWrapper& subscription) {
     if (failed(hr)) return hr;
     hr = server->addGroup(subscription.group().get());
     if (failed(hr)) {
-        subscription.takeGroup();
+        const auto unusable = subscription.takeGroup();
+        if (unusable->wasCreated()) server->removeGroup(unusable.get());
         return hr;
     }
     return subscription.recoverGroup();
 }
 
-void DaServerComPrivate::recoverIncompleteSubscriptions() {
-    const std::lock_guard guard(lock);
-    if (serverState != SERVERSTATUS_CONNECTED) return;
-    bool allWhole = true;
+void DaServerComPrivate::reportRefusedItems() {
     for (const auto& subscription : subscriptions.all()) {
-        allWhole = allWhole && isComplete(*subscription);
+        ItemReport report;
+        {
+            const std::lock_guard guard(lock);
+            if (serverState != SERVERSTATUS_CONNECTED) return;
+            if (subscription->isEnded()) continue;
+            report.group = subscription->takeRefusedItems(report.clientHandles, report.values, report.errors);
+            report.to = callback;
+        }
+        if (!report.clientHandles.empty() && !report.send(S_FALSE)) {
+            LibT::lError("Error: DaServerComPrivate::internalConnect - Error at calling DataCallback::DataChange");
+        }
     }
-    if (!allWhole && lock.waitUntilQuiet(kQuietLimit)) recoverSubscriptions();
+}
+
+void DaServerComPrivate::recoverIncompleteSubscriptions() {
+    {
+        const std::lock_guard guard(lock);
+        if (serverState != SERVERSTATUS_CONNECTED) return;
+        const auto all = subscriptions.all();
+        if (std::all_of(all.begin(), all.end(), [](const auto& one) { return isComplete(*one); })) return;
+        if (!lock.waitUntilQuiet(kQuietLimit)) return;
+        recoverSubscriptions();
+    }
+    reportRefusedItems();
 }
 
 }  // namespace OpxOpc

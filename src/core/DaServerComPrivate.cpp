@@ -14,11 +14,6 @@ namespace {
 
 constexpr std::uint32_t kMainUpdateRate = 2000;
 
-// A step that does not apply counts as one that failed.
-bool isDone(HRESULT hr) {
-    return succeeded(hr) && hr != S_FALSE;
-}
-
 }  // namespace
 
 DaServerComPrivate::~DaServerComPrivate() {
@@ -35,9 +30,11 @@ void DaServerComPrivate::reset() {
     reconnectAfterError = true;
     watchDog_.reset();
     callback.reset();
+    askedLocale_.clear();
     localeId_.reset();
     loss_.reset();
     connecting_ = false;
+    leftAlone_ = false;
     shutdownWhileConnecting_ = false;
     apartment_.reset();
 }
@@ -66,55 +63,73 @@ HRESULT DaServerComPrivate::lookUpClsid(ServerUrl& url) const {
 }
 
 HRESULT DaServerComPrivate::openConnection(OpxServerConnectInfo& info, bool& localeChanged) {
+    Attempt attempt;
     {
         const std::lock_guard guard(lock);
         connecting_ = true;
+        attempt.client = callback;
     }
-    const HRESULT hr = openLink([&](DaServerMgt& server) { return changeLocale(server, info, localeChanged); });
-    if (isDone(hr)) localeId_ = link.server->localeId();
+    askedLocale_ = info.localId;
+    const HRESULT hr = openLink(attempt, [&](DaServerMgt& server) {
+        const HRESULT settled = changeLocale(server, info.localId, localeChanged);
+        if (failed(settled)) info.retryInitialConnect = false;
+        return settled;
+    });
+    const std::lock_guard guard(lock);
+    link = std::move(attempt.made);
     return hr;
 }
 
-HRESULT DaServerComPrivate::openLink(const LocaleStep& settleLocale) {
-    link.mainItems = std::make_shared<MainItemCache>();
-    link.server = std::make_shared<DaServerMgt>();
+HRESULT DaServerComPrivate::openLink(Attempt& attempt, const LocaleStep& localeStep) {
+    ServerLink& made = attempt.made;
+    made.mainItems = std::make_shared<MainItemCache>();
+    made.server = std::make_shared<DaServerMgt>();
     if (!apartment_) apartment_.emplace();
-    HRESULT hr = link.server->connectOPCServer(nodeName, clsid);
-    if (isDone(hr)) hr = settleLocale(*link.server);
+    HRESULT hr = made.server->connectOPCServer(nodeName, clsid);
+    if (isDone(hr)) hr = localeStep(*made.server);
     if (!isDone(hr)) return hr;
 
-    hr = addMainGroup();
-    if (isDone(hr)) {
-        makeWatchDog();
-        hr = link.server->connectCallback(watchDog_);
-    }
-    if (!isDone(hr)) link.server->removeGroup(link.mainGroup.get());
+    hr = addMainGroup(attempt);
+    if (isDone(hr)) hr = made.server->connectCallback(attempt.watchDog ? attempt.watchDog : watchDog());
+    if (!isDone(hr)) made.server->removeGroup(made.mainGroup.get());
     return hr;
 }
 
-HRESULT DaServerComPrivate::changeLocale(DaServerMgt& server, OpxServerConnectInfo& info, bool& changed) {
-    if (info.localId.empty()) return S_OK;
-    const OpxString asked = info.localId;
-    const HRESULT hr = server.setLocalID(info.localId);
-    if (failed(hr)) {
-        info.retryInitialConnect = false;
-        return hr;
-    }
+// What a server once settled on is not asked for again, even if this attempt fails later.
+HRESULT DaServerComPrivate::changeLocale(DaServerMgt& server, OpxString& locale, bool& changed) {
+    if (locale.empty()) return S_OK;
+    const OpxString asked = locale;
+    const HRESULT hr = server.setLocalID(locale);
+    if (failed(hr)) return hr;
+    localeId_ = server.localeId();
     if (hr == S_FALSE) {
         changed = true;
-        LibT::lInfo("Changed LocalID from '%ls' to '%ls'", asked, info.localId);
+        LibT::lInfo("Changed LocalID from '%ls' to '%ls'", asked, locale);
     }
     return S_OK;
 }
 
-HRESULT DaServerComPrivate::addMainGroup() {
-    link.mainGroup = std::make_shared<DaGroupMgt>(OLESTR("Main"), kMainUpdateRate, false, 0, 0.0f);
-    const HRESULT hr = link.server->addGroup(link.mainGroup.get());
-    return isDone(hr) ? link.mainGroup->connectCallback(callback) : hr;
+HRESULT DaServerComPrivate::addMainGroup(Attempt& attempt) {
+    const auto group = std::make_shared<DaGroupMgt>(OLESTR("Main"), kMainUpdateRate, false, 0, 0.0f);
+    attempt.made.mainGroup = group;
+    const HRESULT hr = attempt.made.server->addGroup(group.get());
+    return isDone(hr) ? group->connectCallback(attempt.client) : hr;
 }
 
-void DaServerComPrivate::makeWatchDog() {
+std::shared_ptr<WatchDog> DaServerComPrivate::watchDog() {
+    const std::lock_guard guard(lock);
     if (!watchDog_) watchDog_ = std::make_shared<WatchDog>(weak_from_this(), keepAliveTime);
+    return watchDog_;
+}
+
+HRESULT DaServerComPrivate::createWatchDog() {
+    const auto dog = watchDog();
+    try {
+        dog->create(dog);
+        return S_OK;
+    } catch (...) {
+        return E_OUTOFMEMORY;
+    }
 }
 
 void DaServerComPrivate::begin(ServerStatus first) {
@@ -128,12 +143,12 @@ void DaServerComPrivate::begin(ServerStatus first) {
 
 void DaServerComPrivate::startWatchDog() {
     if (std::exchange(shutdownWhileConnecting_, false)) markLost(SERVERSTATUS_SHUTDOWN);
-    const HRESULT hr = guarded([this] {
-        watchDog_->create(watchDog_);
-        watchDog_->start();
-        return S_OK;
-    });
-    if (failed(hr)) LibT::lError("Error: DaServerCom::connect - Error at starting the watch-dog");
+    watchDog_->start();
+}
+
+void DaServerComPrivate::removeMainGroup() {
+    link.server->removeGroup(link.mainGroup.get());
+    link.mainGroup.reset();
 }
 
 void DaServerComPrivate::abandonConnection() {
@@ -153,7 +168,8 @@ bool DaServerComPrivate::end(bool& wasConnected) {
     if (serverState == SERVERSTATUS_DISCONNECTED) return false;
     wasConnected = serverState == SERVERSTATUS_CONNECTED;
     // Objects of a server may live in the watch-dog's apartment, which has to stand until they are gone.
-    if (watchDog_ && !ApartmentMode::isSingleThreaded()) watchDog_->requestStop();
+    leftAlone_ = connecting_;
+    if (watchDog_ && (leftAlone_ || !ApartmentMode::isSingleThreaded())) watchDog_->requestStop();
     serverState = SERVERSTATUS_DISCONNECTED;
     lock.waitUntilQuiet();
     return true;
@@ -162,10 +178,7 @@ bool DaServerComPrivate::end(bool& wasConnected) {
 void DaServerComPrivate::closeConnection(bool wasConnected) {
     try {
         removeSubscriptions(wasConnected);
-        if (wasConnected) {
-            link.server->removeGroup(link.mainGroup.get());
-            link.mainGroup.reset();
-        }
+        if (wasConnected) removeMainGroup();
     } catch (...) {
         LibT::lError("Error: DaServerCom::disconnect - Error at releasing server interfaces");
     }
@@ -188,18 +201,28 @@ void DaServerComPrivate::closeConnection(bool wasConnected) {
         for (const auto& thread : teardownThreads_) thread->wait();
         stopWatchDog();
     }
-    {
-        const std::lock_guard guard(lock);
-        link.clear();
-    }
-    apartment_.reset();
+    const std::lock_guard guard(lock);
+    link.clear();
+    if (!leftAlone_) apartment_.reset();
 }
 
+// One that is trying to reach a server is not waited for: it shares this record until it has ended.
 void DaServerComPrivate::stopWatchDog() {
-    if (!watchDog_) return;
-    watchDog_->requestStop();
-    watchDog_->wait();
-    watchDog_.reset();
+    std::shared_ptr<WatchDog> stopped;
+    bool leftAlone;
+    {
+        const std::lock_guard guard(lock);
+        stopped.swap(watchDog_);
+        leftAlone = leftAlone_;
+    }
+    if (!stopped) return;
+    stopped->requestStop();
+    if (!leftAlone) stopped->wait();
+}
+
+bool DaServerComPrivate::isLeftAlone() {
+    const std::lock_guard guard(lock);
+    return leftAlone_;
 }
 
 void DaServerComPrivate::removeSubscriptions(bool wasConnected) {

@@ -25,8 +25,9 @@
 namespace OpxOpc {
 
 // `lock` guards the state, the link to the server and what else decides about a call at the moment it
-// begins; it is never held while a call does its work, but for reconnecting. Calls in progress share
-// what they use. The watch-dog shares the record itself.
+// begins; it is never held while a call does its work, nor while a server is being reached, but for
+// bringing subscriptions back. Calls in progress share what they use. The watch-dog shares the record
+// itself.
 class DaServerComPrivate final : public WatchedConnection, public std::enable_shared_from_this<DaServerComPrivate> {
 public:
     DaServerComPrivate() = default;
@@ -42,9 +43,11 @@ public:
     HRESULT openConnection(OpxServerConnectInfo& info, bool& localeChanged);
     // The connection begins, in the state that the first attempt led to.
     void begin(ServerStatus first);
-    // Drops what a failed attempt made.
+    // Creates the watch-dog's thread, which waits. E_OUTOFMEMORY where the system has none.
+    HRESULT createWatchDog();
+    // Drops what an attempt made. One that reached the server has to remove "Main" first.
+    void removeMainGroup();
     void abandonConnection();
-    void makeWatchDog();
     void startWatchDog();
 
     // The steps of disconnect. False when there is nothing to disconnect; else no call is in progress any
@@ -52,6 +55,9 @@ public:
     bool end(bool& wasConnected);
     void closeConnection(bool wasConnected);
     void reportDisconnected();
+    // Whether the connection ended during an attempt to reconnect, which still goes on: the record is then
+    // the attempt's.
+    bool isLeftAlone();
 
     // Whether a call may begin now. Under the lock.
     bool admits(bool needsServer) const noexcept;
@@ -90,15 +96,36 @@ public:
 private:
     using LocaleStep = std::function<HRESULT(DaServerMgt&)>;
 
-    HRESULT lookUpClsid(ServerUrl& url) const;
-    HRESULT changeLocale(DaServerMgt& server, OpxServerConnectInfo& info, bool& changed);
+    // The way to a server, made apart from the connection until the server is reached.
+    struct Attempt {
+        std::shared_ptr<CallbackRelay> client;
+        std::shared_ptr<WatchDog> watchDog;  // null until it is needed for the first time
+        ServerLink made;
+        bool askedToLeave = false;  // by a server that was being reached
+    };
 
-    // Reaches the server with "Main" and both callbacks; on failure `link` is what was made so far.
-    HRESULT openLink(const LocaleStep& settleLocale);
-    HRESULT addMainGroup();
-    HRESULT reconnect();
+    // A step that does not apply counts as one that failed.
+    static bool isDone(HRESULT hr) noexcept { return succeeded(hr) && hr != S_FALSE; }
+
+    HRESULT lookUpClsid(ServerUrl& url) const;
+    HRESULT changeLocale(DaServerMgt& server, OpxString& locale, bool& changed);
+
+    // Reaches the server with "Main" and both callbacks; on failure `made` is what was made so far.
+    HRESULT openLink(Attempt& attempt, const LocaleStep& localeStep);
+    HRESULT addMainGroup(Attempt& attempt);
+    std::shared_ptr<WatchDog> watchDog();
+
+    bool beginReconnecting(Attempt& attempt);
+    HRESULT reconnect(Attempt& attempt);
+    HRESULT recoverLocale(DaServerMgt& server);
+    // The server becomes the connection's; false when the connection has ended meanwhile.
+    bool takeOver(Attempt& attempt);
+    void tearDownUnwanted(Attempt& attempt);
+    void stopReconnecting();
+    HRESULT bringBackSubscriptions();
     HRESULT recoverSubscriptions();
     HRESULT recover(DaGroupWrapper& subscription);
+    void reportRefusedItems();
 
     void removeSubscriptions(bool wasConnected);
     void stopWatchDog();
@@ -109,9 +136,11 @@ private:
     std::optional<ApartmentShare> apartment_;
     std::shared_ptr<WatchDog> watchDog_;
     std::vector<std::unique_ptr<TerminateOpcThread>> teardownThreads_;
-    std::optional<LCID> localeId_;  // what the server accepted
+    OpxString askedLocale_;         // empty for none
+    std::optional<LCID> localeId_;  // what a server settled on
     std::optional<ServerStatus> loss_;
-    bool connecting_ = false;
+    bool connecting_ = false;  // a server is being reached, at first or again
+    bool leftAlone_ = false;
     bool shutdownWhileConnecting_ = false;
 };
 

@@ -17,7 +17,7 @@ OpxDaServerCom::OpxDaServerCom() {
 
 OpxDaServerCom::~OpxDaServerCom() {
     LibT::lCtor("--> Dtor DaServerCom");
-    if (d_->serverState != SERVERSTATUS_DISCONNECTED) disconnect();
+    if (d_->serverState != SERVERSTATUS_DISCONNECTED) guarded([this] { return disconnect(); });
     d_.reset();
     LibT::lCtor("<-- Dtor DaServerCom");
 }
@@ -25,6 +25,7 @@ OpxDaServerCom::~OpxDaServerCom() {
 HRESULT OpxDaServerCom::connect(const OpxString& url, OpxServerConnectInfo& info, std::uint32_t clientHandle,
                                 std::shared_ptr<OpxDataCallback> callback) {
     const TraceScope trace("DaServerCom::connect");
+    if (d_->isLeftAlone()) d_ = std::make_shared<DaServerComPrivate>();
     {
         std::lock_guard guard(d_->lock);
         if (d_->serverState != SERVERSTATUS_DISCONNECTED) {
@@ -41,13 +42,14 @@ HRESULT OpxDaServerCom::connect(const OpxString& url, OpxServerConnectInfo& info
     bool localeChanged = false;
     const HRESULT hr = guarded([&] { return d_->openConnection(info, localeChanged); });
     const bool retry = hr == S_FALSE || (failed(hr) && info.retryInitialConnect);
-    if (failed(hr) && !retry) {
+    const HRESULT goesOn = failed(hr) && !retry ? hr : d_->createWatchDog();
+    if (failed(goesOn)) {
+        if (succeeded(hr) && !retry) d_->removeMainGroup();
         d_->abandonConnection();
         d_->reset();
-        return trace.leave(hr);
+        return trace.leave(goesOn);
     }
     if (retry) {
-        d_->makeWatchDog();
         LibT::eventWarning("Connect failed to OPC Server %ls", url);
         LibT::eventInformation("Continue to try connect");
         d_->begin(SERVERSTATUS_WATCHDOG_ERROR);

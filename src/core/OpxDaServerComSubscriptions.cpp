@@ -58,6 +58,12 @@ private:
     std::shared_ptr<DaGroupMgt> group_;
 };
 
+// Gives up a group that could not be added, or not be used once the server had made it; answers `why`.
+HRESULT dropGroup(DaServerMgt& server, DaGroupMgt& group, HRESULT why) {
+    if (group.wasCreated()) server.removeGroup(&group);
+    return why;
+}
+
 // Connects the client and starts the delivery. A subscription that the server does not activate stays,
 // inactive and without callback.
 HRESULT startDelivery(DaGroupWrapper& subscription, const CallFrame& frame, bool active) {
@@ -132,7 +138,8 @@ HRESULT OpxDaServerCom::subscribe(std::uint32_t clientSubscription, bool active,
         auto subscription = std::make_shared<DaGroupWrapper>(frame.connected(), d_->reconnectAfterError, OpxString(),
                                                              updateRate, false, clientSubscription, deadband);
         if (frame.connected()) {
-            if (const HRESULT hr = frame.link().server->addGroup(subscription->group().get()); failed(hr)) return hr;
+            const HRESULT hr = frame.link().server->addGroup(subscription->group().get());
+            if (failed(hr)) return dropGroup(*frame.link().server, *subscription->group(), hr);
         }
         GroupOnServer group(frame.link().server, subscription->group());
         answerRate(*subscription, frame.reach(), revisedUpdateRate);

@@ -161,6 +161,15 @@ std::uint32_t DaGroupMgt::serverHandle() const noexcept {
     return d_->serverHandle;
 }
 
+void DaGroupMgt::noteCreated(std::uint32_t serverHandle) {
+    d_->serverHandle = serverHandle;
+    d_->created = true;
+}
+
+bool DaGroupMgt::wasCreated() const noexcept {
+    return d_->created;
+}
+
 HRESULT DaGroupMgt::initialize(IOPCItemMgt* itemMgt, std::uint32_t revisedUpdateRate, std::uint32_t serverHandle,
                                LCID localeId) {
     const TraceScope scope("DaGroupMgt::initialize");

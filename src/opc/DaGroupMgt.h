@@ -47,6 +47,10 @@ public:
     std::uint32_t clientHandle() const noexcept;
     std::uint32_t serverHandle() const noexcept;
 
+    // The server has created the group, whether or not it can be used then.
+    void noteCreated(std::uint32_t serverHandle);
+    bool wasCreated() const noexcept;
+
     // Takes the group that a server has created. `localeId` governs every conversion of a value. Fails,
     // and leaves the group unavailable, when the server has none of the interfaces of data access 2.0;
     // a failure to keep them for other threads leaves it available, without the interfaces not kept.

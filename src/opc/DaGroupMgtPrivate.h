@@ -66,6 +66,7 @@ struct DaGroupMgtPrivate {
     std::atomic<float> percentDeadband = 0;
     std::uint32_t clientHandle = 0;
     std::uint32_t serverHandle = 0;
+    bool created = false;
     std::atomic<bool> available = false;
     bool dataAccess3IO = false;
     LCID localeId = LOCALE_SYSTEM_DEFAULT;

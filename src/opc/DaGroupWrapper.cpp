@@ -18,6 +18,23 @@ std::int32_t errorAt(const Codes& errors, std::size_t i) {
     return i < errors.size() ? errors[i] : S_OK;
 }
 
+// `code` is what came of adding the item again. A server may accept an item in name only.
+void noteRefusal(KeptItem& item, std::int32_t code) {
+    if (item.isOnServer()) {
+        item.refusal = S_OK;
+        return;
+    }
+    if (code >= 0) code = E_FAIL;
+    if (code != item.refusal) item.refusalTold = false;
+    item.refusal = code;
+}
+
+std::vector<OpxItemValue> badValues(std::size_t count) {
+    OpxItemValue bad;
+    bad.quality = kBadQuality;
+    return std::vector<OpxItemValue>(count, bad);
+}
+
 bool anyFailed(const Codes& codes) {
     return std::any_of(codes.begin(), codes.end(), [](std::int32_t code) { return code < 0; });
 }
@@ -88,6 +105,12 @@ std::shared_ptr<DaGroupMgt> DaGroupWrapper::group() const {
 std::shared_ptr<DaGroupMgt> DaGroupWrapper::takeGroup() {
     const std::lock_guard guard(lock_);
     return std::exchange(group_, nullptr);
+}
+
+std::shared_ptr<DaGroupMgt> DaGroupWrapper::loseGroup() {
+    const std::lock_guard guard(lock_);
+    for (const ItemStore::Item& item : items_.namedItems()) item->refusalTold = false;
+    return takeGroup();
 }
 
 bool DaGroupWrapper::isWhole() const {
@@ -324,16 +347,17 @@ HRESULT DaGroupWrapper::addKeptItems(DaGroupMgt& group) {
     const auto kept = items_.namedItems();
     Items request;
     for (const ItemStore::Item& item : kept) {
-        request.push_back(item->identifier);
         item->identifier.serverHandle = KeptItem::kNotOnServer;
+        request.push_back(item->identifier);
     }
     if (request.empty()) return S_OK;
 
     Codes errors;
     const HRESULT hr = group.addItems(request, errors, false);
-    if (failed(hr)) return hr;
     for (std::size_t i = 0; i < kept.size(); ++i) {
-        if (errorAt(errors, i) >= 0) kept[i]->identifier.serverHandle = request[i].serverHandle;
+        const std::int32_t code = failed(hr) ? hr : errorAt(errors, i);
+        if (code >= 0) kept[i]->identifier.serverHandle = request[i].serverHandle;
+        noteRefusal(*kept[i], code);
     }
     return hr;
 }
@@ -353,11 +377,23 @@ std::uint32_t DaGroupWrapper::getQualityBadData(std::vector<std::uint32_t>& clie
                                                 std::vector<std::int32_t>& errors) const {
     clientHandles.clear();
     const std::uint32_t group = collectHandles(clientHandles);
-    OpxItemValue bad;
-    bad.quality = kBadQuality;
-    values.assign(clientHandles.size(), bad);
+    values = badValues(clientHandles.size());
     errors.assign(clientHandles.size(), S_OK);
     return group;
+}
+
+std::uint32_t DaGroupWrapper::takeRefusedItems(std::vector<std::uint32_t>& clientHandles,
+                                               std::vector<OpxItemValue>& values, std::vector<std::int32_t>& errors) {
+    clientHandles.clear();
+    errors.clear();
+    const std::lock_guard guard(lock_);
+    for (const ItemStore::Item& item : items_.namedItems()) {
+        if (item->isOnServer() || item->refusal >= 0 || std::exchange(item->refusalTold, true)) continue;
+        clientHandles.push_back(item->identifier.clientHandle);
+        errors.push_back(item->refusal);
+    }
+    values = badValues(clientHandles.size());
+    return clientHandle_;
 }
 
 }  // namespace OpxOpc

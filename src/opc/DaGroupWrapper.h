@@ -48,6 +48,8 @@ public:
     std::shared_ptr<DaGroupMgt> group() const;
     // The same, and the wrapper is without a group.
     std::shared_ptr<DaGroupMgt> takeGroup();
+    // The same when the server is lost.
+    std::shared_ptr<DaGroupMgt> loseGroup();
     // False when there is no group, or a change came too late for it because it was replaced meanwhile:
     // the group has to be made again.
     bool isWhole() const;
@@ -77,6 +79,11 @@ public:
     // and the code 0 for each.
     std::uint32_t getQualityBadData(std::vector<std::uint32_t>& clientHandles, std::vector<OpxItemValue>& values,
                                     std::vector<std::int32_t>& errors) const;
+
+    // The items that a recovery did not get onto the server, in the same form with the codes; each once a
+    // recovery and code.
+    std::uint32_t takeRefusedItems(std::vector<std::uint32_t>& clientHandles, std::vector<OpxItemValue>& values,
+                                   std::vector<std::int32_t>& errors);
 
     // The subscription ends, or has ended: its loss is not reported any more, and it is not made again.
     void end() noexcept;

@@ -248,6 +248,7 @@ HRESULT DaServerMgt::addGroup(DaGroupMgt* group) {
                                 group->clientHandle(), nullptr, &deadband, d_->localeId, &serverHandle, &revisedRate,
                                 IID_IOPCItemMgt, itemMgt.putUnknown());
     });
+    if (succeeded(hr)) group->noteCreated(serverHandle);
     if (succeeded(hr) && !itemMgt) hr = E_NOINTERFACE;
     if (failed(hr)) {
         LibT::lError("Error: IOPCServer::AddGroup FAILED [hr=0x%lx]", hr);

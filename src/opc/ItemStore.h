@@ -20,6 +20,10 @@ struct KeptItem {
     OpxItemIdentifier identifier;
     std::uint32_t localHandle = 0;
 
+    // Why it is not on the server though it was added again, and whether the client knows.
+    std::int32_t refusal = 0;
+    bool refusalTold = false;
+
     bool isOnServer() const noexcept { return identifier.serverHandle != kNotOnServer; }
     // One without name and path holds its place only.
     bool isNamed() const noexcept { return !identifier.itemName.empty() || !identifier.itemPath.empty(); }

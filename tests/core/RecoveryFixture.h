@@ -25,9 +25,10 @@ inline constexpr std::int32_t kGood = 0xC0;
 // change of subscription 7). Good values that follow each other are told once.
 class Story final : public OpxDataCallback {
 public:
-    void DataChange(std::uint32_t subscription, std::int32_t, std::int32_t, std::uint32_t,
+    void DataChange(std::uint32_t subscription, std::int32_t, std::int32_t masterError, std::uint32_t,
                     const std::vector<std::uint32_t>& handles, const std::vector<OpxItemValue>& values,
-                    const std::vector<std::int32_t>&) override {
+                    const std::vector<std::int32_t>& errors) override {
+        if (masterError != S_OK) noteCodes(subscription, masterError, errors);
         std::string line = std::to_string(subscription) + ":";
         for (std::size_t i = 0; i < handles.size(); ++i) {
             line += " " + std::to_string(handles[i]) + (values[i].quality == kGood ? " good" : " bad");
@@ -64,16 +65,33 @@ public:
                << "waited for \"" << line << "\" after line " << read_ << " of " << ::testing::PrintToString(lines_);
     }
 
+    // Master error and item errors of the subscription's last data change that had some.
+    std::vector<std::int32_t> codes(std::uint32_t subscription) const {
+        const std::lock_guard guard(lock_);
+        return codes_.at(subscription);
+    }
+    std::size_t failedDataChanges() const {
+        const std::lock_guard guard(lock_);
+        return failedDataChanges_;
+    }
+
     void forget() {
         const std::lock_guard guard(lock_);
         lines_.clear();
         read_ = 0;
+        failedDataChanges_ = 0;
     }
 
     std::function<void()> onData;
     std::function<void(ServerStatus)> onState;
 
 private:
+    void noteCodes(std::uint32_t subscription, std::int32_t masterError, std::vector<std::int32_t> errors) {
+        errors.insert(errors.begin(), masterError);
+        const std::lock_guard guard(lock_);
+        codes_[subscription] = std::move(errors);
+        ++failedDataChanges_;
+    }
     void tell(const std::string& line) {
         const std::lock_guard guard(lock_);
         if (!lines_.empty() && lines_.back() == line) return;
@@ -85,6 +103,8 @@ private:
     std::condition_variable told_;
     std::vector<std::string> lines_;
     std::size_t read_ = 0;
+    std::map<std::uint32_t, std::vector<std::int32_t>> codes_;
+    std::size_t failedDataChanges_ = 0;
 };
 
 // Items with the client handles 1, 2, ...

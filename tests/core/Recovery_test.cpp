@@ -169,6 +169,25 @@ TEST_F(RecoveryTest, ASingleThreadedApartmentStaysOneWhileItsFirstConnectionIsRe
     EXPECT_EQ(trace.count("Ctor DaServerMgtPrivate - COM is already initialized as STA"), 1u);
 }
 
+TEST_F(RecoveryTest, AMutexAroundCallsAndInTheHandlerStopsNobody) {
+    std::mutex own;
+    std::atomic<bool> waiting = false;
+    connectAndSubscribe();
+    story.onState = [&](ServerStatus) {
+        waiting = true;
+        const std::lock_guard guard(own);
+        waiting = false;
+    };
+    for (const ServerStatus last : {SERVERSTATUS_WATCHDOG_ERROR, SERVERSTATUS_CONNECTED}) {
+        const std::lock_guard guard(own);
+        sim.execute(last == SERVERSTATUS_CONNECTED ? "alive" : "dead");
+        while (!waiting) std::this_thread::sleep_for(1ms);
+        EXPECT_GE(server.subscriptionModify(handle, true), 0);
+    }
+    ASSERT_TRUE(story.reaches("7: 1 good 2 good"));
+    story.onState = nullptr;
+}
+
 // ---- What a reconnect does not get at once -------------------------------------------------------
 
 TEST_F(RecoveryTest, AGroupThatIsRefusedOnceIsBackAfterTheNextGoodProbe) {
@@ -209,6 +228,96 @@ TEST_F(RecoveryTest, AnItemThatIsRefusedDoesNotKeepTheOthersBack) {
     EXPECT_TRUE(callsOf("IOPCItemMgt::RemoveItems").empty());
 }
 
+TEST_F(RecoveryTest, ItemsThatANewServerRefusesAreToldOnceARecovery) {
+    connectAndSubscribe();
+    std::vector<OpxItemIdentifier> more = named({OLESTR("Constant.Boolean")});
+    more[0].clientHandle = 3;
+    std::uint32_t inactive = 0;
+    ASSERT_EQ(server.subscribe(8, false, 100, 0, more, &rate, &inactive, errors), S_OK);
+    sim.execute("item Constant.Int32 addresult 0xC0040007");
+    sim.execute("item Constant.Boolean addresult 0xC0040008");
+    for (int recovery = 0; recovery < 2; ++recovery) {
+        sim.execute("dead");
+        ASSERT_TRUE(story.reaches("8: 3 bad"));
+        story.forget();
+        sim.execute("alive");
+        ASSERT_TRUE(story.reaches("8: 3 bad"));
+        EXPECT_THAT(story.lines(), Contains("7: 1 bad"));
+        EXPECT_EQ(story.codes(8), (std::vector<std::int32_t>{S_FALSE, hresult(0xC0040008u)}));
+        EXPECT_EQ(story.codes(7), (std::vector<std::int32_t>{S_FALSE, hresult(0xC0040007u)}));
+    }
+}
+
+TEST_F(RecoveryTest, ItemsThatAreTriedAgainAreToldOnceACode) {
+    connectAndSubscribe();
+    sim.execute("dead");
+    ASSERT_TRUE(story.reaches("7: 1 bad 2 bad"));
+    sim.fault("IOPCItemMgt::AddItems", E_OUTOFMEMORY);
+    story.forget();
+    sim.execute("alive");
+    ASSERT_TRUE(story.reaches("7: 1 bad 2 bad"));
+    const auto triedAgain = callsOf("IOPCItemMgt::AddItems").size() + 3;
+    while (callsOf("IOPCItemMgt::AddItems").size() < triedAgain) std::this_thread::sleep_for(1ms);
+    EXPECT_THAT(story.lines(), ElementsAre("state 3", "7: 1 bad 2 bad"));
+    EXPECT_EQ(story.codes(7), (std::vector<std::int32_t>{S_FALSE, E_OUTOFMEMORY, E_OUTOFMEMORY}));
+    EXPECT_EQ(story.failedDataChanges(), 1u);
+}
+
+TEST_F(RecoveryTest, AGroupThatCannotBeUsedDoesNotStayOnTheServer) {
+    connectAndSubscribe();
+    const int before = sim.counts()["groups"];
+    sim.refuse("IOPCSyncIO");
+    auto others = named({OLESTR("Constant.Boolean")});
+    std::uint32_t none = 0;
+    EXPECT_EQ(server.subscribe(8, true, 100, 0, others, &rate, &none, errors), E_NOINTERFACE);
+    EXPECT_EQ(sim.counts()["groups"], before);
+
+    sim.accept("IOPCSyncIO");
+    sim.fault("IOPCItemMgt::QueryInterface (IID_IOPCSyncIO)", E_NOINTERFACE, 2);  // after "Main"
+    sim.execute("dead");
+    ASSERT_TRUE(story.reaches("7: 1 bad 2 bad"));
+    sim.execute("alive");
+    ASSERT_TRUE(story.reaches("7: 1 good 2 good"));
+    EXPECT_EQ(trace.count("<-- DaServerMgt::addGroup [hr=0x80004002]"), 2u) << "the fault was met";
+    EXPECT_EQ(sim.counts()["groups"], before);
+}
+
+TEST_F(RecoveryTest, ALocaleThatCouldNotBeAskedForAtFirstIsAskedForLater) {
+    for (const bool serverIsThere : {false, true}) {
+        SCOPED_TRACE(serverIsThere);
+        if (serverIsThere)
+            sim.fault("IOPCServer::AddGroup", hresult(0x800706BAu), 1);
+        else
+            sim.execute("dead");
+        Story own;
+        OpxDaServer german;
+        OpxServerConnectInfo asking;
+        asking.retryInitialConnect = true;
+        asking.localId = OLESTR("de");
+        ASSERT_EQ(german.connect(Korvex::Testing::simulationUrl(), asking, 1, &own), S_FALSE);
+        sim.clearJournal();
+        sim.execute("alive");
+        ASSERT_TRUE(own.reaches("state 3"));
+        EXPECT_EQ(callsOf("IOPCCommon::SetLocaleID").size(), serverIsThere ? 0u : 1u);
+        EXPECT_THAT(callsOf("IOPCServer::AddGroup"), ElementsAre(HasSubstr("locale=1031")));
+    }
+}
+
+TEST_F(RecoveryTest, ALocaleThatIsRefusedLaterKeepsNobodyFromReconnecting) {
+    info.retryInitialConnect = true;
+    sim.execute("dead");
+    ASSERT_EQ(connect(), S_FALSE);
+    sim.fault("IOPCCommon::SetLocaleID", E_FAIL);
+    sim.execute("alive");
+    ASSERT_TRUE(story.reaches("state 3"));
+    sim.execute("dead");
+    ASSERT_TRUE(story.reaches("state 2"));
+    sim.clearJournal();
+    sim.execute("alive");
+    ASSERT_TRUE(story.reaches("state 3"));
+    EXPECT_TRUE(callsOf("IOPCCommon::SetLocaleID").empty()) << "it was asked once";
+}
+
 // ---- Disconnecting at the wrong moment -----------------------------------------------------------
 
 TEST_F(RecoveryTest, DisconnectWaitsForAServerThatHangsAndThenNothingFollows) {
@@ -221,6 +330,35 @@ TEST_F(RecoveryTest, DisconnectWaitsForAServerThatHangsAndThenNothingFollows) {
     EXPECT_EQ(leaving.get(), S_OK);
     EXPECT_THAT(story.lines(), ElementsAre("state 3", "7: 1 good 2 good", "state 0"));
     EXPECT_EQ(sim.counts(), idle);
+}
+
+TEST_F(RecoveryTest, AnAttemptThatHangsKeepsNobodyWaitingAndLeavesNothingBehind) {
+    for (const bool isSingleThreaded : {false, true}) {
+        SCOPED_TRACE(isSingleThreaded);
+        auto leave = [&] {
+            connectAndSubscribe();
+            sim.execute("dead");
+            ASSERT_TRUE(story.reaches("7: 1 bad 2 bad"));
+            sim.clearJournal();
+            sim.execute("delay IOPCServer::AddGroup 1000");
+            sim.execute("alive");
+            while (callsOf("IOPCServer::AddGroup").empty()) std::this_thread::sleep_for(1ms);
+            EXPECT_EQ(server.subscriptionModify(handle, 300u, &rate), S_FALSE) << "noted";
+            auto read = named({OLESTR("Constant.Int32")});
+            std::vector<OpxItemValue> values;
+            EXPECT_EQ(server.read(0, read, values, errors), E_FAIL);
+            EXPECT_EQ(server.disconnect(), S_OK);
+            sim.execute("delay IOPCServer::AddGroup 0");
+        };
+        isSingleThreaded ? inSingleThreadedApartment(leave) : leave();
+        EXPECT_EQ(story.lines().back(), "state 0");
+        EXPECT_EQ(connect(), S_OK);
+        EXPECT_EQ(callsOf("IOPCServer::AddGroup").size(), 2u);
+        EXPECT_THAT(callsOf("IOPCServer::AddGroup")[0], HasSubstr("running")) << "the attempt still hangs";
+        EXPECT_EQ(server.disconnect(), S_OK);
+        while (sim.counts() != idle) std::this_thread::sleep_for(1ms);
+        story.forget();
+    }
 }
 
 TEST_F(RecoveryTest, AHandlerMayDisconnectInEveryState) {
