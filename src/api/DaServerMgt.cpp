@@ -39,6 +39,13 @@ std::shared_ptr<DaServerMgt::Private::Native> DaServerMgt::Private::takeNative()
     return std::exchange(m_Native, nullptr);
 }
 
+bool DaServerMgt::Private::becomeConnected(const std::shared_ptr<Native>& native) {
+    const std::lock_guard guard(lock);
+    if (m_Native != native) return false;
+    m_IsConnected = true;
+    return true;
+}
+
 void DaServerMgt::Private::InitializeCallbackPointers() {
     LibT::lIfCall("==> MCPP::DaServerMgt::InitializeCallbackPointers");
     m_Native->m_Callback = ClientEvents::makeCallback(events);
@@ -60,10 +67,12 @@ void DaServerMgt::Dispose() {
     auto native = d_->takeNative();
     if (!native) return;
     LibT::lCtor("--> Dtor MCPP::DaServerMgt");
-    if (d_->m_IsConnected) {
-        native->m_OpxDaClient.disconnect();
-        d_->m_IsConnected = false;
+    try {
+        if (d_->m_IsConnected) native->m_OpxDaClient.disconnect();
+    } catch (...) {
+        // Whatever is left of the connection goes with its last owner.
     }
+    d_->m_IsConnected = false;
     native.reset();
     d_->events->clear();
     LibT::lCtor("<-- Dtor MCPP::DaServerMgt");
@@ -78,7 +87,8 @@ void DaServerMgt::Connect(const NullableText& url, std::int32_t clientHandle, Co
     const InterfaceScope trace("MCPP::DaServerMgt::Connect");
     if (url.isNull()) HandleNullReference("url");
     if (url.value().empty()) HandleEmptyString("url");
-    if (d_->m_IsConnected) {
+    const OpxOpc::ExclusiveFlag::Claim claim(d_->changing);
+    if (!claim || d_->m_IsConnected) {
         LibT::lError("EXC MCPP::DaServerMgt::Connect throwing OPCException - Server already connected");
         throw OPCException(ResultID(E_FAIL), OLESTR("The server is already connected."));
     }
@@ -91,21 +101,21 @@ void DaServerMgt::Connect(const NullableText& url, std::int32_t clientHandle, Co
     if (!connectInfo) throw NullReferenceException();
     connectInfo->LocalId(info.localId);
     connectFailed = connectInfo->RetryInitialConnection() && hr == S_FALSE;
-    d_->m_IsConnected = true;
+    if (!d_->becomeConnected(native)) throw NullReferenceException();
     trace.leave(hr);
 }
 
 void DaServerMgt::Disconnect() {
     const InterfaceScope trace("MCPP::DaServerMgt::Disconnect");
     // A second one that comes while the first still waits finds nothing to disconnect.
-    if (!d_->m_IsConnected || d_->m_IsDisconnecting.exchange(true)) {
+    const OpxOpc::ExclusiveFlag::Claim claim(d_->changing);
+    if (!claim || !d_->m_IsConnected) {
         LibT::lError("EXC MCPP::DaServerMgt::Disconnect throwing OPCException - The server is currently not connected");
         throw OPCException(ResultID(E_FAIL), OLESTR("The server is currently not connected."));
     }
     const std::int32_t hr = d_->native()->m_OpxDaClient.disconnect();
     d_->events->m_ServerState = OpcDaClient::ServerState::DISCONNECTED;
     d_->m_IsConnected = false;
-    d_->m_IsDisconnecting = false;
     HandleHResult(hr);
     trace.leave(hr);
 }

@@ -10,6 +10,7 @@
 
 #include "api/CallbackWrapper.h"
 #include "api/ClientEvents.h"
+#include "core/ExclusiveFlag.h"
 
 namespace Korvex::OPC::OpcDaClient {
 
@@ -24,6 +25,8 @@ struct DaServerMgt::Private {
     // Throws once the object is disposed.
     std::shared_ptr<Native> native() const;
     std::shared_ptr<Native> takeNative();
+    // False when the object was disposed meanwhile.
+    bool becomeConnected(const std::shared_ptr<Native>& native);
 
     void InitializeCallbackPointers();
 
@@ -31,7 +34,7 @@ struct DaServerMgt::Private {
     std::shared_ptr<Native> m_Native;
     const std::shared_ptr<ClientEvents> events = std::make_shared<ClientEvents>();
     std::atomic<bool> m_IsConnected{false};
-    std::atomic<bool> m_IsDisconnecting{false};
+    OpxOpc::ExclusiveFlag changing;  // connecting or disconnecting
 };
 
 }  // namespace Korvex::OPC::OpcDaClient

@@ -2,8 +2,10 @@
 
 #include <mutex>
 
+#include "core/ExclusiveFlag.h"
 #include "core/OpxDaServerCom.h"
 #include "core/ParameterTrace.h"
+#include "core/guarded.h"
 #include "opc/unowned.h"
 #include "trace/InterfaceScope.h"
 
@@ -50,14 +52,11 @@ struct OpxDaServer::Private {
         std::lock_guard guard(lock);
         connected.swap(engine);
     }
-    // A handler of the disconnect may have made another connection meanwhile, which stays.
-    void disconnect(const std::shared_ptr<OpxDaServerInterface>& engine) {
-        std::lock_guard guard(lock);
-        if (connected == engine) connected.reset();
-    }
+    void disconnect() { connect(nullptr); }
 
     std::mutex lock;
     std::shared_ptr<OpxDaServerInterface> connected;  // null while disconnected
+    ExclusiveFlag changing;                           // connecting or disconnecting
 };
 
 OpxDaServer::OpxDaServer() {
@@ -68,7 +67,7 @@ OpxDaServer::OpxDaServer() {
 
 OpxDaServer::~OpxDaServer() {
     LibT::lCtor("--> Dtor DaServer");
-    if (d_->engine()) disconnect();
+    if (d_->engine()) guarded([this] { return disconnect(); });
     d_.reset();
     LibT::lCtor("<-- Dtor DaServer");
 }
@@ -82,7 +81,8 @@ std::int32_t OpxDaServer::connect(const OpxString& url, OpxServerConnectInfo& in
                                   std::shared_ptr<OpxDataCallback> callback) {
     LibT::lIfCall("==> DaServer::connect URL=%ls", url);
     const InterfaceScope trace = InterfaceScope::entered("DaServer::connect");
-    if (d_->engine()) return trace.refuse("[E_FAIL] - Server already connected", E_FAIL);
+    const ExclusiveFlag::Claim claim(d_->changing);
+    if (!claim || d_->engine()) return trace.refuse("[E_FAIL] - Server already connected", E_FAIL);
     if (!callback) return trace.refuse("[E_INVALIDARG] - No callback pointer passt", E_INVALIDARG);
     ParameterTrace::connectInputs(url, info, clientHandle);
     if (!namesDataAccessServer(url)) {
@@ -98,10 +98,11 @@ std::int32_t OpxDaServer::connect(const OpxString& url, OpxServerConnectInfo& in
 
 std::int32_t OpxDaServer::disconnect() {
     const InterfaceScope trace("DaServer::disconnect");
+    const ExclusiveFlag::Claim claim(d_->changing);
     auto engine = d_->engine();
-    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
+    if (!claim || !engine) return trace.refuse(kNotConnected, E_FAIL);
     const HRESULT hr = engine->disconnect();
-    d_->disconnect(engine);
+    d_->disconnect();
     engine.reset();
     return trace.leave(hr);
 }

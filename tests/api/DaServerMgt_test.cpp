@@ -167,6 +167,24 @@ TEST_F(DaServerMgtTest, DisposingAndDisconnectingTwiceWaitForNobodyAndFreeNothin
     EXPECT_EQ(sim.counts()["groups"], 0);
 }
 
+TEST_F(DaServerMgtTest, AHandlerThatConnectsWheneverItIsNotConnectedChangesNothing) {
+    int refused = 0;
+    server.add_ServerStateChanged([&](std::int32_t, State) {
+        if (!server.IsConnected() && opcCodeOf([&] { connect(); }) == E_FAIL) ++refused;
+    });
+    connect();
+    EXPECT_EQ(refused, 1);
+    EXPECT_EQ(server.ServerState(), State::CONNECTED);
+    EXPECT_EQ(sim.counts()["groups"], 1);
+}
+
+TEST_F(DaServerMgtTest, DisposingWhileConnectingLeavesNoConnection) {
+    server.add_ServerStateChanged([&](std::int32_t, State) { server.Dispose(); });
+    EXPECT_THROW(connect(), NullReferenceException);
+    EXPECT_FALSE(server.IsConnected());
+    EXPECT_EQ(sim.counts()["groups"], 0);
+}
+
 TEST_F(DaServerMgtTest, AValueWithoutAPublicFormIsNullWithItsQuality) {
     connect();
     sim.item("Constant.Date", "value 7 1954-10-03");

@@ -3,11 +3,14 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <future>
+#include <system_error>
 #include <thread>
 
 #include <gtest/gtest.h>
 
 #include "com/opc_interfaces.h"
+#include "opc/OpxThread.h"
 #include "tests/support/RecordingCallback.h"
 #include "tests/support/SimulationFixture.h"
 #include "tests/support/simulation_url.h"
@@ -149,16 +152,46 @@ TEST_F(OpxDaServerTest, ACallbackThatThrowsCostsItsReportOnly) {
     EXPECT_EQ(sim.counts()["groups"], 0);
 }
 
-TEST_F(OpxDaServerTest, AHandlerOfTheDisconnectMayConnectAgain) {
-    ASSERT_EQ(connect(), S_OK);
+TEST_F(OpxDaServerTest, AHandlerThatConnectsOrDisconnectsMeanwhileIsRefused) {
     callback.act = [&] {
-        callback.act = nullptr;
         EXPECT_EQ(server.disconnect(), E_FAIL);
-        EXPECT_EQ(connect(), S_OK);
+        EXPECT_EQ(connect(), E_FAIL);
     };
+    EXPECT_EQ(connect(), S_OK);
     EXPECT_EQ(server.disconnect(), S_OK);
+    EXPECT_EQ(states(), (std::vector{SERVERSTATUS_CONNECTED, SERVERSTATUS_DISCONNECTED}));
+    callback.act = nullptr;
+    EXPECT_EQ(connect(), S_OK);
     items = named({OLESTR("Constant.Int32")});
     EXPECT_EQ(read(), S_OK);
+}
+
+TEST_F(OpxDaServerTest, OfTwoThatConnectAtOnceOneDoes) {
+    sim.execute("delay IOPCServer::AddGroup 100");
+    auto other = std::async(std::launch::async, [&] { return connect(); });
+    while (sim.journal("IOPCServer::AddGroup").empty()) std::this_thread::yield();
+    EXPECT_EQ(connect(), E_FAIL);
+    EXPECT_EQ(other.get(), S_OK);
+    EXPECT_EQ(states(), (std::vector{SERVERSTATUS_CONNECTED}));
+    EXPECT_EQ(server.disconnect(), S_OK);
+    EXPECT_EQ(sim.counts()["groups"], 0);
+}
+
+TEST_F(OpxDaServerTest, ConnectsWithAWatchDogOrNotAtAll) {
+    OpxThread::replaceMaker([](auto&&) -> std::thread { throw std::system_error(EAGAIN, std::generic_category()); });
+    for (const bool reachable : {true, false}) {
+        info.retryInitialConnect = !reachable;
+        if (!reachable) sim.execute("dead");
+        EXPECT_EQ(connect(), E_OUTOFMEMORY);
+        EXPECT_TRUE(callback.statuses().empty());
+        EXPECT_FALSE(trace.has("Continue to try connect"));
+        sim.execute("alive");
+        EXPECT_EQ(sim.counts()["groups"], 0);
+        EXPECT_EQ(server.disconnect(), E_FAIL);
+    }
+    EXPECT_EQ(sim.journal("IOPCServer::RemoveGroup").size(), 1u);
+    OpxThread::replaceMaker(nullptr);
+    EXPECT_EQ(connect(), S_OK);
 }
 
 TEST_F(OpxDaServerTest, TheEngineIsGoneWhenTheFacadesExitLineIsWritten) {
