@@ -1,6 +1,6 @@
 #include "opc/Signal.h"
 
-#include <atomic>
+#include <algorithm>
 #include <chrono>
 #include <future>
 #include <thread>
@@ -20,26 +20,39 @@ using Korvex::Testing::Apartment;
 using Korvex::Testing::TestObject;
 using Time = std::chrono::steady_clock;
 
+// The machine may be busy with other things meanwhile, though not every time.
+template <typename Action>
+Time::duration fastestOfFive(Action&& action) {
+    auto fastest = Time::duration::max();
+    for (int i = 0; i < 5; ++i) {
+        const auto begun = Time::now();
+        action();
+        fastest = std::min(fastest, Time::now() - begun);
+    }
+    return fastest;
+}
+
 class SignalTest : public ::testing::TestWithParam<Signal::Messages> {};
 
 INSTANTIATE_TEST_SUITE_P(Apartments, SignalTest, ::testing::Values(Signal::Messages::Leave, Signal::Messages::Take));
 
 TEST_P(SignalTest, AWaitEndsWithTheChangeAndNotLater) {
-    Signal signal;
-    int round = 0;
-    std::thread other([&] {
+    const auto fastest = fastestOfFive([] {
+        Signal signal;
+        int round = 0;
+        std::thread other([&] {
+            for (int i = 1; i <= 50; ++i) {
+                signal.wait([&] { return round == 2 * i - 1; });
+                signal.change([&] { ++round; });
+            }
+        });
         for (int i = 1; i <= 50; ++i) {
-            signal.wait([&] { return round == 2 * i - 1; });
             signal.change([&] { ++round; });
+            EXPECT_TRUE(signal.wait([&] { return round == 2 * i; }, Signal::kForever, GetParam()));
         }
+        other.join();
     });
-    const auto begun = Time::now();
-    for (int i = 1; i <= 50; ++i) {
-        signal.change([&] { ++round; });
-        EXPECT_TRUE(signal.wait([&] { return round == 2 * i; }, Signal::kForever, GetParam()));
-    }
-    EXPECT_LT(Time::now() - begun, 250ms) << "looking around every 10 ms would take twice as long";
-    other.join();
+    EXPECT_LT(fastest, 250ms) << "looking around every 10 ms would take twice as long";
 }
 
 TEST_P(SignalTest, AWaitEndsAfterItsLimit) {
@@ -74,9 +87,13 @@ TEST(SignalMessages, AWaitingApartmentTakesCallsAsTheyCome) {
         ASSERT_EQ(ApartmentMode::createInterfaceTable(table), S_OK);
         ComPtr<IClassFactory> object;
         ASSERT_EQ(table->GetInterfaceFromGlobal(kept.get_future().get(), IID_IClassFactory, object.putVoid()), S_OK);
-        const auto begun = Time::now();
-        for (int i = 0; i < 50; ++i) EXPECT_EQ(object->LockServer(TRUE), S_OK);
-        EXPECT_LT(Time::now() - begun, 250ms);
+        const auto fastest = fastestOfFive([&] {
+            for (int i = 0; i < 50; ++i) {
+                ComPtr<IClassFactory> made;
+                EXPECT_EQ(object->CreateInstance(nullptr, IID_IClassFactory, made.putVoid()), S_OK);
+            }
+        });
+        EXPECT_LT(fastest, 250ms);
         object.release();
         done.change([&] { isDone = true; });
     });
