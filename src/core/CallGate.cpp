@@ -1,9 +1,11 @@
 #include "core/CallGate.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 #include <vector>
 
+#include "core/Addition.h"
 #include "opc/ApartmentMode.h"
 #include "opc/waiting.h"
 
@@ -12,6 +14,21 @@ namespace {
 
 constexpr std::chrono::milliseconds kBusyWait{50};
 constexpr std::chrono::milliseconds kLockWait{10};
+
+// While it stands, the gate waits for calls in progress for as long as they take.
+class Closed {
+public:
+    explicit Closed(std::atomic<int>& count) : count_(count) {
+        ++count_;
+        Addition::gateClosed();
+    }
+    ~Closed() { --count_; }
+    Closed(const Closed&) = delete;
+    Closed& operator=(const Closed&) = delete;
+
+private:
+    std::atomic<int>& count_;
+};
 
 // The calling thread's calls in progress, one entry a call.
 thread_local std::vector<const CallGate*> ownCalls;
@@ -24,6 +41,7 @@ std::uint32_t ownDepth(const CallGate* gate) {
 
 void CallGate::lock() {
     if (lock_.try_lock()) return;
+    const Addition::AtGate here(closed_);
     // Taken out of the list too: a handler that the wait lets in may come here once more.
     const auto own = static_cast<std::uint32_t>(std::erase(ownCalls, this));
     busyCount_ -= own;
@@ -48,6 +66,9 @@ void CallGate::leave() noexcept {
 }
 
 bool CallGate::waitUntilQuiet(std::chrono::milliseconds limit) {
+    const Addition::AtGate here(closed_);
+    std::optional<Closed> closed;
+    if (limit == limit.max()) closed.emplace(closed_);
     const std::uint32_t own = ownDepth(this);
     for (auto waited = limit.zero(); busyCount_ != own; waited += kBusyWait) {
         if (waited >= limit) return false;

@@ -14,6 +14,7 @@ namespace OpxOpc {
 // A thread can be inside a call and call again, from a handler that the server has called meanwhile.
 // Its own calls are never waited for: neither by itself, nor, while it stands at the lock, by others,
 // who would otherwise wait for each other for ever. What such a call uses it therefore has to share.
+// Nor do the calls of others that wait for what it adds keep anybody waiting: they are told to give up.
 class CallGate {
 public:
     CallGate() = default;
@@ -35,6 +36,7 @@ public:
 private:
     std::recursive_mutex lock_;
     std::atomic<std::uint32_t> busyCount_ = 0;
+    std::atomic<int> closed_ = 0;  // waits, without a limit, for calls in progress
 };
 
 }  // namespace OpxOpc
