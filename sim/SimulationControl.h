@@ -41,7 +41,8 @@ struct ISimulationControl : public IUnknown {
     //   dead                        every call of every object answers 0x800706BA, callbacks stay away
     //   alive                       takes that back
     //   answer METHOD KIND          success with nonsense: "null" (no output at all), "null-values" (the
-    //                               errors but no other array), "null-errors" (S_FALSE and no errors)
+    //                               errors but no other array), "null-errors" (S_FALSE and no errors),
+    //                               "hidden-errors" (S_OK with the items' errors)
     //   answer METHOD               ends it
     //
     //   async hold                  asynchronous operations wait, where they can be cancelled

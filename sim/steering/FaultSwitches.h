@@ -20,6 +20,7 @@ enum class Nonsense {
     nullEverything,  // no output at all
     nullValues,      // the errors but no other array
     nullErrors,      // S_FALSE and no errors
+    hiddenErrors,    // S_OK whatever the errors say
 };
 
 // A method is named "IOPCServer::AddGroup"; where the call is about an interface that stands behind

@@ -76,7 +76,8 @@ Action answer(CommandWords& words) {
     const Nonsense nonsense = words.isEmpty() ? Nonsense::none
                                               : chosen<Nonsense>(words, {{"null", Nonsense::nullEverything},
                                                                          {"null-values", Nonsense::nullValues},
-                                                                         {"null-errors", Nonsense::nullErrors}});
+                                                                         {"null-errors", Nonsense::nullErrors},
+                                                                         {"hidden-errors", Nonsense::hiddenErrors}});
     return [=] { simulation().faults.answer(method, nonsense); };
 }
 

@@ -129,6 +129,7 @@ HRESULT carryOut(const FaultSwitches::Verdict& verdict, const std::tuple<Places.
     if (verdict.nonsense == Nonsense::nullEverything) return S_OK;
     const HRESULT result = guarded(body);
     if (failed(result) || verdict.nonsense == Nonsense::none) return result;
+    if (verdict.nonsense == Nonsense::hiddenErrors) return S_OK;
     if (verdict.nonsense == Nonsense::nullValues) {
         std::apply([](const auto&... place) { (place.dropValues(), ...); }, places);
         return result;

@@ -91,7 +91,7 @@ void ClientEvents::OnServerStateChanged(std::uint32_t clientHandle, OpxOpc::Serv
     m_ServerState = state;
     if (!m_ServerStateChanged.empty()) {
         LibT::lIfCall("CALL MCPP::DaServerMgt::m_ServerStateChanged->Invoke");
-        m_ServerStateChanged.invoke(static_cast<std::int32_t>(clientHandle), state);
+        m_ServerStateChanged.invoke("ServerStateChanged", static_cast<std::int32_t>(clientHandle), state);
         LibT::lIfCall("DONE MCPP::DaServerMgt::m_ServerStateChanged->Invoke");
     }
     trace.leave();
@@ -109,8 +109,8 @@ void ClientEvents::OnDataChanged(std::uint32_t hClientGroup, std::int32_t hrMast
         changedItems(addressee.itemHandles, vVQT, hrError, vErrors, dwItemCount);
     if (!itemValues.empty()) {
         LibT::lIfCall("CALL MCPP::DaServerMgt::m_DataChanged->Invoke");
-        m_DataChanged.invoke(static_cast<std::int32_t>(addressee.clientSubscription), hrMasterquality != 1,
-                             hrError != 1, itemValues);
+        m_DataChanged.invoke("DataChanged", static_cast<std::int32_t>(addressee.clientSubscription),
+                             hrMasterquality != 1, hrError != 1, itemValues);
         LibT::lIfCall("DONE MCPP::DaServerMgt::m_DataChanged->Invoke");
     }
     trace.leave();

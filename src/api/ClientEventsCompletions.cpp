@@ -60,14 +60,17 @@ void ClientEvents::OnReadCompleted(std::uint32_t hTransaction, std::int32_t hrMa
                                    std::uint32_t dwItemCount, const std::vector<std::uint32_t>& vClientHandles,
                                    const std::vector<OpxItemValue>& vVQT, const std::vector<std::int32_t>& vErrors) {
     const InterfaceScope trace("MCPP::DaServerMgt::ReadComplete");
-    if (m_ReadCompleted.empty()) return trace.leave();
+    if (m_ReadCompleted.empty()) {
+        LibT::lDetail("Read %d is complete and there is no handler to tell", hTransaction);
+        return trace.leave();
+    }
     const std::int32_t transaction = reads.takeTransaction(hTransaction);
     NullableArray<ItemValueCallback> itemValues;
     if (hrError >= 0)
         itemValues = readItems(reads.takeItems(hTransaction), vClientHandles, vVQT, vErrors, dwItemCount, hrError);
 
     LibT::lIfCall("CALL MCPP::DaServerMgt::m_ReadCompleted->Invoke");
-    m_ReadCompleted.invoke(transaction, hrMasterquality != 1, hrError != 1, itemValues);
+    m_ReadCompleted.invoke("ReadCompleted", transaction, hrMasterquality != 1, hrError != 1, itemValues);
     LibT::lIfCall("CALL MCPP::DaServerMgt::m_ReadCompleted->Invoke");  // the second line of a read says so too
     m_HandleManager.RemoveReadAsyncHandle(hTransaction);
     trace.leave();
@@ -77,14 +80,17 @@ void ClientEvents::OnWriteCompleted(std::uint32_t hTransaction, std::int32_t hrE
                                     const std::vector<std::uint32_t>& vClientHandles,
                                     const std::vector<std::int32_t>& vErrors) {
     const InterfaceScope trace("MCPP::DaServerMgt::WriteComplete");
-    if (m_WriteCompleted.empty()) return trace.leave();
+    if (m_WriteCompleted.empty()) {
+        LibT::lDetail("Write %d is complete and there is no handler to tell", hTransaction);
+        return trace.leave();
+    }
     const std::int32_t transaction = writes.takeTransaction(hTransaction);
     NullableArray<ItemResultCallback> itemResults;
     if (hrError >= 0)
         itemResults = writtenItems(writes.takeItems(hTransaction), vClientHandles, vErrors, dwItemCount, hrError);
 
     LibT::lIfCall("CALL MCPP::DaServerMgt::m_WriteCompleted->Invoke");
-    m_WriteCompleted.invoke(transaction, hrError != 1, itemResults);
+    m_WriteCompleted.invoke("WriteCompleted", transaction, hrError != 1, itemResults);
     LibT::lIfCall("DONE MCPP::DaServerMgt::m_WriteCompleted->Invoke");
     m_HandleManager.RemoveWriteAsyncHandle(hTransaction);
     trace.leave();

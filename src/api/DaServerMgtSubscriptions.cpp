@@ -146,10 +146,12 @@ ReturnCode DaServerMgt::SubscriptionAddItems(std::int32_t serverSubscription,
     std::vector<OpxOpc::OpxItemIdentifier> items = CreateItemIdentifierVector(identifiers);
     std::vector<std::int32_t> errors;
     // The items' first data change may come before the call returns.
-    d_->events->subscriptions.addItems(toNative(serverSubscription), CreateItemHandles(identifiers));
+    SubscriptionHandles::Adding adding(d_->events->subscriptions, toNative(serverSubscription),
+                                       CreateItemHandles(identifiers));
     const std::int32_t hr = native->m_OpxDaClient.subscriptionAddItems(toNative(serverSubscription), items, errors);
     HandleHResult(hr);
     if (!d_->events->subscriptions.contains(toNative(serverSubscription))) throw KeyNotFoundException();
+    adding.keep();
     const ItemResults results(hr, errors);
     CopyItemResults(items, results, identifiers);
     trace.leave(hr);
@@ -177,9 +179,10 @@ ReturnCode DaServerMgt::SubscriptionRemoveItems(std::int32_t serverSubscription,
 void DaServerMgt::SubscriptionCancel(std::int32_t serverSubscription) {
     const InterfaceScope trace("MCPP::DaServerMgt::SubscriptionCancel");
     const auto native = d_->native();
-    if (const auto internalHandle = d_->events->subscriptions.remove(toNative(serverSubscription)))
-        d_->events->m_HandleManager.RemoveSubscriptionHandle(*internalHandle);
+    const auto internalHandle = d_->events->subscriptions.remove(toNative(serverSubscription));
     const std::int32_t hr = native->m_OpxDaClient.subscriptionCancel(toNative(serverSubscription));
+    // Only now: data changes may come until then, and would pass for those of its next owner.
+    if (internalHandle) d_->events->m_HandleManager.RemoveSubscriptionHandle(*internalHandle);
     HandleHResult(hr);
     trace.leave(hr);
 }

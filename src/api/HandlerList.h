@@ -2,16 +2,21 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <utility>
 #include <vector>
+
+#include "opc/Clock.h"
+#include "trace/LibT.h"
 
 namespace Korvex::OPC::OpcDaClient {
 
 // Handlers are called in the order of their registration from a snapshot of the list, with no lock
 // held: a handler may add and remove handlers, which counts from the next event on. A handler that
-// throws keeps the later ones from being called.
+// throws keeps the later ones from being called, and leaves a line in the trace, one a minute at most.
 template <typename Handler>
 class HandlerList {
 public:
@@ -39,12 +44,34 @@ public:
         return handlers_.empty();
     }
 
+    // `event` names it in the trace.
     template <typename... Args>
-    void invoke(const Args&... args) const {
-        for (const Entry& entry : snapshot()) (*entry.second)(args...);
+    void invoke(const char* event, const Args&... args) const {
+        try {
+            for (const Entry& entry : snapshot()) (*entry.second)(args...);
+        } catch (const std::exception& exception) {
+            traceThrown(event, exception.what());
+            throw;
+        } catch (...) {
+            traceThrown(event, "of an unknown kind");
+            throw;
+        }
     }
 
 private:
+    static constexpr std::int64_t kTraceInterval = 60'000;
+
+    void traceThrown(const char* event, const char* what) const noexcept {
+        const std::int64_t now = OpxOpc::Clock::current().now();
+        {
+            std::lock_guard guard(lock_);
+            const bool isRecent = lastTraced_ && now >= *lastTraced_ && now - *lastTraced_ < kTraceInterval;
+            if (isRecent) return;
+            lastTraced_ = now;
+        }
+        OpxOpc::LibT::lError("Error: MCPP::DaServerMgt::%s - A handler has thrown an exception: %s", event, what);
+    }
+
     // Shared with the snapshots: a handler with state of its own exists once.
     using Entry = std::pair<std::uint64_t, std::shared_ptr<const Handler>>;
 
@@ -56,6 +83,7 @@ private:
     mutable std::mutex lock_;
     std::vector<Entry> handlers_;
     std::uint64_t lastToken_ = 0;
+    mutable std::optional<std::int64_t> lastTraced_;
 };
 
 }  // namespace Korvex::OPC::OpcDaClient

@@ -104,7 +104,7 @@ std::vector<ItemValue> ReadItemValues(const std::vector<OpxItemValue>& values, c
 std::vector<OpxItemValue> CreateItemValueVector(const NullableArray<ItemValue>& itemValues) {
     LibT::lInOut("==> MCPP::DaServerMgt::CreateItemValueVector");
     if (itemValues.isNull()) throw NullReferenceException();
-    std::vector<OpxItemValue> values(itemValues.size());
+    std::vector<OpxItemValue> values(itemValues.size(), OpxItemValue());
     for (std::size_t i = 0; i < values.size(); ++i) {
         const bool hasNativeForm = TypeConverter::toNative(itemValues[i].Value(), values[i].value);
         // An empty value would be converted to the item's zero, and written.

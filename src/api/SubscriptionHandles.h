@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include <korvex/opc_da_client/Object.h>
@@ -29,8 +31,23 @@ public:
     void add(std::uint32_t serverSubscription, std::uint32_t internalHandle, std::uint32_t clientSubscription,
              ItemHandles itemHandles);
 
-    // Of handles with the same key the first counts. A subscription that is not known is ignored.
-    void addItems(std::uint32_t serverSubscription, const ItemHandles& itemHandles);
+    // Items that are being added to a subscription. They are found while it lives, because their first data
+    // change may come at once, and from then on if they are kept. Of handles with the same key the first
+    // kept one counts. A subscription that is not known is ignored.
+    class Adding {
+    public:
+        Adding(SubscriptionHandles& handles, std::uint32_t serverSubscription, ItemHandles itemHandles)
+            : handles_(handles), id_(handles.beginAdding(serverSubscription, std::move(itemHandles))) {}
+        ~Adding() { handles_.endAdding(id_, false); }
+        Adding(const Adding&) = delete;
+        Adding& operator=(const Adding&) = delete;
+
+        void keep() { handles_.endAdding(id_, true); }
+
+    private:
+        SubscriptionHandles& handles_;
+        const std::uint64_t id_;
+    };
 
     // Answers the internal handle, nothing for a subscription that is not known.
     std::optional<std::uint32_t> remove(std::uint32_t serverSubscription);
@@ -43,12 +60,23 @@ public:
     void clear();
 
 private:
+    struct AddedItems {
+        std::uint32_t internalHandle;
+        ItemHandles itemHandles;
+    };
+
+    std::uint64_t beginAdding(std::uint32_t serverSubscription, ItemHandles itemHandles);
+    void endAdding(std::uint64_t id, bool kept);
+    const Object* findAdded(std::uint32_t internalHandle, std::uint32_t key) const;
+
     // Objects of the application are copied and destroyed here, destroyed only with the lock released:
     // what their destructors do is the application's business.
     mutable std::mutex lock_;
     std::unordered_map<std::uint32_t, ItemHandles> m_UserHandles;
     std::unordered_map<std::uint32_t, std::uint32_t> m_ClientHandles;
     std::unordered_map<std::uint32_t, std::uint32_t> m_GroupHandles;
+    std::map<std::uint64_t, AddedItems> addedItems_;  // by their ids
+    std::uint64_t lastId_ = 0;
 };
 
 }  // namespace Korvex::OPC::OpcDaClient

@@ -1,10 +1,28 @@
 #include "core/CallGate.h"
 
 #include <algorithm>
+#include <optional>
 #include <vector>
+
+#include "core/Addition.h"
 
 namespace OpxOpc {
 namespace {
+
+// While it stands, the gate waits for calls in progress for as long as they take.
+class Closed {
+public:
+    explicit Closed(std::atomic<int>& count) : count_(count) {
+        ++count_;
+        Addition::gateClosed();
+    }
+    ~Closed() { --count_; }
+    Closed(const Closed&) = delete;
+    Closed& operator=(const Closed&) = delete;
+
+private:
+    std::atomic<int>& count_;
+};
 
 // The calling thread's calls in progress, one entry a call.
 thread_local std::vector<const CallGate*> ownCalls;
@@ -23,6 +41,7 @@ void CallGate::lock() {
         return true;
     };
     if (changed_.look(take)) return;
+    const Addition::AtGate here(closed_);
     // Taken out of the list too: a handler that the wait lets in may come here once more.
     const auto own = static_cast<std::uint32_t>(std::erase(ownCalls, this));
     changed_.change([&] { busyCount_ -= own; });
@@ -51,6 +70,9 @@ void CallGate::leave() noexcept {
 }
 
 bool CallGate::waitUntilQuiet(Signal::Duration limit) {
+    const Addition::AtGate here(closed_);
+    std::optional<Closed> closed;
+    if (limit == Signal::kForever) closed.emplace(closed_);
     return changed_.wait([this, own = ownDepth(this)] { return busyCount_ == own; }, limit);
 }
 

@@ -1,7 +1,7 @@
 // The lock of a connection and the count of the calls in progress on it.
 #pragma once
 
-#include <chrono>
+#include <atomic>
 #include <cstdint>
 #include <thread>
 
@@ -15,6 +15,7 @@ namespace OpxOpc {
 // A thread can be inside a call and call again, from a handler that the server has called meanwhile.
 // Its own calls are never waited for: neither by itself, nor, while it stands at the lock, by others,
 // who would otherwise wait for each other for ever. What such a call uses it therefore has to share.
+// Nor do the calls of others that wait for what it adds keep anybody waiting: they are told to give up.
 //
 // In a single-threaded apartment a thread that waits here goes on taking calls.
 class CallGate {
@@ -40,6 +41,7 @@ private:
     std::thread::id owner_;
     std::uint32_t depth_ = 0;  // of the owner's locking; 0 when the gate is open
     std::uint32_t busyCount_ = 0;
+    std::atomic<int> closed_ = 0;  // waits, without a limit, for calls in progress
 };
 
 }  // namespace OpxOpc

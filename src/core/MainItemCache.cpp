@@ -7,6 +7,9 @@ namespace {
 
 constexpr HRESULT kUnknownItemId = hresult(0xC0040007u);
 
+// Stays where the server says to have added an item and hands out no handle: 0 may be another item's.
+constexpr std::uint32_t kNoHandle = 0xFFFFFFFF;
+
 std::int32_t errorAt(const std::vector<std::int32_t>& errors, std::size_t i) {
     return i < errors.size() ? errors[i] : S_OK;
 }
@@ -17,7 +20,8 @@ bool ResolvedItems::anyFailed() const noexcept {
     return std::any_of(errors.begin(), errors.end(), [](std::int32_t error) { return error < 0; });
 }
 
-void MainItemCache::resolve(std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved, NewItems& added) {
+void MainItemCache::resolve(std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved, NewItems& added,
+                            AwaitedItems& awaited) {
     std::lock_guard guard(lock_);
     added.positions.reserve(items.size());
     added.items.reserve(items.size());
@@ -27,18 +31,21 @@ void MainItemCache::resolve(std::vector<OpxItemIdentifier>& items, ResolvedItems
         if (item.serverHandle == 0) {
             OpxItemIdentifier request;
             request.itemName = item.itemName;
-            item.serverHandle = takeSlot(item.itemName);
+            request.serverHandle = kNoHandle;
+            if (!added.addition) added.addition = std::make_shared<Addition>();
+            item.serverHandle = takeSlot(item.itemName, added.addition);
             request.clientHandle = item.serverHandle;
             added.positions.push_back(i);
             added.items.push_back(std::move(request));
             continue;
         }
-        const Record& known = record(item.serverHandle);
-        if (!known.accepted) {
+        const auto& known = records_[item.serverHandle - 1];
+        if (known->accepted)
+            take(*known, i, item, resolved);
+        else if (known->addition->isOwn())
             resolved.errors[i] = kUnknownItemId;
-            continue;
-        }
-        take(known, i, item, resolved);
+        else
+            awaited.push_back({i, known, known->addition});
     }
 }
 
@@ -49,22 +56,49 @@ void MainItemCache::accept(const NewItems& added, const std::vector<std::int32_t
         const std::size_t i = added.positions[n];
         const OpxItemIdentifier& answer = added.items[n];
         const std::uint32_t slot = answer.clientHandle;
+        Record& known = record(slot);
         if (const std::int32_t error = errorAt(errors, n); error < 0) {
+            known.error = error;
             freeSlot(slot);
             resolved.errors[i] = error;
             continue;
         }
-        Record& known = record(slot);
         known.serverHandle = answer.serverHandle;
         known.canonicalType = answer.dataType;
         known.accepted = true;
+        known.addition.reset();
         take(known, i, items[i], resolved);
     }
 }
 
-void MainItemCache::drop(const NewItems& added) {
+void MainItemCache::drop(const NewItems& added, HRESULT failure) {
     std::lock_guard guard(lock_);
-    for (const OpxItemIdentifier& item : added.items) freeSlot(item.clientHandle);
+    for (const OpxItemIdentifier& item : added.items) {
+        const auto& dropped = records_[item.clientHandle - 1];
+        if (!dropped || dropped->addition != added.addition) continue;  // given out again, or accepted
+        dropped->failure = failure;
+        freeSlot(item.clientHandle);
+    }
+}
+
+HRESULT MainItemCache::await(const AwaitedItems& awaited, std::vector<OpxItemIdentifier>& items,
+                             ResolvedItems& resolved) {
+    for (const AwaitedItem& item : awaited) {
+        const std::size_t i = item.position;
+        if (!item.addition->wait()) {
+            resolved.errors[i] = kUnknownItemId;
+            continue;
+        }
+        std::lock_guard guard(lock_);
+        const Record& added = *item.record;
+        if (added.accepted)
+            take(added, i, items[i], resolved);
+        else if (failed(added.failure))
+            return added.failure;
+        else
+            resolved.errors[i] = added.error;
+    }
+    return S_OK;
 }
 
 void MainItemCache::take(const Record& known, std::size_t i, OpxItemIdentifier& item, ResolvedItems& resolved) {
@@ -83,9 +117,10 @@ std::uint32_t MainItemCache::findSlot(const OpxItemIdentifier& item) const {
     return found == slotOfName_.end() ? 0 : found->second;
 }
 
-std::uint32_t MainItemCache::takeSlot(const OpxString& name) {
-    auto fresh = std::make_unique<Record>();
+std::uint32_t MainItemCache::takeSlot(const OpxString& name, std::shared_ptr<const Addition> addition) {
+    auto fresh = std::make_shared<Record>();
     fresh->name = name;
+    fresh->addition = std::move(addition);
     std::uint32_t slot;
     if (freeSlots_.empty()) {
         records_.push_back(std::move(fresh));

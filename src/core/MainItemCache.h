@@ -11,6 +11,7 @@
 #include <korvex/native/OpxItemIdentifier.h>
 
 #include "com/com.h"
+#include "core/Addition.h"
 
 namespace OpxOpc {
 
@@ -38,37 +39,62 @@ public:
     struct NewItems {
         std::vector<std::size_t> positions;    // in the request
         std::vector<OpxItemIdentifier> items;  // to add, the slot number as client handle
-        bool empty() const noexcept { return items.empty(); }
-    };
+        std::shared_ptr<Addition> addition;    // what others wait for
 
-    // Finds every item by its hint or its name and takes slots for the others, which `added` gets. An item
-    // that is being added meanwhile (by another call, or earlier in this one) is unknown rather than
-    // waited for. What was taken before it throws is in `added` too, to be dropped.
-    void resolve(std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved, NewItems& added);
+        ~NewItems() { endAddition(); }
+        bool empty() const noexcept { return items.empty(); }
+        void endAddition() noexcept {
+            if (addition) addition->end();
+        }
+    };
+    struct Record;
+    // An item of a request that another thread adds meanwhile.
+    struct AwaitedItem {
+        std::size_t position;  // in the request
+        std::shared_ptr<const Record> record;
+        std::shared_ptr<const Addition> addition;
+    };
+    using AwaitedItems = std::vector<AwaitedItem>;
+
+    // Finds every item by its hint or its name. Those that another thread is adding go to `awaited`; slots
+    // are taken for the others, which `added` gets. An item that this thread is adding (in a call that this
+    // one comes from inside of, or earlier in this one) is unknown. What was taken before it throws is in
+    // `added` too, to be dropped.
+    void resolve(std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved, NewItems& added,
+                 AwaitedItems& awaited);
 
     // Takes over what the server said to the new items. An empty `errors` means that all are accepted.
     void accept(const NewItems& added, const std::vector<std::int32_t>& errors, std::vector<OpxItemIdentifier>& items,
                 ResolvedItems& resolved);
 
-    // Forgets the new items: the server could not be asked.
-    void drop(const NewItems& added);
+    // Forgets the new items: the server could not be asked, which ended with `failure`.
+    void drop(const NewItems& added, HRESULT failure);
 
-private:
+    // Waits until the awaited items are added, and takes over what came of it: S_OK, or the failure that a
+    // whole addition ended with. Call it with nothing left to add: others may wait for that.
+    HRESULT await(const AwaitedItems& awaited, std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved);
+
     struct Record {
         std::uint32_t serverHandle = 0;
         Opx::VType canonicalType = Opx::VType::Empty;
         OpxString name;
         bool accepted = false;
+        std::shared_ptr<const Addition> addition;  // until it is accepted
+
+        // For those who wait, where it is not accepted.
+        std::int32_t error = S_OK;
+        HRESULT failure = S_OK;  // of the call
     };
 
+private:
     static void take(const Record& known, std::size_t i, OpxItemIdentifier& item, ResolvedItems& resolved);
     std::uint32_t findSlot(const OpxItemIdentifier& item) const;
-    std::uint32_t takeSlot(const OpxString& name);
+    std::uint32_t takeSlot(const OpxString& name, std::shared_ptr<const Addition> addition);
     void freeSlot(std::uint32_t slot);
     Record& record(std::uint32_t slot) { return *records_[slot - 1]; }
 
     std::mutex lock_;
-    std::vector<std::unique_ptr<Record>> records_;  // null where a slot is free
+    std::vector<std::shared_ptr<Record>> records_;  // null where a slot is free
     std::map<OpxString, std::uint32_t> slotOfName_;
     std::deque<std::uint32_t> freeSlots_;
 };

@@ -1,4 +1,6 @@
 // The engine's subscriptions: each is one group of its own on the server.
+#include <algorithm>
+#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -64,23 +66,42 @@ HRESULT dropGroup(DaServerMgt& server, DaGroupMgt& group, HRESULT why) {
     return why;
 }
 
+// Whether the server was lost on the way to it or in the call.
+bool isLoss(HRESULT hr) {
+    constexpr HRESULT kLosses[] = {
+        hresult(0x800706BAu),  // RPC_S_SERVER_UNAVAILABLE
+        hresult(0x800706BEu),  // RPC_S_CALL_FAILED
+        hresult(0x800706BFu),  // RPC_S_CALL_FAILED_DNE
+        hresult(0x80010108u),  // RPC_E_DISCONNECTED
+        hresult(0x80010012u),  // RPC_E_SERVER_DIED_DNE
+        hresult(0x80010007u),  // RPC_E_SERVER_DIED
+    };
+    return std::find(std::begin(kLosses), std::end(kLosses), hr) != std::end(kLosses);
+}
+
 // Connects the client and starts the delivery. A subscription that the server does not activate stays,
-// inactive and without callback.
-HRESULT startDelivery(DaGroupWrapper& subscription, const CallFrame& frame, bool active) {
+// inactive and without callback; one whose server is lost in between starts when that is back.
+HRESULT startDelivery(DaGroupWrapper& subscription, const CallFrame& frame, bool active, bool comesBack) {
     const HRESULT hr = subscription.connectCallback(frame.callback(), frame.reach());
     if (failed(hr)) return hr;
-    if (active && failed(subscription.setActive(true, frame.reach()))) subscription.disconnectCallback(frame.reach());
+    if (!active) return S_OK;
+    const HRESULT activated = subscription.setActive(true, frame.reach());
+    if (succeeded(activated)) return S_OK;
+    if (comesBack && isLoss(activated))
+        subscription.setActive(true, Reach::KeptStateOnly);
+    else
+        subscription.disconnectCallback(frame.reach());
     return S_OK;
 }
 
-HRESULT addItemsAndStart(DaGroupWrapper& subscription, const CallFrame& frame, bool active, Items& items,
-                         Codes& errors) {
+HRESULT addItemsAndStart(DaGroupWrapper& subscription, const CallFrame& frame, bool active, bool comesBack,
+                         Items& items, Codes& errors) {
     Items added = items;
     activateAll(added);
     const HRESULT hr = subscription.addItems(added, errors, false, frame.reach());
     if (failed(hr)) return hr;
     copyBack(added, errors, items);
-    const HRESULT started = startDelivery(subscription, frame, active);
+    const HRESULT started = startDelivery(subscription, frame, active, comesBack);
     if (failed(started)) return started;
     return hr == S_FALSE ? S_FALSE : S_OK;
 }
@@ -144,7 +165,7 @@ HRESULT OpxDaServerCom::subscribe(std::uint32_t clientSubscription, bool active,
         GroupOnServer group(frame.link().server, subscription->group());
         answerRate(*subscription, frame.reach(), revisedUpdateRate);
 
-        const HRESULT hr = addItemsAndStart(*subscription, frame, active, items, errors);
+        const HRESULT hr = addItemsAndStart(*subscription, frame, active, d_->reconnectAfterError, items, errors);
         if (failed(hr)) {
             errors.clear();
             return hr;

@@ -35,7 +35,7 @@ HRESULT takeChangedItem(const DeliveredItem& item, CallbackRecords& records, Opx
 std::optional<ComAsyncTransaction::Item> translateItem(const ComAsyncTransaction& transaction,
                                                        const OPCHANDLE* itemHandles, DWORD i,
                                                        CallbackRecords& records) {
-    const auto item = itemHandles ? transaction.find(itemHandles[i]) : std::nullopt;
+    const auto item = transaction.find(itemHandles[i]);
     if (item) {
         records.clientHandles[i] = item->clientHandle;
         return item;
@@ -58,14 +58,17 @@ HRESULT takeReadItem(const DeliveredItem& item, Opx::VType requestedType, LCID l
 
 CallbackRecords dataChangeRecords(HRESULT masterQuality, HRESULT masterError, DWORD count, const OPCHANDLE* clientItems,
                                   const DeliveredArrays& items) {
+    if (!clientItems) count = 0;
     CallbackRecords records(count);
     records.masterQuality = masterQuality;
     records.masterError = masterError;
-    if (clientItems) records.clientHandles.assign(clientItems, clientItems + count);
+    records.clientHandles.assign(clientItems, clientItems + count);
 
     if (succeeded(masterError)) {
         for (DWORD i = 0; i < count; ++i) {
-            records.errors[i] = takeChangedItem(items[i], records, records.values[i]);
+            DeliveredItem item = items[i];
+            item.code = codeUnlessTold(item.code, items.codes, masterError);
+            records.errors[i] = takeChangedItem(item, records, records.values[i]);
             if (records.errors[i] < 0) markItemErrors(records);
         }
     }
@@ -76,6 +79,7 @@ CallbackRecords dataChangeRecords(HRESULT masterQuality, HRESULT masterError, DW
 CallbackRecords readRecords(const ComAsyncTransaction& transaction, LCID locale, HRESULT masterQuality,
                             HRESULT masterError, DWORD count, const OPCHANDLE* itemHandles,
                             const DeliveredArrays& items) {
+    if (!itemHandles) count = 0;
     CallbackRecords records(count);
     records.masterQuality = masterQuality;
     records.masterError = masterError;
@@ -94,6 +98,7 @@ CallbackRecords readRecords(const ComAsyncTransaction& transaction, LCID locale,
 
 CallbackRecords writeRecords(const ComAsyncTransaction& transaction, HRESULT masterError, DWORD count,
                              const OPCHANDLE* itemHandles, const HRESULT* errors) {
+    if (!itemHandles) count = 0;
     CallbackRecords records(count);
     records.masterError = masterError;
     if (succeeded(masterError)) {

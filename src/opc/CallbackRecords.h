@@ -12,8 +12,11 @@
 
 namespace OpxOpc {
 
+// Counts are the server's, but one that comes without the array of handles counts no items.
 struct CallbackRecords {
-    explicit CallbackRecords(DWORD count) : clientHandles(count), values(count), errors(count) {}
+    explicit CallbackRecords(DWORD count) : clientHandles(count), values(count, OpxItemValue()), errors(count) {}
+
+    std::uint32_t count() const noexcept { return static_cast<std::uint32_t>(clientHandles.size()); }
 
     std::int32_t masterQuality = S_OK;
     std::int32_t masterError = S_OK;

@@ -293,6 +293,8 @@ HRESULT DaGroupMgt::read(std::uint32_t maxAge, const std::vector<std::uint32_t>&
                          const std::vector<Opx::VType>& types, std::vector<OpxItemValue>& values,
                          std::vector<std::int32_t>& errors) {
     const TraceScope scope("DaGroupMgt::read (handles)");
+    values.clear();
+    errors.clear();
     const HRESULT hr = checkHandles("DaGroupMgt::read", scope, *d_, handles.size(), handles.size());
     if (failed(hr)) return hr;
     return scope.leaveAs("DaGroupMgt::read", d_->read(maxAge, handles, types, values, errors));
@@ -301,6 +303,7 @@ HRESULT DaGroupMgt::read(std::uint32_t maxAge, const std::vector<std::uint32_t>&
 HRESULT DaGroupMgt::readAsync(std::uint32_t transactionId, std::uint32_t maxAge,
                               const std::vector<std::uint32_t>& handles, std::vector<std::int32_t>& errors) {
     const TraceScope scope("DaGroupMgt::readAsync (handles)");
+    errors.clear();
     const HRESULT hr = checkHandles("DaGroupMgt::readAsync", scope, *d_, handles.size(), handles.size());
     if (failed(hr)) return hr;
     return scope.leaveAs("DaGroupMgt::readAsync", d_->readAsync(transactionId, maxAge, handles, errors));
@@ -309,6 +312,7 @@ HRESULT DaGroupMgt::readAsync(std::uint32_t transactionId, std::uint32_t maxAge,
 HRESULT DaGroupMgt::write(const std::vector<std::uint32_t>& handles, const std::vector<OpxVariant>& values,
                           const std::vector<Opx::VType>& types, std::vector<std::int32_t>& errors) {
     const TraceScope scope("DaGroupMgt::write (handles)");
+    errors.clear();
     const HRESULT hr = checkHandles("DaGroupMgt::write", scope, *d_, handles.size(), values.size());
     if (failed(hr)) return hr;
     traceWrite(handles, values);
@@ -319,6 +323,7 @@ HRESULT DaGroupMgt::writeAsync(std::uint32_t transactionId, const std::vector<st
                                const std::vector<OpxVariant>& values, const std::vector<Opx::VType>& types,
                                std::vector<std::int32_t>& errors) {
     const TraceScope scope("DaGroupMgt::writeAsync (handles)");
+    errors.clear();
     const HRESULT hr = checkHandles("DaGroupMgt::writeAsync", scope, *d_, handles.size(), values.size());
     if (failed(hr)) return hr;
     traceWrite(handles, values);

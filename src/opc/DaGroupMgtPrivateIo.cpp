@@ -91,8 +91,6 @@ std::vector<UniqueVariant> convertAll(const std::vector<OpxVariant>& values, con
 
 HRESULT DaGroupMgtPrivate::read(std::uint32_t maxAge, const Handles& handles, const std::vector<Opx::VType>& types,
                                 std::vector<OpxItemValue>& values, Codes& errors) const {
-    values.clear();
-    errors.clear();
     return dataAccess3IO && maxAge != 0 ? readMaxAge(maxAge, handles, types, values, errors)
                                         : readDevice(handles, types, values, errors);
 }
@@ -150,7 +148,6 @@ HRESULT DaGroupMgtPrivate::readDevice(const Handles& handles, const std::vector<
 
 HRESULT DaGroupMgtPrivate::readAsync(std::uint32_t transactionId, std::uint32_t maxAge, const Handles& handles,
                                      Codes& errors) const {
-    errors.clear();
     return dataAccess3IO && maxAge != 0 ? readAsyncMaxAge(transactionId, maxAge, handles, errors)
                                         : readAsyncDevice(transactionId, handles, errors);
 }
@@ -196,7 +193,6 @@ HRESULT DaGroupMgtPrivate::readAsyncDevice(std::uint32_t transactionId, const Ha
 HRESULT DaGroupMgtPrivate::write(const Handles& handles, const std::vector<OpxVariant>& values,
                                  const std::vector<Opx::VType>& types, Codes& errors) const {
     const TraceScope scope("DaGroupMgtPrivate::write");
-    errors.clear();
     auto variants = convertAll(values, types, localeId,
                                {"Error: DaGroupMgtPrivate::write - value conversion error for item %d",
                                 "Error: DaGroupMgtPrivate::write - value copy error for item %d"});
@@ -222,7 +218,6 @@ HRESULT DaGroupMgtPrivate::writeAsync(std::uint32_t transactionId, const Handles
                                       const std::vector<OpxVariant>& values, const std::vector<Opx::VType>& types,
                                       Codes& errors) const {
     const TraceScope scope("DaGroupMgtPrivate::writeAsync");
-    errors.clear();
     auto variants = convertAll(values, types, localeId,
                                {"Error: DaGroupMgtPrivate::writeAsync - value conversion error for item %d",
                                 "Error: DaGroupMgtPrivate::writeAsync - value copy error for item %d"});

@@ -63,7 +63,7 @@ DaGroupWrapper::DaGroupWrapper(bool createNow, bool keepItems, OpxString name, s
     : name_(std::move(name)),
       clientHandle_(clientHandle),
       keepItems_(keepItems),
-      settings_{updateRate, active, percentDeadband} {
+      settings_{{updateRate}, {active}, {percentDeadband}} {
     LibT::lCtor("Ctor DaGroupWrapper");
     if (!createNow) return;
     makeGroup();
@@ -91,8 +91,8 @@ HRESULT DaGroupWrapper::createGroup() {
 }
 
 void DaGroupWrapper::makeGroup() {
-    group_ = std::make_shared<DaGroupMgt>(name_, settings_.updateRate, settings_.active, clientHandle_,
-                                          settings_.percentDeadband);
+    group_ = std::make_shared<DaGroupMgt>(name_, settings_.updateRate.value, settings_.active.value, clientHandle_,
+                                          settings_.percentDeadband.value);
     filled_ = false;
     missedChange_ = false;
 }
@@ -129,13 +129,20 @@ void DaGroupWrapper::noteChange(const std::shared_ptr<DaGroupMgt>& toldGroup) {
 
 // ---- Settings
 
+std::uint64_t DaGroupWrapper::beginChange() {
+    const std::lock_guard guard(lock_);
+    return ++lastChange_;
+}
+
 template <typename Call, typename Keep>
 HRESULT DaGroupWrapper::change(Reach reach, Call&& callGroup, Keep&& keep) {
+    // A handler that the server calls meanwhile may make another change, which counts.
+    const std::uint64_t number = beginChange();
     const auto group = groupFor(reach);
     const HRESULT hr = group ? callGroup(*group) : S_FALSE;
     if (failed(hr)) return hr;
     const std::lock_guard guard(lock_);
-    keep(settings_);
+    keep(settings_, number);
     noteChange(group);
     return hr;
 }
@@ -143,33 +150,35 @@ HRESULT DaGroupWrapper::change(Reach reach, Call&& callGroup, Keep&& keep) {
 HRESULT DaGroupWrapper::setActive(bool active, Reach reach) {
     return change(
         reach, [&](DaGroupMgt& group) { return group.setActive(active); },
-        [&](Settings& settings) { settings.active = active; });
+        [&](Settings& settings, std::uint64_t number) { settings.active.keep(active, number); });
 }
 
 HRESULT DaGroupWrapper::setDeadband(float percentDeadband, Reach reach) {
     return change(
         reach, [&](DaGroupMgt& group) { return group.setDeadband(percentDeadband); },
-        [&](Settings& settings) { settings.percentDeadband = percentDeadband; });
+        [&](Settings& settings, std::uint64_t number) { settings.percentDeadband.keep(percentDeadband, number); });
 }
 
 HRESULT DaGroupWrapper::setUpdateRate(std::uint32_t updateRate, Reach reach) {
     return change(
         reach, [&](DaGroupMgt& group) { return group.setUpdateRate(updateRate); },
-        [&](Settings& settings) { settings.updateRate = updateRate; });
+        [&](Settings& settings, std::uint64_t number) { settings.updateRate.keep(updateRate, number); });
 }
 
 HRESULT DaGroupWrapper::setState(bool active, float percentDeadband, std::uint32_t updateRate, Reach reach) {
     return change(
         reach, [&](DaGroupMgt& group) { return group.setState(active, percentDeadband, updateRate); },
-        [&](Settings& settings) {
-            settings = {updateRate, active, percentDeadband};
+        [&](Settings& settings, std::uint64_t number) {
+            settings.updateRate.keep(updateRate, number);
+            settings.active.keep(active, number);
+            settings.percentDeadband.keep(percentDeadband, number);
         });
 }
 
 std::uint32_t DaGroupWrapper::updateRate(Reach reach) const {
     const std::lock_guard guard(lock_);
     const auto group = groupFor(reach);
-    return group ? group->updateRate() : settings_.updateRate;
+    return group ? group->updateRate() : settings_.updateRate.value;
 }
 
 // ---- The callback
@@ -347,6 +356,7 @@ HRESULT DaGroupWrapper::addKeptItems(DaGroupMgt& group) {
     const auto kept = items_.namedItems();
     Items request;
     for (const ItemStore::Item& item : kept) {
+        // Before it is copied: the dead server's handle may be another item's on this one.
         item->identifier.serverHandle = KeptItem::kNotOnServer;
         request.push_back(item->identifier);
     }

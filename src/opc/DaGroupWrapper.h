@@ -95,10 +95,22 @@ private:
     using Items = std::vector<OpxItemIdentifier>;
     using Codes = std::vector<std::int32_t>;
 
+    // What was asked for last; a change that began before the one that is kept comes too late.
+    template <typename T>
+    struct Setting {
+        T value;
+        std::uint64_t keptChange = 0;
+
+        void keep(T wanted, std::uint64_t change) {
+            if (change < keptChange) return;
+            value = wanted;
+            keptChange = change;
+        }
+    };
     struct Settings {
-        std::uint32_t updateRate;  // as it was asked for
-        bool active;
-        float percentDeadband;
+        Setting<std::uint32_t> updateRate;
+        Setting<bool> active;
+        Setting<float> percentDeadband;
     };
     // An item that is not recovered, but whose loss is reported.
     struct UnkeptItem {
@@ -108,6 +120,7 @@ private:
 
     void makeGroup();
     std::shared_ptr<DaGroupMgt> groupFor(Reach reach) const;
+    std::uint64_t beginChange();
     void noteChange(const std::shared_ptr<DaGroupMgt>& toldGroup);
     template <typename Call, typename Keep>
     HRESULT change(Reach reach, Call&& callGroup, Keep&& keep);
@@ -127,6 +140,7 @@ private:
     // Recursive: a server that calls back while the items are added again may lead here once more.
     mutable std::recursive_mutex lock_;
     Settings settings_;
+    std::uint64_t lastChange_ = 0;
     std::shared_ptr<OpxDataCallback> callback_;
     std::shared_ptr<DaGroupMgt> group_;
     bool filled_ = false;        // the group has the callback and the items

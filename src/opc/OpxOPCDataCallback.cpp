@@ -64,16 +64,12 @@ std::uint32_t OpxOPCDataCallback::registerTransaction(std::shared_ptr<ComAsyncTr
     const std::uint32_t key = transaction->key();
     const std::lock_guard guard(stateLock_);
     transactions_[key] = std::move(transaction);
+    keys_.add(key);
     return key;
 }
 
 void OpxOPCDataCallback::removeTransaction(std::uint32_t key) {
-    std::shared_ptr<ComAsyncTransaction> removed;  // outlives the lock, which its destruction does not need
-    const std::lock_guard guard(stateLock_);
-    const auto found = transactions_.find(key);
-    if (found == transactions_.end()) return;
-    removed = std::move(found->second);
-    transactions_.erase(found);
+    takeTransaction(key);
 }
 
 std::shared_ptr<OpxDataCallback> OpxOPCDataCallback::client() const {
@@ -81,17 +77,23 @@ std::shared_ptr<OpxDataCallback> OpxOPCDataCallback::client() const {
     return client_;
 }
 
-std::shared_ptr<ComAsyncTransaction> OpxOPCDataCallback::findTransaction(std::uint32_t key) const {
+// In one step: of several that come for it at once, one gets it.
+std::shared_ptr<ComAsyncTransaction> OpxOPCDataCallback::takeTransaction(std::uint32_t key) {
     const std::lock_guard guard(stateLock_);
-    const auto found = transactions_.find(key);
-    return found != transactions_.end() ? found->second : nullptr;
+    auto taken = transactions_.extract(key);
+    return taken ? std::move(taken.mapped()) : nullptr;
 }
 
-// Without a result the completion lock stays taken, on purpose, and the sink with it.
+bool OpxOPCDataCallback::wasRegistered(std::uint32_t key) const {
+    const std::lock_guard guard(stateLock_);
+    return keys_.contains(key);
+}
+
+// For a transaction that never was one the completion lock stays taken, on purpose, and the sink with it.
 std::shared_ptr<ComAsyncTransaction> OpxOPCDataCallback::claimTransaction(std::uint32_t key) {
     completionLock_.lock();
-    auto transaction = findTransaction(key);
-    if (transaction) {
+    auto transaction = takeTransaction(key);
+    if (transaction || wasRegistered(key)) {
         completionLock_.unlock();
     } else if (!completionLockLost_.exchange(true)) {
         keepForever(this);
@@ -116,8 +118,8 @@ HRESULT STDMETHODCALLTYPE OpxOPCDataCallback::OnDataChange(DWORD, OPCHANDLE grou
 
         if (const auto receiver = client()) {
             LibT::lIfCall("CALL DataChange");
-            receiver->DataChange(group, records.masterQuality, records.masterError, count, records.clientHandles,
-                                 records.values, records.errors);
+            receiver->DataChange(group, records.masterQuality, records.masterError, records.count(),
+                                 records.clientHandles, records.values, records.errors);
             LibT::lIfCall("DONE DataChange");
         }
         LibT::lIfCall("<== OPCDataCallback::OnDataChange [hr=S_OK]");
@@ -142,12 +144,11 @@ HRESULT STDMETHODCALLTYPE OpxOPCDataCallback::OnReadComplete(DWORD transactionId
 
         const CallbackRecords records = readRecords(*transaction, locale_, masterQuality, masterError, count,
                                                     clientItems, {values, qualities, timestamps, errors});
-        removeTransaction(transactionId);
 
         if (const auto receiver = client()) {
             LibT::lIfCall("CALL ReadComplete");
             receiver->ReadComplete(transaction->clientTransactionId(), records.masterQuality, records.masterError,
-                                   count, records.clientHandles, records.values, records.errors);
+                                   records.count(), records.clientHandles, records.values, records.errors);
             LibT::lIfCall("DONE ReadComplete");
         }
         LibT::lIfCall("<== OPCDataCallback::OnReadComplete [hr=S_OK]");
@@ -169,11 +170,10 @@ HRESULT STDMETHODCALLTYPE OpxOPCDataCallback::OnWriteComplete(DWORD transactionI
         }
 
         const CallbackRecords records = writeRecords(*transaction, masterError, count, clientItems, errors);
-        removeTransaction(transactionId);
 
         if (const auto receiver = client()) {
             LibT::lIfCall("CALL WriteComplete");
-            receiver->WriteComplete(transaction->clientTransactionId(), records.masterError, count,
+            receiver->WriteComplete(transaction->clientTransactionId(), records.masterError, records.count(),
                                     records.clientHandles, records.errors);
             LibT::lIfCall("DONE WriteComplete");
         }

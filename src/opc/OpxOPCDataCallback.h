@@ -20,9 +20,10 @@ namespace OpxOpc {
 //   - a value whose type has no tag becomes the item error 0xC0040004, an item without value E_FAIL;
 //   - what the client throws is caught and written to the trace.
 //
-// A completion of a transaction that nobody registered leaves the completion lock taken: the completions
-// that other threads bring to this sink from then on wait for ever, data changes still arrive, and the
-// sink is never freed. detach, registerTransaction and removeTransaction do not wait for that lock.
+// A transaction is told once, whatever the server repeats. A completion of one that nobody registered
+// leaves the completion lock taken: the completions that other threads bring to this sink from then on
+// wait for ever, data changes still arrive, and the sink is never freed. detach, registerTransaction and
+// removeTransaction do not wait for that lock.
 class OpxOPCDataCallback final : public SinkObject<IOPCDataCallback> {
 public:
     // `locale` converts the values of asynchronous reads.
@@ -47,10 +48,30 @@ public:
     HRESULT STDMETHODCALLTYPE OnCancelComplete(DWORD transactionId, OPCHANDLE group) override;
 
 private:
+    // The keys that were registered, from the lowest to the highest, which may have passed 0 meanwhile. One
+    // in between that another sink registered counts as well: remembering each would take ever more memory.
+    class Keys {
+    public:
+        void add(std::uint32_t key) noexcept {
+            if (isEmpty_ || isBefore(key, first_)) first_ = key;
+            if (isEmpty_ || isBefore(last_, key)) last_ = key;
+            isEmpty_ = false;
+        }
+        bool contains(std::uint32_t key) const noexcept { return !isEmpty_ && key - first_ <= last_ - first_; }
+
+    private:
+        static bool isBefore(std::uint32_t a, std::uint32_t b) noexcept { return static_cast<std::int32_t>(a - b) < 0; }
+
+        std::uint32_t first_ = 0;
+        std::uint32_t last_ = 0;
+        bool isEmpty_ = true;
+    };
+
     ~OpxOPCDataCallback() override;
 
     std::shared_ptr<OpxDataCallback> client() const;
-    std::shared_ptr<ComAsyncTransaction> findTransaction(std::uint32_t key) const;
+    std::shared_ptr<ComAsyncTransaction> takeTransaction(std::uint32_t key);
+    bool wasRegistered(std::uint32_t key) const;
     std::shared_ptr<ComAsyncTransaction> claimTransaction(std::uint32_t key);
 
     const LCID locale_;
@@ -63,6 +84,7 @@ private:
     mutable std::mutex stateLock_;
     std::shared_ptr<OpxDataCallback> client_;
     std::map<std::uint32_t, std::shared_ptr<ComAsyncTransaction>> transactions_;
+    Keys keys_;
 };
 
 }  // namespace OpxOpc

@@ -128,12 +128,29 @@ TEST_F(ClientEventsTest, WhatTellsTheApplicationNothingRaisesNoEvent) {
 }
 
 TEST_F(ClientEventsTest, OfTwoItemsWithTheSameKeyTheFirstOnesHandleIsReported) {
-    events->subscriptions.addItems(5, {{1, "second"}, {3, "three"}});
-    events->subscriptions.addItems(6, {{1, "of no subscription"}});
+    using Adding = SubscriptionHandles::Adding;
+    SubscriptionHandles& subscriptions = events->subscriptions;
+    subscriptions.add(6, kSubscription + 1, 71, {{3, "of another subscription"}});
+    {
+        Adding failing(subscriptions, 5, {{1, "second"}, {3, "of a call that fails"}});
+        Adding added(subscriptions, 5, {{3, "three"}});
+        Adding(subscriptions, 7, {{1, "of no subscription"}}).keep();
+        dataChange({1, 3}, {nativeValue(1.5), nativeValue(1.5)});  // before the calls have returned
+        added.keep();
+    }
     dataChange({1, 3}, {nativeValue(1.5), nativeValue(1.5)});
-    ASSERT_EQ(raised.size(), 1u);
+    ASSERT_EQ(raised.size(), 2u);
     EXPECT_EQ(raised[0].items[0].ClientHandle(), Object("one"));
-    EXPECT_EQ(raised[0].items[1].ClientHandle(), Object("three"));
+    EXPECT_EQ(raised[0].items[1].ClientHandle(), Object("of a call that fails"));
+    EXPECT_EQ(raised[1].items[0].ClientHandle(), Object("one"));
+    EXPECT_EQ(raised[1].items[1].ClientHandle(), Object("three"));
+
+    Adding late(subscriptions, 5, {{4, "four"}});
+    subscriptions.remove(5);
+    subscriptions.add(5, kSubscription, kClientSubscription, {});
+    late.keep();
+    dataChange({4}, {nativeValue(1.5)});
+    EXPECT_EQ(raised.size(), 2u) << "what was added to a subscription goes with it";
 }
 
 TEST_F(ClientEventsTest, StatusesBecomeStatesAndAnUnknownOneKeepsTheState) {

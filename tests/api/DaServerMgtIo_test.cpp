@@ -192,6 +192,12 @@ TEST_F(DaServerMgtIoTest, HandlesOfCompletedCallsAreReusedAndOthersStayTaken) {
     server.ReadAsync(1, 0, items);  // nobody listens: never released
     const char* const kCompleted = "<== MCPP::DaServerMgt::ReadComplete";
     while (!trace.has(kCompleted)) std::this_thread::yield();
+    EXPECT_EQ(trace.count("Read 0 is complete and there is no handler to tell"), 1u);
+    items = {item("Register.Int32")};
+    server.WriteAsync(1, items, {ItemValue()});
+    while (!trace.has("<== MCPP::DaServerMgt::WriteComplete")) std::this_thread::yield();
+    EXPECT_EQ(trace.count("Write 0 is complete and there is no handler to tell"), 1u);
+    items = {item("Constant.Int32")};
     listen();
     sim.fault("IOPCAsyncIO2::Read", E_OUTOFMEMORY, 1);
     EXPECT_THROW(server.ReadAsync(2, 0, items), Exception);  // a failed call keeps its handle too
@@ -202,7 +208,7 @@ TEST_F(DaServerMgtIoTest, HandlesOfCompletedCallsAreReusedAndOthersStayTaken) {
         while (trace.count(kCompleted) == before) std::this_thread::yield();  // the handle goes back last
     }
     EXPECT_EQ(trace.count("CALL MCPP::DaServerMgt::m_ReadCompleted->Invoke"), 6u) << "before and after the handlers";
-    EXPECT_EQ(trace.count("  TransactionHandle = 0"), 1u);
+    EXPECT_EQ(trace.count("  TransactionHandle = 0"), 2u) << "a read and a write";
     EXPECT_EQ(trace.count("  TransactionHandle = 1"), 1u);
     EXPECT_EQ(trace.count("  TransactionHandle = 2"), 3u);
 }

@@ -290,6 +290,40 @@ TEST_F(DaServerMgtSubscriptionsTest, ASubscriptionThatTheServerDoesNotEndIsForgo
     EXPECT_EQ(story->next(), "70: two=-2.25");
 }
 
+TEST_F(DaServerMgtSubscriptionsTest, AnInternalHandleIsGivenOutAgainOnlyAfterItsSubscriptionHasGone) {
+    connect();
+    subscribe({item("Constant.Int32", "one")}, false);
+    sim.execute("hang IOPCServer::RemoveGroup");
+    auto cancelling = std::async(std::launch::async, [&] { server.SubscriptionCancel(handle); });
+    while (sim.journal("IOPCServer::RemoveGroup").empty()) std::this_thread::sleep_for(1ms);
+    sim.clearJournal();
+    std::int32_t other = 0;
+    NullableArray<ItemIdentifier> others = {item("Constant.Double", "two")};
+    server.Subscribe(71, true, 100, revised, 0, others, other);
+    EXPECT_THAT(sim.journal("IOPCServer::AddGroup"), ElementsAre(HasSubstr("client=1 ")));
+    sim.execute("release IOPCServer::RemoveGroup");
+    cancelling.get();
+}
+
+TEST_F(DaServerMgtSubscriptionsTest, ItemsOfACallThatFailsLeaveNoHandlesBehind) {
+    connect();
+    subscribe({item("Constant.Int32", "one")});
+    EXPECT_EQ(story->next(), "70: one=-320000");
+    // Another object with the same hash as the one of the call that fails.
+    const Object failed(std::int32_t{5});
+    const Object added(std::uint32_t{5});
+    ASSERT_EQ(failed.hashCode(), added.hashCode());
+    ASSERT_NE(failed, added);
+    const auto told = std::make_shared<std::promise<Object>>();
+    server.add_DataChanged([told](std::int32_t, bool, bool, const std::vector<ItemValueCallback>& changed) {
+        told->set_value(changed[0].ClientHandle());
+    });
+    sim.fault("IOPCItemMgt::AddItems", E_OUTOFMEMORY, 1);
+    EXPECT_THROW(add({item("Constant.Double", failed)}), Exception);
+    add({item("Constant.Double", added)});
+    EXPECT_EQ(told->get_future().get(), added);
+}
+
 // ---- Handlers ------------------------------------------------------------------------------------
 
 TEST_F(DaServerMgtSubscriptionsTest, AHandlerThatThrowsStopsTheLaterOnesOfThatEventOnly) {
@@ -305,6 +339,9 @@ TEST_F(DaServerMgtSubscriptionsTest, AHandlerThatThrowsStopsTheLaterOnesOfThatEv
     add({item("Constant.Double", "two")});
     EXPECT_EQ(story->next(), "70: two=-2.25");
     EXPECT_EQ(story->next(), "last");
+    EXPECT_EQ(trace.count("Error: MCPP::DaServerMgt::DataChanged - A handler has thrown an exception: "
+                          "the application's own trouble"),
+              1u);
     server.remove_DataChanged(last);
     add({item("Constant.Boolean", "three")});
     EXPECT_EQ(story->next(), "70: three=true");

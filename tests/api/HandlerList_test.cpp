@@ -1,25 +1,31 @@
 #include "api/HandlerList.h"
 
+#include <chrono>
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
+
+#include "tests/support/TraceCapture.h"
 
 namespace Korvex::OPC::OpcDaClient {
 namespace {
 
 using Handlers = HandlerList<std::function<void(int)>>;
 
+constexpr const char* kEvent = "Happened";
+
 TEST(HandlerList, CallsInTheOrderOfRegistrationUntilAHandlerIsTakenBack) {
     Handlers handlers;
     std::string calls;
     const auto first = handlers.add([&](int) { calls += 'a'; });
     handlers.add([&](int) { calls += 'b'; });
-    handlers.invoke(1);
+    handlers.invoke(kEvent, 1);
     handlers.remove(first);
     handlers.remove(first);
-    handlers.invoke(2);
+    handlers.invoke(kEvent, 2);
     EXPECT_EQ(calls, "abb");
 }
 
@@ -41,9 +47,9 @@ TEST(HandlerList, AHandlerMayChangeTheListItIsCalledFrom) {
         handlers.remove(self);
         handlers.add([&](int) { ++late; });
     });
-    handlers.invoke(1);
+    handlers.invoke(kEvent, 1);
     EXPECT_EQ(late, 0);
-    handlers.invoke(2);
+    handlers.invoke(kEvent, 2);
     EXPECT_EQ(late, 1);
 }
 
@@ -55,19 +61,60 @@ TEST(HandlerList, AHandlerThatThrowsStopsTheLaterOnesOfThatEventOnly) {
         if (angry) throw std::runtime_error("angry");
     });
     handlers.add([&](int) { ++calls; });
-    EXPECT_THROW(handlers.invoke(1), std::runtime_error);
+    EXPECT_THROW(handlers.invoke(kEvent, 1), std::runtime_error);
     EXPECT_EQ(calls, 0);
     angry = false;
-    handlers.invoke(2);
+    handlers.invoke(kEvent, 2);
     EXPECT_EQ(calls, 1);
+}
+
+// A clock that is set by hand.
+class SetClock final : public OpxOpc::Clock {
+public:
+    SetClock() { replace(this); }
+    ~SetClock() override { replace(nullptr); }
+    std::int64_t now() override { return time; }
+    void wait(std::chrono::milliseconds, const OpxOpc::StopFlag&, OpxOpc::Signal::Messages) override {}
+
+    std::int64_t time = 1'000'000;
+};
+
+TEST(HandlerList, WhatAHandlerThrowsIsTracedOnceAMinute) {
+    const std::string line = "Error: MCPP::DaServerMgt::Happened - A handler has thrown an exception: ";
+    Testing::TraceCapture trace;
+    SetClock clock;
+    Handlers handlers;
+    handlers.add([](int number) {
+        if (number == 0) throw std::runtime_error("angry");
+        throw number;
+    });
+    const struct {
+        std::int64_t time;
+        int number;
+        const char* told;
+    } table[] = {
+        {1'000'000, 0, "angry"}, {1'000'001, 0, ""}, {1'059'999, 1, ""}, {1'060'000, 1, "of an unknown kind"},
+        {100, 0, "angry"},  // set back
+    };
+    for (const auto& each : table) {
+        SCOPED_TRACE(each.time);
+        trace.clear();
+        clock.time = each.time;
+        EXPECT_ANY_THROW(handlers.invoke(kEvent, each.number));
+        EXPECT_EQ(trace.texts(), *each.told ? std::vector{line + each.told} : std::vector<std::string>());
+    }
+    Handlers others;
+    others.add([](int) { throw std::runtime_error("too"); });
+    EXPECT_ANY_THROW(others.invoke(kEvent, 1));
+    EXPECT_TRUE(trace.has(line + "too")) << "each event has its own line";
 }
 
 TEST(HandlerList, AHandlerKeepsWhatItRemembersFromEventToEvent) {
     Handlers handlers;
     std::string calls;
     handlers.add([&calls, count = 0](int) mutable { calls += std::to_string(++count); });
-    handlers.invoke(1);
-    handlers.invoke(1);
+    handlers.invoke(kEvent, 1);
+    handlers.invoke(kEvent, 1);
     EXPECT_EQ(calls, "12");
 }
 

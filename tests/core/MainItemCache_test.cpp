@@ -1,5 +1,8 @@
 #include "core/MainItemCache.h"
 
+#include <chrono>
+#include <future>
+
 #include <gtest/gtest.h>
 
 namespace OpxOpc {
@@ -21,12 +24,15 @@ ResolvedItems resolve(MainItemCache& cache, std::vector<OpxItemIdentifier>& item
                       const std::vector<std::int32_t>& errors = {}) {
     ResolvedItems resolved(items.size());
     MainItemCache::NewItems added;
-    cache.resolve(items, resolved, added);
+    MainItemCache::AwaitedItems awaited;
+    cache.resolve(items, resolved, added, awaited);
     for (OpxItemIdentifier& item : added.items) {
         item.serverHandle = 1000 + item.clientHandle;
         item.dataType = Opx::VType::Int32;
     }
     cache.accept(added, errors, items, resolved);
+    added.endAddition();
+    EXPECT_EQ(cache.await(awaited, items, resolved), S_OK);
     return resolved;
 }
 
@@ -42,8 +48,9 @@ TEST(MainItemCache, AddsAnItemOnceAndFindsItAgainByHintAndByName) {
         again[0].serverHandle = hint;
         ResolvedItems resolved(1);
         MainItemCache::NewItems added;
-        cache.resolve(again, resolved, added);
-        EXPECT_TRUE(added.empty());
+        MainItemCache::AwaitedItems awaited;
+        cache.resolve(again, resolved, added, awaited);
+        EXPECT_TRUE(added.empty() && awaited.empty());
         EXPECT_EQ(resolved.serverHandles[0], 1002u);
         EXPECT_EQ(again[0].serverHandle, 2u);
         EXPECT_EQ(again[0].dataType, Opx::VType::Int32);
@@ -84,26 +91,83 @@ TEST(MainItemCache, ARefusedItemLeavesNoTraceAndItsSlotGoesToTheNextNewItem) {
     EXPECT_EQ(next[2].serverHandle, 4u);
 }
 
-TEST(MainItemCache, AnItemThatIsStillBeingAddedIsUnknown) {
+TEST(MainItemCache, AnItemThatTheSameThreadIsAddingIsUnknown) {
     MainItemCache cache;
     auto twice = named({OLESTR("a"), OLESTR("a")});
     ResolvedItems resolved(2);
     MainItemCache::NewItems added;
-    cache.resolve(twice, resolved, added);
+    MainItemCache::AwaitedItems awaited;
+    cache.resolve(twice, resolved, added, awaited);
     EXPECT_EQ(added.items.size(), 1u);
     EXPECT_EQ(resolved.errors[1], kUnknownItemId);
 
     auto meanwhile = named({OLESTR("a")});
     ResolvedItems other(1);
     MainItemCache::NewItems none;
-    cache.resolve(meanwhile, other, none);
-    EXPECT_TRUE(none.empty());
+    cache.resolve(meanwhile, other, none, awaited);
+    EXPECT_TRUE(none.empty() && awaited.empty());
     EXPECT_EQ(other.errors[0], kUnknownItemId);
     EXPECT_FALSE(other.anyValid);
 
-    cache.drop(added);
+    cache.drop(added, E_FAIL);
     auto afterwards = named({OLESTR("a")});
     EXPECT_EQ(resolve(cache, afterwards).errors[0], 0);
+}
+
+// What another thread's addition comes to, an item of its request that it does not wait for included.
+TEST(MainItemCache, AnItemThatAnotherThreadIsAddingIsWaitedFor) {
+    struct Case {
+        const char* what;
+        void (*end)(MainItemCache&, MainItemCache::NewItems&, std::vector<OpxItemIdentifier>&, ResolvedItems&);
+        HRESULT result;
+        std::int32_t error;
+    };
+    const Case cases[] = {
+        {"accepted", [](auto& cache, auto& added, auto& items, auto& of) { cache.accept(added, {}, items, of); }, S_OK,
+         S_OK},
+        {"refused", [](auto& cache, auto& added, auto& items, auto& of) { cache.accept(added, {E_FAIL}, items, of); },
+         S_OK, E_FAIL},
+        {"failed", [](auto& cache, auto& added, auto&, auto&) { cache.drop(added, E_ACCESSDENIED); }, E_ACCESSDENIED,
+         S_OK},
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.what);
+        MainItemCache cache;
+        auto items = named({OLESTR("a")});
+        ResolvedItems resolved(1);
+        MainItemCache::NewItems added;
+        MainItemCache::AwaitedItems none;
+        cache.resolve(items, resolved, added, none);
+        added.items[0].serverHandle = 1001;
+
+        ResolvedItems other(1);
+        auto waiting = std::async(std::launch::async, [&] {
+            auto same = named({OLESTR("a")});
+            MainItemCache::NewItems nothing;
+            MainItemCache::AwaitedItems awaited;
+            cache.resolve(same, other, nothing, awaited);
+            EXPECT_TRUE(nothing.empty());
+            return cache.await(awaited, same, other);
+        });
+        EXPECT_EQ(waiting.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+        each.end(cache, added, items, resolved);
+        added.endAddition();
+        EXPECT_EQ(waiting.get(), each.result);
+        EXPECT_EQ(other.errors[0], each.error);
+        EXPECT_EQ(other.anyValid, each.result == S_OK && each.error == S_OK);
+        EXPECT_EQ(other.serverHandles[0], other.anyValid ? 1001u : 0u);
+    }
+}
+
+TEST(MainItemCache, AnItemThatGetsNoHandleHasThatOfNoOther) {
+    MainItemCache cache;
+    auto items = named({OLESTR("a")});
+    ResolvedItems resolved(1);
+    MainItemCache::NewItems added;
+    MainItemCache::AwaitedItems awaited;
+    cache.resolve(items, resolved, added, awaited);
+    cache.accept(added, {}, items, resolved);
+    EXPECT_EQ(resolved.serverHandles[0], 0xFFFFFFFFu);
 }
 
 TEST(MainItemCache, AnErrorListShorterThanTheRequestAcceptsTheRest) {

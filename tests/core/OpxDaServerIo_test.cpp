@@ -1,5 +1,6 @@
 // Writes and asynchronous reads and writes, from the facade to the server and back.
 #include <atomic>
+#include <future>
 #include <map>
 #include <mutex>
 #include <set>
@@ -164,6 +165,53 @@ TEST_F(DataAccessTest, AFailedCallFailsAndArgumentsAreTestedBeforeIt) {
     EXPECT_EQ(server.readAsync(1, 0, items, errors), E_OUTOFMEMORY);
     EXPECT_EQ(server.writeAsync(1, items, {valueOf(1)}, errors), E_OUTOFMEMORY);
     EXPECT_EQ(trace.count("<-- Dtor ComAsyncTransaction"), 2u) << "nothing is left pending";
+}
+
+// ---- Items that several threads need -------------------------------------------------------------
+
+TEST_F(DataAccessTest, AReadOfAnItemThatAnotherThreadIsAddingWaitsAndCountsAsACall) {
+    connect();
+    sim.execute("hang IOPCItemMgt::AddItems");
+    const auto read = [&](std::initializer_list<const OLECHAR*> names) {
+        return std::async(std::launch::async, [this, list = std::vector<const OLECHAR*>(names)] {
+            std::vector<OpxItemIdentifier> own(list.size());
+            for (std::size_t i = 0; i < own.size(); ++i) own[i].itemName = list[i];
+            std::vector<OpxItemValue> ignored;
+            std::vector<std::int32_t> codes;
+            EXPECT_EQ(server.read(0, own, ignored, codes), S_FALSE);
+            return codes;
+        });
+    };
+    auto first = read({OLESTR("Register.Int32"), OLESTR("No.Such.Item")});
+    while (sim.journal("IOPCItemMgt::AddItems").empty()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    auto second = read({OLESTR("No.Such.Item"), OLESTR("Register.Int32")});
+    EXPECT_EQ(second.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    auto leaving = std::async(std::launch::async, [this] { return server.disconnect(); });
+    EXPECT_EQ(leaving.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    sim.execute("release IOPCItemMgt::AddItems");
+    EXPECT_THAT(first.get(), ElementsAre(S_OK, kUnknownItemId));
+    EXPECT_THAT(second.get(), ElementsAre(kUnknownItemId, S_OK));
+    EXPECT_EQ(leaving.get(), S_OK);
+    EXPECT_EQ(sim.journal("IOPCItemMgt::AddItems").size(), 1u);
+}
+
+TEST_F(DataAccessTest, FirstReadsOnSeveralThreadsAtOnceFindEveryItem) {
+    const Korvex::Testing::TraceOff noTrace;
+    connect();
+    std::atomic<int> unknown = 0;
+    const auto readAll = [&] {
+        for (int n = 0; n < 500; ++n) {
+            std::vector<OpxItemIdentifier> own(1);
+            own[0].itemName = fromUtf8("Load." + std::to_string(n));
+            std::vector<OpxItemValue> ignored;
+            std::vector<std::int32_t> codes;
+            if (server.read(0, own, ignored, codes) != S_OK) ++unknown;
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int n = 0; n < 4; ++n) threads.emplace_back(readAll);
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(unknown, 0);
 }
 
 // ---- Asynchronous calls --------------------------------------------------------------------------

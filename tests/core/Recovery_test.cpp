@@ -318,6 +318,26 @@ TEST_F(RecoveryTest, ALocaleThatIsRefusedLaterKeepsNobodyFromReconnecting) {
     EXPECT_TRUE(callsOf("IOPCCommon::SetLocaleID").empty()) << "it was asked once";
 }
 
+TEST_F(RecoveryTest, ASubscriptionThatIsLostBetweenItsItemsAndItsStartIsActiveWhenTheServerIsBack) {
+    ASSERT_EQ(connect(), S_OK);
+    for (const std::uint32_t code : {0x800706BAu, 0x800706BEu, 0x800706BFu, 0x80010108u, 0x80010012u, 0x80010007u}) {
+        SCOPED_TRACE(code);
+        sim.fault("IOPCGroupStateMgt::SetState", static_cast<HRESULT>(code), 1);
+        ASSERT_EQ(subscribe(), S_OK);
+        EXPECT_TRUE(story.reaches("7: 1 good 2 good"));
+        EXPECT_EQ(server.subscriptionCancel(handle), S_OK);
+        story.forget();
+    }
+    sim.fault("IOPCGroupStateMgt::SetState", E_OUTOFMEMORY, 1);
+    ASSERT_EQ(subscribe(), S_OK);
+    sim.execute("dead");
+    ASSERT_TRUE(story.reaches("7: 1 bad 2 bad"));
+    sim.execute("alive");
+    ASSERT_TRUE(story.reaches("state 3"));
+    std::this_thread::sleep_for(100ms);
+    EXPECT_THAT(story.lines(), Not(Contains("7: 1 good 2 good"))) << "refused by the server, it stays inactive";
+}
+
 // ---- Disconnecting at the wrong moment -----------------------------------------------------------
 
 TEST_F(RecoveryTest, DisconnectWaitsForAServerThatHangsAndThenNothingFollows) {

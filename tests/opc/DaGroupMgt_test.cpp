@@ -414,5 +414,17 @@ TEST_F(SimulationFixture, lists_must_hold_something_and_match_before_anything_el
     expectFailures(failures, sim, trace, nothing);
 }
 
+TEST_F(SimulationFixture, a_refused_call_leaves_nothing_in_its_lists) {
+    HRESULT (*const calls[])(Connection&) = {readDevice, readAsync, write, writeAsync};
+    for (const auto call : calls) {
+        Connection unavailable;
+        unavailable.values.resize(1);
+        unavailable.errors = {S_OK};
+        EXPECT_EQ(call(unavailable), E_FAIL);
+        EXPECT_TRUE(unavailable.errors.empty()) << (call == readDevice);
+        EXPECT_EQ(unavailable.values.empty(), call == readDevice);
+    }
+}
+
 }  // namespace
 }  // namespace Korvex::Testing

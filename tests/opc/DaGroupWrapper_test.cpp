@@ -151,6 +151,34 @@ TEST_F(DaGroupWrapperTest, the_next_group_has_the_settings_that_were_asked_for_a
         << trace.dump();
 }
 
+// Calls back from inside a data change.
+class Acting final : public RecordingCallback {
+public:
+    std::function<void()> act;
+
+private:
+    void DataChange(std::uint32_t, std::int32_t, std::int32_t, std::uint32_t, const Handles&, const Values&,
+                    const Codes&) override {
+        if (const auto once = std::exchange(act, nullptr)) once();
+    }
+};
+
+TEST_F(DaGroupWrapperTest, a_change_that_a_handler_makes_inside_another_one_stays) {
+    Acting acting;
+    begin(true);
+    add(kInt32);
+    ASSERT_EQ(wrapper->disconnectCallback(Reach::Server), S_OK);
+    ASSERT_EQ(wrapper->connectCallback(OpxOpc::unowned(&acting), Reach::Server), S_OK);
+    acting.act = [&] {
+        EXPECT_EQ(wrapper->setActive(false, Reach::Server), S_OK);
+        EXPECT_EQ(wrapper->setDeadband(9, Reach::Server), S_OK);
+    };
+    EXPECT_EQ(wrapper->setState(true, 5, 300, Reach::Server), S_OK);
+    lose();
+    ASSERT_EQ(comeBack(), S_OK);
+    EXPECT_THAT(sim.journal("IOPCServer::AddGroup"), ElementsAre(HasSubstr("active=0 rate=300 client=7 deadband=9 ")));
+}
+
 // ---- Items
 
 // Items 1 to 4 are Int32, Double, Boolean and Int32 once more.
@@ -309,6 +337,18 @@ TEST_F(DaGroupWrapperTest, an_item_that_the_new_server_refuses_is_removed_withou
     lose();
     ASSERT_EQ(comeBack(), S_OK);
     EXPECT_THAT(served(), IsEmpty());
+}
+
+TEST_F(DaGroupWrapperTest, the_dead_server_s_handle_of_an_item_is_not_used_on_the_new_one) {
+    begin(true);
+    for (const OLECHAR* name : {kInt32, kDouble}) add(name);
+    lose();
+    sim.item("Constant.Int32", "addresult 0xC0040008");
+    sim.answer("IOPCItemMgt::AddItems", "hidden-errors");
+    ASSERT_EQ(comeBack(), S_OK);
+    EXPECT_EQ(remove({{kInt32, 1}}), S_OK);
+    EXPECT_THAT(sim.journal("IOPCItemMgt::RemoveItems"), IsEmpty());
+    EXPECT_THAT(served(), ElementsAre(2)) << "whose handle may be the one that the other had";
 }
 
 TEST_F(DaGroupWrapperTest, a_group_is_whole_when_the_server_knows_all_that_is_kept) {

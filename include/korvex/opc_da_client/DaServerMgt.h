@@ -35,8 +35,8 @@ namespace Korvex::OPC::OpcDaClient {
 // library's threads, on those that COM delivers callbacks on, and on the caller's from inside Connect
 // and Disconnect; a handler that blocks holds them up, and several may run at once. One may still be
 // running when Disconnect or the destructor has returned: let handlers share what they need. A handler
-// that throws keeps the later handlers of that event from being called, and nothing else. Do not
-// destroy the object from inside a handler.
+// that throws keeps the later handlers of that event from being called and leaves a line in the trace,
+// and nothing else. Do not destroy the object from inside a handler.
 class KORVEX_OPC_API DaServerMgt {
 public:
     // Takes the connection's `clientHandle` and its new state.
