@@ -225,10 +225,10 @@ protected:
         result.quality = 0xC0;
         return result;
     }
-    // A date that has no VARIANT.
+    // A value that has no VARIANT.
     static OpxItemValue inconvertible() {
         OpxItemValue result = good(0);
-        result.value = OpxOpc::OpxDate(-1, 0);
+        result.value = OpxOpc::OpxVariant::unknown();
         return result;
     }
 
