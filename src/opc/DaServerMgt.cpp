@@ -68,7 +68,7 @@ HRESULT negotiateLocale(IOPCCommon& common, LCID id, LCID& inUse, OpxString& loc
     if (succeeded(hr)) {
         LibT::lDetail("Server supports locale '%ls' -> set to LCID=0x%lx", locale, id);
         inUse = id;
-        return hr;
+        return S_OK;  // to the caller S_FALSE is a locale that was not accepted
     }
     hr = setLocale(common, inUse);
     if (failed(hr)) return hr;

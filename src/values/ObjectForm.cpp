@@ -33,7 +33,6 @@ struct StringForm : PlainForm<OpxString, VT_BSTR, BSTR> {
 
 struct DateTimeForm : PlainForm<DateTime, VT_DATE, DATE> {
     static DATE store(const DateTime& value) { return value.toOleDate(); }
-    static DateTime load(DATE memory) { return DateTime::fromOleDate(memory); }
 };
 
 struct DecimalForm : PlainForm<Decimal, VT_DECIMAL, DECIMAL> {
@@ -63,7 +62,6 @@ struct ObjectElementForm : PlainForm<Object, VT_VARIANT, VARIANT> {
         if (!storeObject(value, variant)) throw ObjectConversionException();
         return variant.detach();
     }
-    static Object load(const VARIANT& memory) { return loadObject(memory); }
 };
 
 template <typename... Forms>
@@ -76,13 +74,13 @@ struct FormList {
 };
 
 // The forms of both directions, with those that one of them has besides: a character is stored as the
-// number that it is loaded as, and a currency is only ever loaded.
+// number that it is loaded as, dates and Objects are only ever stored, a currency is only ever loaded.
 template <typename... More>
 using ScalarForms =
     FormList<BooleanForm, PlainForm<std::int8_t, VT_I1>, PlainForm<std::int16_t, VT_I2>, PlainForm<std::int32_t, VT_I4>,
              PlainForm<std::int64_t, VT_I8>, PlainForm<std::uint8_t, VT_UI1>, PlainForm<std::uint16_t, VT_UI2>,
              PlainForm<std::uint32_t, VT_UI4>, PlainForm<std::uint64_t, VT_UI8>, PlainForm<float, VT_R4>,
-             PlainForm<double, VT_R8>, StringForm, DateTimeForm, DecimalForm, More...>;
+             PlainForm<double, VT_R8>, StringForm, DecimalForm, More...>;
 using CharacterForm = PlainForm<char16_t, VT_UI2>;
 
 // A decimal lies over its VARIANT's first word, everything else behind the header.
@@ -138,13 +136,13 @@ std::vector<typename Form::Value> loadArray(const VARIANT& variant) {
 bool storeObject(const Object& value, VARIANT& out) {
     if (value.isNull()) return true;
     if (value.type().isArray()) {
-        return ScalarForms<CharacterForm, ObjectElementForm>::visit([&]<typename Form>(Form) {
+        return ScalarForms<CharacterForm, DateTimeForm, ObjectElementForm>::visit([&]<typename Form>(Form) {
             const auto* values = value.tryGet<std::vector<typename Form::Value>>();
             if (values) storeArray<Form>(*values, out);
             return values != nullptr;
         });
     }
-    return ScalarForms<CharacterForm>::visit([&]<typename Form>(Form) {
+    return ScalarForms<CharacterForm, DateTimeForm>::visit([&]<typename Form>(Form) {
         const auto* scalar = value.tryGet<typename Form::Value>();
         if (scalar) storeScalar<Form>(*scalar, out);
         return scalar != nullptr;
@@ -164,7 +162,7 @@ Object loadObject(const VARIANT& variant) {
         return matches;
     };
     const bool taken = variant.vt == VT_EMPTY || ScalarForms<CurrencyForm>::visit(takeScalar) ||
-                       ScalarForms<CurrencyForm, ObjectElementForm>::visit(takeArray);
+                       ScalarForms<CurrencyForm>::visit(takeArray);
     if (!taken) throw ObjectConversionException();
     return result;
 }

@@ -12,8 +12,8 @@ namespace Korvex::OPC::OpcDaClient {
 // std::out_of_range for a date that has none.
 bool storeObject(const Object& value, VARIANT& out);
 
-// The value in `variant`, which must be one that OpxVariant or storeObject made. Throws
-// std::out_of_range for a date that no DateTime can hold.
+// The value in `variant`, which must be one that OpxVariant made. Throws ObjectConversionException for
+// a type that is not loaded from a VARIANT: dates, and arrays of VARIANTs.
 Object loadObject(const VARIANT& variant);
 
 }  // namespace Korvex::OPC::OpcDaClient

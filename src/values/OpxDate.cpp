@@ -14,10 +14,17 @@
 namespace OpxOpc {
 namespace {
 
+namespace chrono = std::chrono;
 using Korvex::Com::CalendarTime;
 
 constexpr std::int64_t kSecondsOfDay = 86400;
 constexpr std::int64_t kLastSecond = 32535215999;  // 3000-12-31 23:59:59
+
+// Days since 1899-12-30.
+constexpr int kOleDayOf1970 = 25569;
+constexpr double kBeforeOleDates = -657435.0;  // 31 December 99
+constexpr double kEndOfOleDates = 2958466.0;   // 1 January 10000
+constexpr double kMillisecondsOfDay = 86400e3;
 
 [[noreturn]] void throwInvalidDate() {
     throw OpxTypeConversionException(OpxTypeConversionException::kInvalidDate);
@@ -187,9 +194,15 @@ OpxDate OpxDate::now() {
 }
 
 OpxDate OpxDate::fromOleDate(double oleDate) {
-    SYSTEMTIME calendar = {};
-    if (!std::isfinite(oleDate) || !VariantTimeToSystemTime(oleDate, &calendar)) throwInvalidDate();
-    return fromSystemTime(calendar);
+    const bool isDate = oleDate > kBeforeOleDates && oleDate < kEndOfOleDates;
+    if (!isDate) throwInvalidDate();  // not-a-number too
+    const double day = std::trunc(oleDate);
+    // The time of day counts forward from midnight, before 1899-12-30 too.
+    const double ofDay = std::floor(std::fabs(oleDate - day) * kMillisecondsOfDay + 0.5);
+    const chrono::milliseconds time =
+        chrono::days(static_cast<int>(day) - kOleDayOf1970) + chrono::milliseconds(static_cast<int>(ofDay));
+    const auto whole = chrono::floor<chrono::seconds>(time);
+    return withCurrentZone(whole.count(), static_cast<std::uint16_t>((time - whole).count()));
 }
 
 OpxDate OpxDate::fromFileTime(const FILETIME& fileTime) {
@@ -206,10 +219,10 @@ OpxDate OpxDate::fromIsoText(OpxStringView text) {
 }
 
 double OpxDate::toOleDate() const {
-    SYSTEMTIME calendar = toSystemTime(*this);
-    double oleDate = 0;
-    if (!SystemTimeToVariantTime(&calendar, &oleDate)) throwInvalidDate();
-    return oleDate;
+    const CalendarTime t = utcCalendarTime(time_);
+    // Added one after the other, as others do who make such dates: the last bit depends on it.
+    return static_cast<double>(time_ / kSecondsOfDay + kOleDayOf1970) + t.hour / 24.0 + t.minute / (24.0 * 60) +
+           t.second / static_cast<double>(kSecondsOfDay) + millitm_ / kMillisecondsOfDay;
 }
 
 FILETIME OpxDate::toFileTime() const {

@@ -1,6 +1,7 @@
 #include "values/TypeConverter.h"
 
-#include <stdexcept>
+#include <chrono>
+#include <vector>
 
 #include "com/owners.h"
 #include "values/ObjectForm.h"
@@ -10,6 +11,9 @@ namespace {
 
 using Kind = Type::Kind;
 using Opx::VType;
+
+constexpr std::chrono::sys_seconds kFirstSecond = std::chrono::sys_days(std::chrono::year(1) / 1 / 1);
+constexpr std::chrono::sys_seconds kEndOfSeconds = std::chrono::sys_days(std::chrono::year(10000) / 1 / 1);
 
 struct TypePair {
     Kind kind;
@@ -55,6 +59,22 @@ VType arrayTagOf(Kind element) noexcept {
     return tag == VType::Empty ? VType::Empty : Opx::arrayOf(tag);
 }
 
+// Of the instant itself: no date of before 1970 has a VARIANT, and servers deliver 1601 for "no time".
+DateTime publicDate(const OpxOpc::OpxVariant& native) {
+    const OpxOpc::OpxDate date = native.toDate();
+    const std::chrono::sys_seconds second{std::chrono::seconds(date.time())};
+    if (second < kFirstSecond || second >= kEndOfSeconds) throw ObjectConversionException();
+    return DateTime(second + std::chrono::milliseconds(date.millitm()));
+}
+
+template <typename T>
+std::vector<T> publicElements(const OpxOpc::OpxVariant& array, T (*convert)(const OpxOpc::OpxVariant&)) {
+    std::vector<T> result;
+    result.reserve(array.elements().size());
+    for (const OpxOpc::OpxVariant& element : array.elements()) result.push_back(convert(element));
+    return result;
+}
+
 }  // namespace
 
 Type TypeConverter::GetType(VType tag) noexcept {
@@ -85,13 +105,12 @@ bool TypeConverter::toNative(const Object& value, OpxOpc::OpxVariant& native) {
 }
 
 Object TypeConverter::toPublic(const OpxOpc::OpxVariant& native) {
+    if (native.type() == VType::Date) return publicDate(native);
+    if (native.type() == Opx::arrayOf(VType::Date)) return publicElements(native, &publicDate);
+    if (native.type() == Opx::arrayOf(VType::Variant)) return publicElements(native, &TypeConverter::toPublic);
     Com::UniqueVariant variant;
     native.toVariant(variant);
-    try {
-        return loadObject(variant);
-    } catch (const std::out_of_range&) {
-        throw ObjectConversionException();
-    }
+    return loadObject(variant);
 }
 
 }  // namespace Korvex::OPC::OpcDaClient

@@ -9,14 +9,13 @@
 
 namespace Korvex::OPC::OpcDaClient {
 
-// A native value has a VARIANT, but the VARIANT has no value of the object API: a date that no DateTime
-// can hold.
+// A native value has no value of the object API: a date that no DateTime can hold.
 class ObjectConversionException : public std::exception {
 public:
     const char* what() const noexcept override { return "The value has no form in the object API."; }
 };
 
-// Stateless; values cross over in the form of a VARIANT.
+// Stateless; values but dates cross over in the form of a VARIANT.
 class TypeConverter {
 public:
     // The type that an item of a native type is reported with; Kind::Object for a tag that has none.
@@ -30,8 +29,8 @@ public:
     // False, and an empty `native`, for a value that has no native form.
     static bool toNative(const Object& value, OpxOpc::OpxVariant& native);
 
-    // Throws OpxTypeConversionException for a value that has no VARIANT, ObjectConversionException for
-    // one whose VARIANT cannot be taken over.
+    // A date may be any of a DateTime, also one that cannot be written. Throws OpxTypeConversionException
+    // for a value that has no VARIANT, ObjectConversionException for a date that no DateTime can hold.
     static Object toPublic(const OpxOpc::OpxVariant& native);
 };
 

@@ -6,6 +6,7 @@
 
 #include <korvex/native/OpxVariant.h>
 
+#include "com/ExactNumber.h"
 #include "com/owners.h"
 
 namespace OpxOpc {
@@ -71,14 +72,11 @@ void storeCurrency(const OpxVariant& value, void* memory) {
 }
 
 void loadDecimal(const void* memory, OpxVariant& value) {
-    VARIANT decimal = {};
-    decimal.decVal = read<DECIMAL>(memory);
-    decimal.vt = VT_DECIMAL;
-    Korvex::Com::UniqueVariant currency;
-    if (failed(VariantChangeType(&currency, &decimal, 0, VT_CY))) {
-        throw OpxTypeConversionException(OpxTypeConversionException::kOverflow);
-    }
-    value = OpxDecimal::fromScaled(currency.cyVal.int64);
+    // Not by VariantChangeType, which goes through a double on some systems.
+    const auto exact = Korvex::Com::ExactNumber::fromDecimal(read<DECIMAL>(memory));
+    const auto currency = exact ? exact->toCurrency() : std::nullopt;
+    if (!currency) throw OpxTypeConversionException(OpxTypeConversionException::kOverflow);
+    value = OpxDecimal::fromScaled(*currency);
 }
 
 void loadVariant(const void* memory, OpxVariant& value) {

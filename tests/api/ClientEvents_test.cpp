@@ -24,9 +24,9 @@ OpxItemValue nativeValue(const T& value, std::int32_t quality = 0xC0) {
     return result;
 }
 
-// A date that has no VARIANT.
+// A value that has no VARIANT.
 OpxItemValue inconvertible() {
-    return nativeValue(OpxOpc::OpxDate(-1, 0));
+    return nativeValue(OpxOpc::OpxVariant::unknown());
 }
 
 // Events of a subscription with the items "one" (key 1), 2.5 (key 2) and one without handle (key 0).

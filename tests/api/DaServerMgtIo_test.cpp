@@ -150,6 +150,13 @@ TEST_F(DaServerMgtIoTest, WritesValuesAndTellsEveryItemsResult) {
     EXPECT_EQ(toUtf8(items[2].ResultID().Name()), "OPC_E_BADRIGHTS");
     EXPECT_EQ(toUtf8(items[3].ResultID().Name()), "OPC_E_UNKNOWNITEMID");
 
+    items = {item("Register.Decimal"), item("Register.Date")};
+    const std::vector<ItemValue> exact = {value(Decimal::fromText("123456789012345.6789")),
+                                          value(DateTime(std::chrono::sys_seconds() + std::chrono::milliseconds(789)))};
+    EXPECT_EQ(server.Write(items, exact), ReturnCode::SUCCEEDED);
+    EXPECT_EQ(server.Read(0, items, values), ReturnCode::SUCCEEDED);
+    for (std::size_t i = 0; i < exact.size(); ++i) EXPECT_EQ(values[i].Value(), exact[i].Value());
+
     items = {item("Register.Int32")};
     EXPECT_EQ(server.Write(items, {ItemValue()}), ReturnCode::SUCCEEDED);
     EXPECT_EQ(written("Register.Int32"), "3 0") << "a null value is the type's zero";
@@ -231,10 +238,10 @@ protected:
         result.quality = 0xC0;
         return result;
     }
-    // A date that has no VARIANT.
+    // A value that has no VARIANT.
     static OpxItemValue inconvertible() {
         OpxItemValue result = good(0);
-        result.value = OpxOpc::OpxDate(-1, 0);
+        result.value = OpxOpc::OpxVariant::unknown();
         return result;
     }
 

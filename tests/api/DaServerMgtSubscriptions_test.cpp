@@ -247,14 +247,32 @@ TEST_F(DaServerMgtSubscriptionsTest, EveryModifyChangesWhatItsArgumentsName) {
     sim.clearJournal();
     EXPECT_EQ(server.SubscriptionModify(handle, 2.5), ReturnCode::SUCCEEDED);
     EXPECT_EQ(server.SubscriptionModify(handle, 3.5f), ReturnCode::SUCCEEDED);
+    EXPECT_EQ(server.SubscriptionModify(handle, 5), ReturnCode::SUCCEEDED);
     EXPECT_EQ(server.SubscriptionModify(handle, 300, revised), ReturnCode::SUCCEEDED);
     EXPECT_EQ(server.SubscriptionModify(handle, true), ReturnCode::SUCCEEDED);
     EXPECT_EQ(server.SubscriptionModify(handle, false, 400, revised, 4.5), ReturnCode::SUCCEEDED);
-    EXPECT_THAT(
-        sim.journal("IOPCGroupStateMgt::SetState"),
-        ElementsAre(HasSubstr("deadband=2.5"), HasSubstr("deadband=3.5"), HasSubstr("rate=300"), HasSubstr("active=1"),
-                    AllOf(HasSubstr("active=0"), HasSubstr("rate=400"), HasSubstr("deadband=4.5"))));
+    EXPECT_THAT(sim.journal("IOPCGroupStateMgt::SetState"),
+                ElementsAre(HasSubstr("deadband=2.5"), HasSubstr("deadband=3.5"), HasSubstr("deadband=5"),
+                            HasSubstr("rate=300"), HasSubstr("active=1"),
+                            AllOf(HasSubstr("active=0"), HasSubstr("rate=400"), HasSubstr("deadband=4.5"))));
 }
+
+template <typename Server, typename Active>
+concept Activates = requires(Server& server, Active active) {
+    server.SubscriptionModify(1, active);
+};
+template <typename Server, typename Active>
+concept ModifiesAll = requires(Server& server, Active active, std::int32_t& rate) {
+    server.SubscriptionModify(1, active, 100, rate, 2.5f);
+};
+static_assert(Activates<DaServerMgt, bool> && ModifiesAll<DaServerMgt, bool>);
+static_assert(!Activates<DaServerMgt, const char*> && !ModifiesAll<DaServerMgt, const char*>, "a text is no state");
+
+template <typename Server>
+concept ConnectsWithBraces = requires(Server& server, bool& failed) {
+    server.Connect("opcda://", 1, {}, failed);
+};
+static_assert(!ConnectsWithBraces<DaServerMgt>, "no record is not an empty one");
 
 TEST_F(DaServerMgtSubscriptionsTest, ItemsAreAddedWithTheirHandlesAndRemoved) {
     connect();

@@ -185,13 +185,14 @@ TEST_F(DaServerMgtTest, DisposingWhileConnectingLeavesNoConnection) {
     EXPECT_EQ(sim.counts()["groups"], 0);
 }
 
-TEST_F(DaServerMgtTest, AValueWithoutAPublicFormIsNullWithItsQuality) {
+TEST_F(DaServerMgtTest, ADateBefore1970IsReadAsItIsAndNotWritten) {
     connect();
-    sim.item("Constant.Date", "value 7 1954-10-03");
-    EXPECT_EQ(read({item("Constant.Date")}), ReturnCode::SUCCEEDED);
-    EXPECT_EQ(items[0].ResultID(), ResultID::WIN_DISP_E_TYPEMISMATCH);
-    EXPECT_TRUE(values[0].Value().isNull());
+    sim.item("Register.Date", "value 7 1601-01-01");
+    EXPECT_EQ(read({item("Register.Date")}), ReturnCode::SUCCEEDED);
+    EXPECT_EQ(items[0].ResultID(), ResultID::WIN_S_OK);
+    EXPECT_EQ(values[0].Value(), Object(DateTime::fromFileTimeTicks(0)));
     EXPECT_EQ(values[0].Quality(), QualityID::OPC_QUALITY_GOOD);
+    EXPECT_EQ(server.Write(items, values), ReturnCode::ITEMERROR);
 }
 
 // ---- Reading -------------------------------------------------------------------------------------

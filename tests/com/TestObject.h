@@ -19,6 +19,7 @@ class TestObject final : public IClassFactory {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppvObject) override {
         *ppvObject = nullptr;
+        if (answersNothing) return S_OK;
         if (!IsEqualIID(riid, IID_IUnknown) && !IsEqualIID(riid, IID_IClassFactory)) return E_NOINTERFACE;
         *ppvObject = this;
         AddRef();
@@ -34,6 +35,7 @@ public:
 
     std::atomic<ULONG> references{0};
     std::atomic<int> created{0};
+    bool answersNothing = false;  // success, and no interface
 };
 
 // The calling thread's stay in an apartment.

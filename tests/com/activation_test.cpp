@@ -93,7 +93,38 @@ TEST_F(Activation, AnObjectInTheProcessHasNoConnectionToCut) {
     EXPECT_EQ(CoDisconnectObject(&factory, 0), S_OK);
 }
 
+TEST_F(Activation, AClassIsFoundInTheContextsItIsRegisteredForOnly) {
+    struct {
+        DWORD context;
+        DWORD flags;
+        HRESULT inProcess;
+    } const cases[] = {
+        {CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, S_OK},
+        {CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE, S_OK},
+        {CLSCTX_LOCAL_SERVER, REGCLS_MULTI_SEPARATE, REGDB_E_CLASSNOTREG},
+    };
+    for (const auto& row : cases) {
+        TestObject own;
+        DWORD ownCookie = 0;
+        ASSERT_EQ(CoRegisterClassObject(kNoClass, &own, row.context, row.flags, &ownCookie), S_OK);
+        ComPtr<IUnknown> object;
+        EXPECT_EQ(CoCreateInstance(kNoClass, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, object.putVoid()),
+                  row.inProcess);
+        object.release();
+        EXPECT_EQ(CoRevokeClassObject(ownCookie), S_OK);
+    }
+    ComPtr<IUnknown> object;
+    EXPECT_EQ(CoCreateInstance(kTestClass, nullptr, CLSCTX_LOCAL_SERVER, IID_IUnknown, object.putVoid()),
+              REGDB_E_CLASSNOTREG);
+}
+
 #ifdef KORVEX_PORTABLE_RUNTIME
+
+TEST_F(Activation, AClassObjectThatAnswersNothingIsNone) {
+    factory.answersNothing = true;
+    ComPtr<IUnknown> object;
+    EXPECT_EQ(CoCreateInstance(kTestClass, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid()), E_NOINTERFACE);
+}
 
 // Wine hands such a class object out again and again.
 TEST_F(Activation, AClassObjectForASingleUseIsHandedOutOnce) {

@@ -92,6 +92,16 @@ TEST(Apartment, TheMultiThreadedOneCanBeKeptForThreadsToCome) {
     expectOnFreshThread(CO_E_NOTINITIALIZED);
 }
 
+TEST(Apartment, IsNotGivenUpMoreOftenThanItIsKept) {
+    CO_MTA_USAGE_COOKIE cookie = nullptr;
+    ASSERT_EQ(CoIncrementMTAUsage(&cookie), S_OK);
+    EXPECT_EQ(CoDecrementMTAUsage(cookie), S_OK);
+#ifdef KORVEX_PORTABLE_RUNTIME  // Wine follows a cookie that is used up
+    EXPECT_EQ(CoDecrementMTAUsage(cookie), E_INVALIDARG);
+#endif
+    expectOnFreshThread(CO_E_NOTINITIALIZED);
+}
+
 TEST(Apartment, LeavingMoreOftenThanEnteringIsHarmless) {
     onFreshThread([] {
         CoUninitialize();
@@ -185,6 +195,104 @@ TEST(GlobalInterfaceTable, ServesManyThreadsAtOnce) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) threads.emplace_back(comeAndGo);
     for (std::thread& thread : threads) thread.join();
+}
+
+TEST(GlobalInterfaceTable, ServesThreadsWithAnApartmentOnly) {
+    TestObject object;
+    ComPtr<IGlobalInterfaceTable> table;
+    DWORD cookie = 0;
+    onFreshThread([&] {
+        const Apartment apartment(COINIT_APARTMENTTHREADED);
+        ASSERT_EQ(createInterfaceTable(table), S_OK);
+        ASSERT_EQ(table->RegisterInterfaceInGlobal(&object, IID_IUnknown, &cookie), S_OK);
+        onFreshThread([&] {
+            DWORD other = 0;
+            ComPtr<IUnknown> fetched;
+            EXPECT_EQ(table->RegisterInterfaceInGlobal(&object, IID_IUnknown, &other), CO_E_NOTINITIALIZED);
+            EXPECT_EQ(table->GetInterfaceFromGlobal(cookie, IID_IUnknown, fetched.putVoid()), CO_E_NOTINITIALIZED);
+        });
+        EXPECT_EQ(table->RevokeInterfaceFromGlobal(cookie), S_OK);
+    });
+    EXPECT_EQ(object.references, 0u);
+}
+
+#ifdef KORVEX_PORTABLE_RUNTIME  // Wine crashes
+TEST(GlobalInterfaceTable, RefusesAnObjectThatAnswersNothing) {
+    const Apartment apartment(COINIT_MULTITHREADED);
+    ComPtr<IGlobalInterfaceTable> table;
+    ASSERT_EQ(createInterfaceTable(table), S_OK);
+    TestObject object;
+    DWORD cookie = 0;
+    ComPtr<IUnknown> fetched;
+    object.answersNothing = true;
+    EXPECT_EQ(table->RegisterInterfaceInGlobal(&object, IID_IUnknown, &cookie), E_NOINTERFACE);
+    object.answersNothing = false;
+    ASSERT_EQ(table->RegisterInterfaceInGlobal(&object, IID_IUnknown, &cookie), S_OK);
+    object.answersNothing = true;
+    EXPECT_EQ(table->GetInterfaceFromGlobal(cookie, IID_IUnknown, fetched.putVoid()), E_NOINTERFACE);
+    EXPECT_EQ(table->RevokeInterfaceFromGlobal(cookie), S_OK);
+}
+#endif
+
+TEST(Marshaling, AStreamCarriesAnInterfaceToAnotherThread) {
+    const Apartment apartment(COINIT_MULTITHREADED);
+    TestObject object;
+    IStream* stream = nullptr;
+    EXPECT_EQ(CoMarshalInterThreadInterfaceInStream(IID_IEnumString, &object, &stream), E_NOINTERFACE);
+    ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID_IClassFactory, &object, &stream), S_OK);
+    EXPECT_GE(object.references, 1u);
+    onFreshThread([&] {
+        const Apartment own(COINIT_MULTITHREADED);
+        ComPtr<IClassFactory> carried;
+        EXPECT_EQ(CoGetInterfaceAndReleaseStream(stream, IID_IClassFactory, carried.putVoid()), S_OK);
+        EXPECT_EQ(carried.get(), &object);
+    });
+    EXPECT_EQ(object.references, 0u);
+    EXPECT_EQ(CoMarshalInterThreadInterfaceInStream(IID_IUnknown, &object, nullptr), E_INVALIDARG);
+    ComPtr<IUnknown> none;
+    EXPECT_EQ(CoGetInterfaceAndReleaseStream(nullptr, IID_IUnknown, none.putVoid()), E_INVALIDARG);
+}
+
+TEST(Marshaling, AnObjectIsKeptAsOftenAsItIsLocked) {
+    const Apartment apartment(COINIT_MULTITHREADED);
+    TestObject object;
+    ASSERT_EQ(CoLockObjectExternal(&object, TRUE, TRUE), S_OK);
+    ASSERT_EQ(CoLockObjectExternal(&object, TRUE, TRUE), S_OK);
+    EXPECT_GE(object.references, 1u);
+    EXPECT_EQ(CoLockObjectExternal(&object, FALSE, TRUE), S_OK);
+    EXPECT_GE(object.references, 1u);
+    EXPECT_EQ(CoLockObjectExternal(&object, FALSE, TRUE), S_OK);
+    EXPECT_EQ(object.references, 0u);
+#ifdef KORVEX_PORTABLE_RUNTIME  // Wine releases what it never took
+    EXPECT_EQ(CoLockObjectExternal(&object, FALSE, TRUE), S_OK);
+    EXPECT_EQ(object.references, 0u);
+#endif
+}
+
+TEST(Marshaling, TheFreeThreadedMarshalerBelongsToItsObject) {
+    TestObject object;
+    ComPtr<IUnknown> marshaler;
+    ASSERT_EQ(CoCreateFreeThreadedMarshaler(&object, marshaler.put()), S_OK);
+    EXPECT_EQ(object.references, 0u);
+    ComPtr<IUnknown> identity;
+    EXPECT_EQ(marshaler.query(identity), S_OK);
+    EXPECT_EQ(identity.get(), marshaler.get());
+}
+
+TEST(TaskMemory, HasAnAllocatorThatIsAnObject) {
+    ComPtr<IMalloc> allocator;
+    ASSERT_EQ(CoGetMalloc(1, allocator.put()), S_OK);
+    void* memory = allocator->Alloc(5);
+    ASSERT_NE(memory, nullptr);
+    memory = allocator->Realloc(memory, 50);
+    EXPECT_GE(allocator->GetSize(memory), 50u);
+    EXPECT_NE(allocator->DidAlloc(memory), 0);
+    CoTaskMemFree(memory);
+    memory = CoTaskMemAlloc(1);
+    allocator->Free(memory);
+    IMalloc* none = nullptr;
+    EXPECT_EQ(CoGetMalloc(7, &none), E_INVALIDARG);
+    EXPECT_EQ(none, nullptr);
 }
 
 HRESULT settleSecurity() {

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <thread>
+#include <type_traits>
 #include <vector>
 
 #include "com/ComPtr.h"
@@ -11,6 +13,12 @@ using namespace Korvex::Com;
 using namespace Korvex::Testing;
 
 namespace {
+
+// Where text has a character type of its own, the runtime is this project's.
+constexpr bool kPortable = std::is_same_v<OLECHAR, char16_t>;
+
+// FADF_CREATEVECTOR, which not every SDK declares.
+constexpr int kMadeAsVector = 0x2000;
 
 UniqueSafeArray makeVector(VARTYPE type, LONG lowest, ULONG count) {
     return UniqueSafeArray(SafeArrayCreateVector(type, lowest, count));
@@ -64,9 +72,131 @@ TEST(SafeArray, KnowsItsElementTypeAndSize) {
         EXPECT_EQ(type, row.type);
     }
     for (const VARTYPE type : {VT_EMPTY, VT_NULL, VT_VOID}) EXPECT_EQ(makeVector(type, 0, 1), nullptr) << type;
-    EXPECT_NE(makeVector(VT_BSTR, 0, 1)->fFeatures & FADF_BSTR, 0);
-    EXPECT_NE(makeVector(VT_VARIANT, 0, 1)->fFeatures & FADF_VARIANT, 0);
-    EXPECT_NE(makeVector(VT_UNKNOWN, 0, 1)->fFeatures & FADF_UNKNOWN, 0);
+}
+
+TEST(SafeArray, SaysInItsFeaturesWhatItsElementsOwn) {
+    struct {
+        VARTYPE type;
+        int features;
+        IID interfaceId;
+    } const cases[] = {
+        {VT_I4, FADF_HAVEVARTYPE, {}},
+        {VT_BSTR, FADF_HAVEVARTYPE | FADF_BSTR, {}},
+        {VT_VARIANT, FADF_HAVEVARTYPE | FADF_VARIANT, {}},
+        {VT_UNKNOWN, FADF_HAVEIID | FADF_UNKNOWN, IID_IUnknown},
+        {VT_DISPATCH, FADF_HAVEIID | FADF_DISPATCH, IID_IDispatch},
+    };
+    for (const auto& row : cases) {
+        SAFEARRAYBOUND bound = {1, 0};
+        const UniqueSafeArray array(SafeArrayCreate(row.type, 1, &bound));
+        const UniqueSafeArray vector = makeVector(row.type, 0, 1);
+        EXPECT_EQ(array->fFeatures, row.features) << row.type;
+        EXPECT_EQ(vector->fFeatures, row.features | kMadeAsVector) << row.type;
+        SAFEARRAY* copied = nullptr;
+        ASSERT_EQ(SafeArrayCopy(vector.get(), &copied), S_OK);
+        EXPECT_EQ(UniqueSafeArray(copied)->fFeatures, row.features) << row.type;
+
+        IID found = {};
+        const bool hasInterface = (row.features & FADF_HAVEIID) != 0;
+        EXPECT_EQ(SafeArrayGetIID(array.get(), &found), hasInterface ? S_OK : E_INVALIDARG) << row.type;
+        EXPECT_TRUE(IsEqualIID(found, row.interfaceId)) << row.type;
+    }
+
+    SAFEARRAYBOUND bound = {1, 0};
+    IID factory = IID_IClassFactory;
+    const UniqueSafeArray factories(SafeArrayCreateEx(VT_UNKNOWN, 1, &bound, &factory));
+    IID found = {};
+    EXPECT_EQ(SafeArrayGetIID(factories.get(), &found), S_OK);
+    EXPECT_TRUE(IsEqualIID(found, IID_IClassFactory));
+}
+
+TEST(SafeArray, MayBeMadeByItsOwnerInMemoryThatItsOwnerFrees) {
+    for (const int owner : {FADF_AUTO, FADF_STATIC, FADF_EMBEDDED, FADF_FIXEDSIZE}) {
+        std::vector<OLECHAR*> texts = {SysAllocString(OLESTR("one")), SysAllocString(OLESTR("two"))};
+        struct {
+            std::uint32_t notTheArrays[4];
+            SAFEARRAY array;
+        } own = {{0, 0, 0, VT_I4}, {1, static_cast<USHORT>(owner | FADF_BSTR), sizeof(BSTR), 0, nullptr, {{2, 0}}}};
+        own.array.pvData = texts.data();
+
+        SAFEARRAY* copied = nullptr;
+        ASSERT_EQ(SafeArrayCopy(&own.array, &copied), S_OK);
+        const UniqueSafeArray copy(copied);
+        LONG index = 1;
+        BSTR text = nullptr;
+        ASSERT_EQ(SafeArrayGetElement(copy.get(), &index, &text), S_OK);
+        EXPECT_EQ(bstrView(UniqueBstr(text).get()), OLESTR("two"));
+        VARTYPE type = VT_EMPTY;
+        EXPECT_EQ(SafeArrayGetVartype(&own.array, &type), E_INVALIDARG);
+        if (!kPortable) {  // Wine reads and frees what it did not allocate
+            for (BSTR each : texts) SysFreeString(each);
+            continue;
+        }
+        own.array.fFeatures |= FADF_HAVEVARTYPE;
+        EXPECT_EQ(SafeArrayGetVartype(&own.array, &type), E_INVALIDARG);
+        SAFEARRAYBOUND three = {3, 0};
+        EXPECT_EQ(SafeArrayRedim(&own.array, &three), E_INVALIDARG);
+        EXPECT_EQ(SafeArrayDestroy(&own.array), S_OK);
+        EXPECT_EQ(texts, std::vector<OLECHAR*>(2));
+    }
+}
+
+TEST(SafeArray, GrowsAndShrinksAtItsLastDimension) {
+    SAFEARRAYBOUND bounds[] = {{2, 0}, {2, 10}};
+    const UniqueSafeArray array(SafeArrayCreate(VT_BSTR, 2, bounds));
+    const auto put = [&](LONG row, LONG column, const OLECHAR* text) {
+        LONG indices[] = {row, column};
+        return SafeArrayPutElement(array.get(), indices, makeBstr(text).get());
+    };
+    const auto at = [&](LONG row, LONG column) {
+        LONG indices[] = {row, column};
+        void* element = nullptr;
+        EXPECT_EQ(SafeArrayPtrOfIndex(array.get(), indices, &element), S_OK);
+        return element ? toUtf8(bstrView(*static_cast<BSTR*>(element))) : "none";
+    };
+    ASSERT_EQ(put(0, 10, OLESTR("first")), S_OK);
+    ASSERT_EQ(put(1, 11, OLESTR("last")), S_OK);
+
+    SAFEARRAYBOUND three = {3, 10};
+    ASSERT_EQ(SafeArrayLock(array.get()), S_OK);
+    EXPECT_EQ(SafeArrayRedim(array.get(), &three), DISP_E_ARRAYISLOCKED);
+    ASSERT_EQ(SafeArrayUnlock(array.get()), S_OK);
+    ASSERT_EQ(SafeArrayRedim(array.get(), &three), S_OK);
+    EXPECT_EQ(at(0, 10), "first");
+    EXPECT_EQ(at(1, 11), "last");
+    EXPECT_EQ(at(1, 12), "");
+    ASSERT_EQ(put(1, 12, OLESTR("new")), S_OK);
+
+    SAFEARRAYBOUND one = {1, 5};
+    ASSERT_EQ(SafeArrayRedim(array.get(), &one), S_OK);
+    EXPECT_EQ(at(0, 5), "first");
+    LONG gone[] = {1, 11};
+    void* element = nullptr;
+    EXPECT_EQ(SafeArrayPtrOfIndex(array.get(), gone, &element), DISP_E_BADINDEX);
+    EXPECT_EQ(SafeArrayRedim(array.get(), nullptr), E_INVALIDARG);
+    EXPECT_EQ(SafeArrayRedim(nullptr, &one), E_INVALIDARG);
+}
+
+TEST(SafeArray, MayBeMadeInSteps) {
+    SAFEARRAY* made = nullptr;
+    EXPECT_EQ(SafeArrayAllocDescriptor(0, &made), E_INVALIDARG);
+    ASSERT_EQ(SafeArrayAllocDescriptor(1, &made), S_OK);
+    const UniqueSafeArray array(made);
+    EXPECT_EQ(array->fFeatures, 0);
+    array->cbElements = 4;
+    array->rgsabound[0] = {2, 0};
+    ASSERT_EQ(SafeArrayAllocData(array.get()), S_OK);
+    LONG index = 1;
+    std::int32_t value = 7;
+    ASSERT_EQ(SafeArrayPutElement(array.get(), &index, &value), S_OK);
+    SAFEARRAY* copied = nullptr;
+    ASSERT_EQ(SafeArrayCopy(array.get(), &copied), S_OK);
+    const UniqueSafeArray copy(copied);
+    value = 0;
+    ASSERT_EQ(SafeArrayGetElement(copy.get(), &index, &value), S_OK);
+    EXPECT_EQ(value, 7);
+    VARTYPE type = VT_EMPTY;
+    EXPECT_EQ(SafeArrayGetVartype(copy.get(), &type), E_INVALIDARG);
 }
 
 TEST(SafeArray, CountsDimensionsFromTheLeftWhichVariesFastest) {
@@ -164,6 +294,21 @@ TEST(SafeArray, IsNotDestroyedWhileSomeoneHoldsItsData) {
     EXPECT_EQ(SafeArrayUnaccessData(array.get()), S_OK);
     EXPECT_EQ(SafeArrayUnaccessData(array.get()), S_OK);
     EXPECT_EQ(SafeArrayUnaccessData(array.get()), E_UNEXPECTED);
+}
+
+TEST(SafeArray, CountsItsLocksWhoeverTakesThem) {
+    const UniqueSafeArray array = makeVector(VT_I4, 0, 1);
+    const auto comeAndGo = [&] {
+        for (int round = 0; round < 20'000; ++round) {
+            void* data = nullptr;
+            ASSERT_EQ(SafeArrayAccessData(array.get(), &data), S_OK);
+            ASSERT_EQ(SafeArrayUnaccessData(array.get()), S_OK);
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) threads.emplace_back(comeAndGo);
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(array->cLocks, 0u);
 }
 
 TEST(SafeArray, OwnsCopiesOfTexts) {

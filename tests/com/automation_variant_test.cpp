@@ -61,6 +61,21 @@ TEST(Bstr, ALengthThatNoMemoryHasIsRefused) {
     EXPECT_EQ(SysAllocStringByteLen(nullptr, std::numeric_limits<UINT>::max()), nullptr);
 }
 
+TEST(Bstr, IsReplacedInPlace) {
+    BSTR text = nullptr;
+    ASSERT_TRUE(SysReAllocString(&text, OLESTR("first")));
+    ASSERT_TRUE(SysReAllocStringLen(&text, OLESTR("second"), 3));
+    EXPECT_EQ(bstrView(text), OLESTR("sec"));
+    ASSERT_TRUE(SysReAllocStringLen(&text, text + 1, 2));
+    EXPECT_EQ(bstrView(text), OLESTR("ec"));
+    ASSERT_TRUE(SysReAllocStringLen(&text, nullptr, 5));
+    EXPECT_EQ(SysStringLen(text), 5u);
+    EXPECT_EQ(bstrView(text).substr(0, 2), OLESTR("ec"));
+    EXPECT_FALSE(SysReAllocString(nullptr, OLESTR("none")));
+    ASSERT_TRUE(SysReAllocString(&text, nullptr));
+    EXPECT_EQ(text, nullptr);
+}
+
 // ---- Owning --------------------------------------------------------------------------------------
 
 TEST(VariantOwnership, CopiesTextsDeeplyAndReferencesShallowly) {
@@ -78,6 +93,41 @@ TEST(VariantOwnership, CopiesTextsDeeplyAndReferencesShallowly) {
     EXPECT_EQ(copy.byref, &text.bstrVal);
     reference.clear();
     EXPECT_EQ(valueText(text), "pump");
+}
+
+TEST(VariantOwnership, CopyIndTakesWhatIsReferredTo) {
+    UniqueVariant text = bstrVariant(OLESTR("pump"));
+    UniqueVariant reference;
+    reference.vt = VT_BYREF | VT_BSTR;
+    reference.byref = &text.bstrVal;
+    UniqueVariant outer;
+    outer.vt = VT_BYREF | VT_VARIANT;
+    outer.pvarVal = &reference;
+    for (const VARIANT* source : {static_cast<const VARIANT*>(&text), static_cast<const VARIANT*>(&reference),
+                                  static_cast<const VARIANT*>(&outer)}) {
+        UniqueVariant copy;
+        ASSERT_EQ(VariantCopyInd(&copy, const_cast<VARIANT*>(source)), S_OK);
+        EXPECT_EQ(copy.vt, VT_BSTR);
+        EXPECT_NE(copy.bstrVal, text.bstrVal);
+        EXPECT_EQ(valueText(copy), "pump");
+    }
+    ASSERT_EQ(VariantCopyInd(&reference, &reference), S_OK);
+    EXPECT_EQ(reference.vt, VT_BSTR);
+    EXPECT_NE(reference.bstrVal, text.bstrVal);
+
+    UniqueVariant outermost;
+    outermost.vt = VT_BYREF | VT_VARIANT;
+    outermost.pvarVal = &outer;
+    UniqueVariant copy;
+    EXPECT_EQ(VariantCopyInd(&copy, &outermost), E_INVALIDARG);
+    UniqueVariant bad;
+    bad.vt = VT_BYREF | VT_I4;
+    if (kPortable) {  // Wine follows the null reference
+        EXPECT_EQ(VariantCopyInd(&copy, &bad), E_INVALIDARG);
+    }
+    bad.vt = 0x1000 | VT_I4;
+    EXPECT_EQ(VariantCopyInd(&copy, &bad), DISP_E_BADVARTYPE);
+    bad.vt = VT_EMPTY;
 }
 
 TEST(VariantOwnership, KeepsABstrsOddLengthInACopy) {
@@ -228,6 +278,10 @@ TEST(VariantChangeType, NumbersInTextFollowTheLocale) {
         {kItalian, "1.234,5", "1234.5"},
         {kSpanish, "(\u20AC1,5)", "-1.5"},
         {kSpanish, "-1,5", "-1.5"},
+        {0x0C07, "1,5", "1.5"},                     // German of Austria,
+        {0x080C, "1,5", "1.5"},                     // French of Belgium,
+        {0x0C09, "1,234.5", "1234.5"},              // English of Australia
+        {0x080A, "1.5", kPortable ? "15" : "1.5"},  // Spanish of Mexico, which ours writes as Spain does
         {LOCALE_USER_DEFAULT, "1.5", "1.5"},
         {LOCALE_SYSTEM_DEFAULT, "1.5", "1.5"},
         {LOCALE_INVARIANT, "1.5", "1.5"},
@@ -433,6 +487,34 @@ TEST(VariantChangeType, ArraysConvertToTheirOwnTypeAlone) {
     UniqueVariant number = makeVariant("I4 1");
     EXPECT_EQ(VariantChangeType(&result, &number, 0, VT_ARRAY | VT_I4), DISP_E_TYPEMISMATCH);
     EXPECT_EQ(VariantChangeType(&result, &number, 0, VT_BYREF | VT_I4), DISP_E_TYPEMISMATCH);
+}
+
+TEST(VariantChangeType, TextAndItsBytesAreOneAnother) {
+    UniqueVariant text = bstrVariant(OLESTR("AB"));
+    UniqueVariant bytes;
+    ASSERT_EQ(VariantChangeType(&bytes, &text, 0, VT_ARRAY | VT_UI1), S_OK);
+    ASSERT_EQ(bytes.vt, VT_ARRAY | VT_UI1);
+    EXPECT_EQ(bytes.parray->rgsabound[0].lLbound, 0);
+    EXPECT_EQ(bytes.parray->rgsabound[0].cElements, 4u);
+    EXPECT_EQ(std::memcmp(bytes.parray->pvData, "A\0B\0", 4), 0);
+    UniqueVariant back;
+    ASSERT_EQ(VariantChangeType(&back, &bytes, 0, VT_BSTR), S_OK);
+    EXPECT_EQ(valueText(back), "AB");
+    bytes.parray->rgsabound[0].cElements = 3;
+    ASSERT_EQ(VariantChangeType(&back, &bytes, 0, VT_BSTR), S_OK);
+    EXPECT_EQ(SysStringByteLen(back.bstrVal), 3u);
+    ASSERT_EQ(VariantChangeType(&back, &back, 0, VT_ARRAY | VT_UI1), S_OK);
+    EXPECT_EQ(back.parray->rgsabound[0].cElements, 3u);
+
+    text = bstrVariant(OLESTR(""));
+    ASSERT_EQ(VariantChangeType(&bytes, &text, 0, VT_ARRAY | VT_UI1), S_OK);
+    EXPECT_EQ(bytes.parray->rgsabound[0].cElements, 0u);
+    EXPECT_EQ(VariantChangeType(&bytes, &text, 0, VT_ARRAY | VT_I1), DISP_E_TYPEMISMATCH);
+    UniqueVariant cube;
+    SAFEARRAYBOUND bounds[] = {{2, 0}, {2, 0}};
+    cube.vt = VT_ARRAY | VT_UI1;
+    cube.parray = SafeArrayCreate(VT_UI1, 2, bounds);
+    EXPECT_EQ(VariantChangeType(&bytes, &cube, 0, VT_BSTR), E_INVALIDARG);
 }
 
 TEST(VariantChangeType, WorksInPlaceAndAFailureLeavesTheTarget) {

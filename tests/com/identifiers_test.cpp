@@ -14,6 +14,9 @@ TEST(Identifiers, HaveATextInBracesWithUpperCaseDigits) {
     const Com::TaskString text(raw);
     EXPECT_EQ(toUtf8(text.get()), toUtf8(kText));
 
+    ASSERT_EQ(StringFromIID(kGuid, &raw), S_OK);
+    EXPECT_EQ(toUtf8(Com::TaskString(raw).get()), toUtf8(kText));
+
     OLECHAR buffer[39] = {};
     EXPECT_EQ(StringFromGUID2(kGuid, buffer, 39), 39);
     EXPECT_EQ(toUtf8(buffer), toUtf8(kText));
@@ -26,6 +29,9 @@ TEST(Identifiers, AreReadFromTextInAnyCase) {
     EXPECT_TRUE(IsEqualGUID(clsid, kGuid));
     EXPECT_EQ(CLSIDFromString(OLESTR("{0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9}"), &clsid), S_OK);
     EXPECT_TRUE(IsEqualGUID(clsid, kGuid));
+    IID iid = {};
+    EXPECT_EQ(IIDFromString(kText, &iid), S_OK);
+    EXPECT_TRUE(IsEqualGUID(iid, kGuid));
 }
 
 TEST(Identifiers, NoTextIsTheNullIdentifier) {
@@ -41,6 +47,8 @@ TEST(Identifiers, AMalformedTextIsRefused) {
           OLESTR("{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9}0"), OLESTR("{"), OLESTR("")}) {
         CLSID clsid = {};
         EXPECT_EQ(CLSIDFromString(text, &clsid), CO_E_CLASSSTRING) << toUtf8(text);
+        const HRESULT expected = OpxStringView(text).size() == 38 ? CO_E_IIDSTRING : E_INVALIDARG;
+        EXPECT_EQ(IIDFromString(text, &clsid), expected) << toUtf8(text);
     }
 }
 

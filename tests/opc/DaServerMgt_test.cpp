@@ -190,6 +190,17 @@ TEST_F(DaServerMgtTest, a_locale_that_is_not_known_is_cleared_without_asking_the
     EXPECT_THAT(sim.journal("IOPCCommon::SetLocaleID"), IsEmpty());
 }
 
+TEST_F(DaServerMgtTest, a_locale_that_the_server_takes_with_another_success_is_accepted) {
+    connect();
+    sim.fault("IOPCCommon::SetLocaleID", S_FALSE);
+    OpxString locale = OLESTR("de");
+    EXPECT_EQ(server.setLocalID(locale), S_OK);
+    EXPECT_EQ(locale, OLESTR("de"));
+    EXPECT_TRUE(
+        trace.hasInOrder({"DONE IOPCCommon::SetLocaleID [hr=0x1]", "Server supports locale 'de' -> set to LCID=0x407",
+                          "<-- DaServerMgt::setLocalID [hr=0x0]"}));
+}
+
 TEST_F(DaServerMgtTest, a_locale_that_the_server_refuses_leaves_the_one_in_use) {
     connect();
     OpxString locale = OLESTR("de");

@@ -85,7 +85,21 @@ TEST(Object, AcceptsOnlyWhatItCanCompareAndHash) {
     static_assert(!std::convertible_to<NotHashable, Object>);
     static_assert(!std::convertible_to<std::vector<Tag>, Object>);
     static_assert(!std::convertible_to<char, Object>);
+    static_assert(!std::convertible_to<long double, Object>);
     static_assert(std::convertible_to<const char*, Object> && std::convertible_to<OpxStringView, Object>);
+}
+
+template <typename Character>
+constexpr bool kIsTakenAsText =
+    std::convertible_to<const Character*, Object> || std::convertible_to<Character*, Object> ||
+    std::convertible_to<std::basic_string<Character>, Object> ||
+    std::convertible_to<std::basic_string_view<Character>, Object> || std::convertible_to<Character (&)[2], Object>;
+
+TEST(Object, AcceptsTextOfItsOwnTwoCharacterTypesOnly) {
+    static_assert(kIsTakenAsText<char> && kIsTakenAsText<OLECHAR>);
+    static_assert(!kIsTakenAsText<char8_t> && !kIsTakenAsText<char32_t>);
+    static_assert(kIsTakenAsText<wchar_t> == std::same_as<wchar_t, OLECHAR>);
+    static_assert(kIsTakenAsText<char16_t> == std::same_as<char16_t, OLECHAR>);
 }
 
 TEST(Object, GivesItsValueBackAsTheTypeItIs) {

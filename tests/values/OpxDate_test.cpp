@@ -118,13 +118,36 @@ TEST(OpxDate, FileTimesKeepMillisecondsAndTheYearsBefore1970) {
     EXPECT_EQ(reasonOf([] { OpxDate::fromFileTime(fileTime(0x8000000000000000)); }), 3);
 }
 
-TEST(OpxDate, OleDatesKeepWholeSeconds) {
+TEST(OpxDate, OleDatesKeepMillisecondsBothWays) {
     for (const std::int64_t seconds : {std::int64_t{0}, std::int64_t{1}, kMarch2008, kLastSecond}) {
-        EXPECT_EQ(OpxDate::fromOleDate(OpxDate(seconds, 0).toOleDate()).time(), seconds);
+        for (const std::uint16_t milliseconds : {0, 1, 789, 999}) {
+            const OpxDate back = OpxDate::fromOleDate(OpxDate(seconds, milliseconds).toOleDate());
+            EXPECT_EQ(back.time(), seconds);
+            EXPECT_EQ(back.millitm(), milliseconds);
+        }
     }
     EXPECT_EQ(OpxDate(0, 0).toOleDate(), 25569.0);
-    EXPECT_EQ(OpxDate::fromOleDate(0).time(), -25569 * 86400ll);
-    for (const double none : {1e9, -1e9, std::nan(""), std::numeric_limits<double>::infinity()}) {
+    EXPECT_EQ(OpxDate(kMarch2008, 0).toOleDate(), 39508.524259259255);  // as the platforms make it
+}
+
+TEST(OpxDate, OleDatesMayBeAnyOfTheYears100To9999) {
+    struct Case {
+        double oleDate;
+        std::int64_t milliseconds;  // since 1899-12-30
+    };
+    constexpr std::int64_t kDay = 86'400'000;
+    const Case cases[] = {{0, 0},
+                          {-0.25, kDay / 4},
+                          {-1.25, -kDay + kDay / 4},
+                          {-109205.0, -109205 * kDay},  // 1601-01-01
+                          {-657434.0, -657434 * kDay},
+                          {2958465.5, 2958465 * kDay + kDay / 2},
+                          {39508.99999999999, 39509 * kDay}};
+    for (const Case& c : cases) {
+        const OpxDate date = OpxDate::fromOleDate(c.oleDate);
+        EXPECT_EQ(date.time() * 1000 + date.millitm(), c.milliseconds - 25569 * kDay) << c.oleDate;
+    }
+    for (const double none : {-657435.0, 2958466.0, 1e300, std::nan(""), std::numeric_limits<double>::infinity()}) {
         EXPECT_EQ(reasonOf([&] { OpxDate::fromOleDate(none); }), 3) << none;
     }
 }

@@ -112,26 +112,50 @@ TEST(OpxVariantCom, ArraysTakeTheVariantTypeOfTheirElementsAndComeBack) {
     }
 }
 
-TEST(OpxVariantCom, DecimalsAreRoundedToFourPlacesAndLeaveAsCurrency) {
+// The decimal with this whole number, without its point, and this many decimals.
+UniqueVariant decimalVariant(bool negative, std::uint32_t high, std::uint64_t low, int scale) {
     UniqueVariant variant;
-    variant.decVal.scale = 5;
-    variant.decVal.sign = 0;
-    variant.decVal.Hi32 = 0;
-    variant.decVal.Lo64 = 1234567;
+    variant.decVal.scale = static_cast<BYTE>(scale);
+    variant.decVal.sign = negative ? DECIMAL_NEG : BYTE(0);
+    variant.decVal.Hi32 = high;
+    variant.decVal.Lo64 = low;
     variant.vt = VT_DECIMAL;
-    const OpxVariant value = OpxVariant::of(static_cast<const VARIANT&>(variant));
-    EXPECT_EQ(toUtf8(value.toString()), "12.3457");
-    value.toVariant(variant);
-    EXPECT_EQ(variant.vt, VT_CY);
+    return variant;
+}
+
+TEST(OpxVariantCom, DecimalsBecomeCurrencyDigitByDigitRoundedHalfToEven) {
+    constexpr std::int64_t kLargest = 9223372036854775807;
+    struct Case {
+        UniqueVariant decimal;
+        std::int64_t scaled;
+    };
+    const Case cases[] = {{decimalVariant(false, 0, 1234567, 5), 123457},
+                          {decimalVariant(false, 0, 1234567890123456789, 4), 1234567890123456789},
+                          {decimalVariant(true, 0, 123456789012345678, 3), -1234567890123456780},
+                          {decimalVariant(false, 0, 5, 5), 0},
+                          {decimalVariant(true, 0, 15, 5), -2},
+                          {decimalVariant(false, 0, 25, 5), 2},
+                          {decimalVariant(false, 0, 250000000001, 15), 3},
+                          {decimalVariant(false, 5, 0, 28), 0},
+                          {decimalVariant(false, 0, kLargest, 4), kLargest},
+                          {decimalVariant(true, 0, 9223372036854775808u, 4), -kLargest - 1},
+                          {decimalVariant(false, 4, 18446744073709551608u, 5), kLargest}};
+    for (const Case& c : cases) {
+        const OpxVariant value = OpxVariant::of(static_cast<const VARIANT&>(c.decimal));
+        EXPECT_EQ(value.toDecimal().scaled(), c.scaled);
+        UniqueVariant currency;
+        value.toVariant(currency);
+        EXPECT_EQ(currency.vt, VT_CY);
+        EXPECT_EQ(currency.cyVal.int64, c.scaled);
+    }
+    EXPECT_EQ(reasonFor(decimalVariant(false, 0, 9223372036854775808u, 4)), 0);
+    EXPECT_EQ(reasonFor(decimalVariant(true, 0, 922337203685478, 0)), 0);
+    EXPECT_EQ(reasonFor(decimalVariant(false, 0, 1, 29)), 0);
 
     UniqueSafeArray array(SafeArrayCreateVector(VT_DECIMAL, 0, 1));
-    const DECIMAL tooLarge = [] {
-        DECIMAL decimal = {};
-        decimal.Hi32 = 1;
-        return decimal;
-    }();
+    UniqueVariant tooLarge = decimalVariant(false, 1, 0, 0);
     LONG index = 0;
-    ASSERT_EQ(SafeArrayPutElement(array.get(), &index, const_cast<DECIMAL*>(&tooLarge)), S_OK);
+    ASSERT_EQ(SafeArrayPutElement(array.get(), &index, &tooLarge.decVal), S_OK);
     EXPECT_EQ(reasonFor(arrayVariant(VT_DECIMAL, std::move(array))), 0);
 }
 

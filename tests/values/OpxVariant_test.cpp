@@ -55,6 +55,19 @@ TEST(OpxVariant, TextIsFalseOnlyAsZeroOrWithFalseAtItsStart) {
     }
 }
 
+TEST(OpxVariant, IntegersHaveTheTagOfTheirSizeAndSign) {
+    constexpr VType kLong = sizeof(long) == 4 ? VType::Int32 : VType::Int64;
+    constexpr VType kUnsignedLong = sizeof(long) == 4 ? VType::UInt32 : VType::UInt64;
+    EXPECT_EQ(of(-5).type(), VType::Int32);
+    EXPECT_EQ(of(5u).type(), VType::UInt32);
+    EXPECT_EQ(of(-5l).type(), kLong);
+    EXPECT_EQ(of(5ul).type(), kUnsignedLong);
+    EXPECT_EQ(of(-5ll).type(), VType::Int64);
+    EXPECT_EQ(of(~0ull).type(), VType::UInt64);
+    EXPECT_EQ(of(-5l).toInt8(), -5);
+    EXPECT_EQ(of(~0ull).toUInt64(), ~std::uint64_t{0});
+}
+
 TEST(OpxVariant, TruthOfAnythingElseIsItsLowestByte) {
     EXPECT_FALSE(OpxVariant().toBool());
     EXPECT_FALSE(of(std::int32_t{256}).toBool());

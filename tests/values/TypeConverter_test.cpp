@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "com/owners.h"
 #include "tests/values/conversion_reason.h"
 #include "values/TypeConverter.h"
 
@@ -7,6 +8,7 @@ namespace Korvex::OPC::OpcDaClient {
 namespace {
 
 using Kind = Type::Kind;
+using Com::UniqueVariant;
 using Opx::VType;
 using OpxOpc::OpxDate;
 using OpxOpc::OpxDecimal;
@@ -82,7 +84,7 @@ void expectCrossing(const Crossing& c) {
 }
 
 TEST(TypeConverter, ValuesCrossToTheNativeSideAndBack) {
-    const DateTime march = std::chrono::sys_seconds(std::chrono::seconds(1204374896));
+    const DateTime march = std::chrono::sys_time<std::chrono::milliseconds>(std::chrono::milliseconds(1204374896789));
     const std::pair<Object, std::int32_t> values[] = {
         {nullptr, 0},
         {true, 1},
@@ -100,6 +102,8 @@ TEST(TypeConverter, ValuesCrossToTheNativeSideAndBack) {
         {"", 14},
         {march, 15},
         {Decimal::fromText("-12.3457"), 16},
+        {Decimal::fromText("123456789012345.6789"), 16},
+        {Decimal::fromText("-922337203685477.5808"), 16},
         {std::vector<bool>{true, false}, 129},
         {std::vector<std::int8_t>{-1, 1}, 130},
         {std::vector<std::int16_t>{-1, 1}, 131},
@@ -136,11 +140,32 @@ TEST(TypeConverter, ValuesWithoutANativeFormAreSentAsEmpty) {
     }
 }
 
+TEST(TypeConverter, DatesThatCannotBeWrittenAreReadAsTheyAre) {
+    using namespace std::chrono;
+    const OpxVariant none = OpxVariant::of(OpxDate::fromOleDate(-109205));
+    const OpxVariant late = OpxVariant::of(OpxDate(32535216000, 5));
+    const DateTime publicNone = sys_days(year(1601) / 1 / 1);
+    const DateTime publicLate = sys_days(year(3001) / 1 / 1) + milliseconds(5);
+    EXPECT_EQ(TypeConverter::toPublic(none), publicNone);
+    const OpxVariant dates = OpxVariant::arrayOf(VType::Date, {late, none});
+    EXPECT_EQ(TypeConverter::toPublic(dates), (std::vector<DateTime>{publicLate, publicNone}));
+    EXPECT_EQ(TypeConverter::toPublic(OpxVariant::arrayOf(VType::Variant, {OpxVariant::of(1), none, dates})),
+              (std::vector<Object>{1, publicNone, std::vector<DateTime>{publicLate, publicNone}}));
+    EXPECT_EQ(TypeConverter::toPublic(OpxVariant::of(OpxDate(-62135596800, 0))), DateTime());
+    for (const std::int64_t second : {-62135596801, 253402300800, INT64_MAX}) {
+        EXPECT_THROW(TypeConverter::toPublic(OpxVariant::of(OpxDate(second, 0))), ObjectConversionException);
+    }
+
+    OpxVariant native;
+    ASSERT_TRUE(TypeConverter::toNative(publicNone, native));
+    UniqueVariant variant;
+    EXPECT_EQ(OpxOpc::reasonOf([&] { native.toVariant(variant); }), 3);
+}
+
 TEST(TypeConverter, ValuesWithoutAVariantAreRefusedWithTheirReason) {
     using OpxOpc::reasonOf;
     EXPECT_EQ(reasonOf([] { TypeConverter::toPublic(OpxVariant::unknown()); }), 2);
     EXPECT_EQ(reasonOf([] { TypeConverter::toPublic(OpxVariant::error(0)); }), 2);
-    EXPECT_EQ(reasonOf([] { TypeConverter::toPublic(OpxVariant::of(OpxDate(-1, 0))); }), 3);
 }
 
 }  // namespace

@@ -28,7 +28,8 @@ public:
     // The current time, with the local zone's offset and daylight-saving flag.
     static OpxDate now();
 
-    // From an OLE automation date: days since 1899-12-30, the time as fraction, UTC.
+    // From an OLE automation date: days since 1899-12-30, the time as fraction, UTC. Any of the years 100
+    // to 9999 is taken, rounded to the millisecond.
     static OpxDate fromOleDate(double oleDate);
 
     // From 100-ns ticks since 1601-01-01 UTC.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
@@ -51,6 +52,15 @@ public:
     OpxVariant& operator=(std::uint16_t value);
     OpxVariant& operator=(std::uint32_t value);
     OpxVariant& operator=(std::uint64_t value);
+    // `long` and `long long`, of which one is no std::int64_t.
+    template <typename T>
+    requires std::is_same_v<T, long> || std::is_same_v<T, long long> OpxVariant& operator=(T value) {
+        return *this = static_cast<std::conditional_t<sizeof(T) == 4, std::int32_t, std::int64_t>>(value);
+    }
+    template <typename T>
+    requires std::is_same_v<T, unsigned long> || std::is_same_v<T, unsigned long long> OpxVariant& operator=(T value) {
+        return *this = static_cast<std::conditional_t<sizeof(T) == 4, std::uint32_t, std::uint64_t>>(value);
+    }
     OpxVariant& operator=(float value);
     OpxVariant& operator=(double value);
     OpxVariant& operator=(OpxStringView value);

@@ -19,11 +19,15 @@ public:
           m_RetryAfterConnectionError(retryAfterConnectionError),
           m_KeepAliveTime(keepAliveTime) {}
 
-    // The locale to ask the server for, "en" or "de"; after connecting the one that it took.
+    // The locale to ask the server for; after connecting the one that it took, "" where it is another. There
+    // are six, in any case: "en" or "en-us", "en-gb", "de" or "de-de", "fr" or "fr-fr", "it" or "it-it", "es"
+    // or "es-es". It decides how numbers and dates in text are read and written. Without one that is the
+    // system's choice, which on Linux is en-US.
     const NullableText& LocalId() const noexcept { return m_LocalId; }
     void LocalId(NullableText value) { m_LocalId = std::move(value); }
 
-    // A server that cannot be reached is tried again and again, instead of failing to connect.
+    // A server that cannot be reached is tried again and again, instead of failing to connect. A ProgID is
+    // looked up once and not again: give a URL with the class identifier where the server may be away.
     bool RetryInitialConnection() const noexcept { return m_RetryInitialConnection; }
     void RetryInitialConnection(bool value) noexcept { m_RetryInitialConnection = value; }
 

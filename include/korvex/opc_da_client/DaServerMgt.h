@@ -25,8 +25,8 @@ namespace Korvex::OPC::OpcDaClient {
 // Create an object, connect it, use it, disconnect it. It may be connected again afterwards.
 //
 // A bad argument is an ArgumentException, thrown before the server is asked anything; a call that
-// fails is an OPCException with the result code (a ComException for a code without a name); what
-// happened to a single item is told by its ResultID and never thrown.
+// fails is an OPCException with the result code; what happened to a single item is told by its ResultID
+// and never thrown.
 //
 // A connection that is lost is made anew, with its subscriptions, unless the ConnectInfo says otherwise;
 // ServerStateChanged tells of it.
@@ -68,9 +68,9 @@ public:
     DaServerMgt& operator=(const DaServerMgt&) = delete;
 
     // Connects to the server of `url`: "opcda://host/ProgID/{CLSID}". An empty host, "localhost" or
-    // "127.0.0.1" is this machine; the class identifier may be left out and is then looked up.
-    // `clientHandle` comes back with every state change. `connectInfo` says how to connect; its
-    // LocalId becomes what the server accepted.
+    // "127.0.0.1" is this machine; the class identifier may be left out and is then looked up, once: write it
+    // where the server may be away. `clientHandle` comes back with every state change. `connectInfo` says how to
+    // connect; its LocalId becomes what the server accepted.
     //
     // `connectFailed` is true when the server could not be reached, or took another locale than asked
     // for, while RetryInitialConnection is set; the object counts as connected all the same.
@@ -146,15 +146,24 @@ public:
     // and OPCException, also for a handle that names no subscription.
     ReturnCode SubscriptionModify(std::int32_t serverSubscription, float deadband);
     ReturnCode SubscriptionModify(std::int32_t serverSubscription, double deadband);
+    template <detail::WholeNumber Number>
+    ReturnCode SubscriptionModify(std::int32_t serverSubscription, Number deadband) {
+        return SubscriptionModify(serverSubscription, static_cast<double>(deadband));
+    }
     ReturnCode SubscriptionModify(std::int32_t serverSubscription, std::int32_t updateRate,
                                   std::int32_t& revisedUpdateRate);
     ReturnCode SubscriptionModify(std::int32_t serverSubscription, bool active);
     ReturnCode SubscriptionModify(std::int32_t serverSubscription, bool active, std::int32_t updateRate,
                                   std::int32_t& revisedUpdateRate, float deadband);
+    // A pointer is no active state.
+    ReturnCode SubscriptionModify(std::int32_t serverSubscription, const void* active) = delete;
+    ReturnCode SubscriptionModify(std::int32_t serverSubscription, const void* active, std::int32_t updateRate,
+                                  std::int32_t& revisedUpdateRate, float deadband) = delete;
 
     // Adds items to a subscription. ITEMERROR: an item is refused.
-    // Throws ArgumentNullException, ArgumentException ("itemIdentifiers"), OPCException; for a subscription
-    // that is cancelled meanwhile KeyNotFoundException.
+    // Throws ArgumentNullException, ArgumentException ("itemIdentifiers"), OPCException: E_INVALIDARG for a
+    // subscription that is cancelled, E_FAIL for one that is cancelled meanwhile, for which it may be a
+    // KeyNotFoundException where the server had added the items already.
     ReturnCode SubscriptionAddItems(std::int32_t serverSubscription, NullableArray<ItemIdentifier>& itemIdentifiers);
 
     // Removes items, named by the identifiers that subscribing or adding filled in, or by name and path.
@@ -211,6 +220,11 @@ public:
     void Dispose(bool disposing);
 
 private:
+    // Makes {} ambiguous, which would be a null record.
+    enum class NoConnectInfo {};
+    void Connect(const NullableText& url, std::int32_t clientHandle, NoConnectInfo connectInfo,
+                 bool& connectFailed) = delete;
+
     struct Private;
     std::unique_ptr<Private> d_;
 };

@@ -69,7 +69,7 @@ private:
     OpcDaClient::ResultID m_Result;
 };
 
-// A call failed with a code that has no name.
+// What OpcServerEnum throws when a call fails.
 class KORVEX_OPC_API ComException : public Exception {
 public:
     explicit ComException(std::int32_t errorCode);

@@ -23,7 +23,8 @@ namespace Korvex::OPC::OpcDaClient {
 //   - any value of the application's own that can be copied, compared with == and hashed with
 //     std::hash. Such a value serves as a handle; a server cannot be sent it.
 // Integers are kept by width and sign: a `long long` and a 64-bit `long` are the same. Text is kept as
-// OpxString, whatever it was made from.
+// OpxString, whatever it was made from: UTF-8 in chars or UTF-16 in OLECHARs. Text and characters of other
+// types, and `long double`, do not compile.
 //
 // Immutable, and cheap to copy; threads may share it, where the application's own type lets them.
 class KORVEX_OPC_API Object {

@@ -1,5 +1,8 @@
 #include "com/portable/GlobalInterfaceTable.h"
 
+#include "com/portable/apartment.h"
+#include "com/portable/query.h"
+
 namespace Korvex::Com {
 
 GlobalInterfaceTable& GlobalInterfaceTable::instance() {
@@ -17,8 +20,9 @@ HRESULT GlobalInterfaceTable::QueryInterface(REFIID riid, void** ppvObject) {
 
 HRESULT GlobalInterfaceTable::RegisterInterfaceInGlobal(IUnknown* pUnk, REFIID riid, DWORD* pdwCookie) {
     if (!pUnk || !pdwCookie) return E_INVALIDARG;
+    if (!isInApartment()) return CO_E_NOTINITIALIZED;
     ComPtr<IUnknown> kept;
-    if (const HRESULT hr = pUnk->QueryInterface(riid, kept.putVoid()); failed(hr)) return hr;
+    if (const HRESULT hr = queryFor(*pUnk, riid, kept.putVoid()); failed(hr)) return hr;
     std::lock_guard guard(lock_);
     do {
         ++lastCookie_;
@@ -41,6 +45,7 @@ HRESULT GlobalInterfaceTable::RevokeInterfaceFromGlobal(DWORD dwCookie) {
 HRESULT GlobalInterfaceTable::GetInterfaceFromGlobal(DWORD dwCookie, REFIID riid, void** ppv) {
     if (!ppv) return E_POINTER;
     *ppv = nullptr;
+    if (!isInApartment()) return CO_E_NOTINITIALIZED;
     ComPtr<IUnknown> kept;
     {
         std::lock_guard guard(lock_);
@@ -48,7 +53,7 @@ HRESULT GlobalInterfaceTable::GetInterfaceFromGlobal(DWORD dwCookie, REFIID riid
         if (found == interfaces_.end()) return E_INVALIDARG;
         kept = found->second;
     }
-    return kept->QueryInterface(riid, ppv);
+    return queryFor(*kept, riid, ppv);
 }
 
 }  // namespace Korvex::Com

@@ -23,9 +23,8 @@ double roundToEven(double value) {
     return fraction > 0.5 || (fraction == 0.5 && isOdd) ? below + 1 : below;
 }
 
-// `number` times ten to the power of `decimals`.
-std::optional<WholeNumber> scaledBy(const ExactNumber& number, int decimals) {
-    const auto scaled = number.withScale(decimals);
+std::optional<WholeNumber> wholePart(const ExactNumber& number) {
+    const auto scaled = number.withScale(0);
     const auto magnitude = scaled ? scaled->magnitude() : std::nullopt;
     if (!magnitude) return std::nullopt;
     return WholeNumber{number.isNegative(), *magnitude};
@@ -117,7 +116,7 @@ bool isZero(const Number& number) noexcept {
 
 template <typename Integer>
 HRESULT toInteger(const Number& number, Integer& result) {
-    if (const auto* exact = std::get_if<ExactNumber>(&number)) return narrow(scaledBy(*exact, 0), result);
+    if (const auto* exact = std::get_if<ExactNumber>(&number)) return narrow(wholePart(*exact), result);
     if (const auto* real = std::get_if<Real>(&number)) return narrow(wholePart(*real), result);
     return narrow(std::get<BitPattern>(number), result);
 }
@@ -149,7 +148,10 @@ HRESULT toCurrency(const Number& number, CY& result) {
     const auto* real = std::get_if<Real>(&number);
     if (real && !std::isfinite(real->value)) return DISP_E_OVERFLOW;
     const auto exact = real ? withDecimals(real->value, kDecimals) : asExact(number);
-    return exact ? narrow(scaledBy(*exact, kDecimals), result.int64) : DISP_E_OVERFLOW;
+    const auto currency = exact ? exact->toCurrency() : std::nullopt;
+    if (!currency) return DISP_E_OVERFLOW;
+    result.int64 = *currency;
+    return S_OK;
 }
 
 HRESULT toDecimal(const Number& number, DECIMAL& result) {

@@ -3,7 +3,7 @@
 
 #include <variant>
 
-#include "com/portable/ExactNumber.h"
+#include "com/ExactNumber.h"
 
 namespace Korvex::Com {
 

@@ -15,6 +15,7 @@
 #include "com/portable/GlobalInterfaceTable.h"
 #include "com/portable/ServerRegistry.h"
 #include "com/portable/apartment.h"
+#include "com/portable/query.h"
 
 namespace Korvex::Com {
 namespace {
@@ -28,6 +29,7 @@ struct RegisteredClass {
     DWORD cookie;
     CLSID clsid;
     ComPtr<IUnknown> classObject;
+    DWORD context;
     bool singleUse;
 };
 
@@ -44,11 +46,11 @@ ClassTable& classTable() {
 }
 
 // Empty when no program has registered the class. A class object for a single use is handed out once.
-ComPtr<IUnknown> takeRegisteredClass(REFCLSID clsid) {
+ComPtr<IUnknown> takeRegisteredClass(REFCLSID clsid, DWORD context) {
     ClassTable& table = classTable();
     std::lock_guard guard(table.lock);
     const auto found = std::find_if(table.classes.begin(), table.classes.end(), [&](const RegisteredClass& entry) {
-        return entry.clsid == clsid && entry.classObject;
+        return entry.clsid == clsid && (entry.context & context) != 0 && entry.classObject;
     });
     if (found == table.classes.end()) return nullptr;
     return found->singleUse ? std::move(found->classObject) : found->classObject;
@@ -96,15 +98,16 @@ HRESULT builtInClassObject(REFCLSID clsid, REFIID riid, void** ppv) {
 
 // ---- Activation ----------------------------------------------------------------------------------
 
-HRESULT localClassObject(REFCLSID clsid, REFIID riid, void** ppv) {
-    if (const auto registered = takeRegisteredClass(clsid)) return registered->QueryInterface(riid, ppv);
+HRESULT localClassObject(REFCLSID clsid, DWORD context, REFIID riid, void** ppv) {
+    if (const auto registered = takeRegisteredClass(clsid, context)) return queryFor(*registered, riid, ppv);
     if (const auto server = ServerRegistry::read().find(clsid)) return classObjectFromModule(*server, clsid, riid, ppv);
     return builtInClassObject(clsid, riid, ppv);
 }
 
-HRESULT createLocalInstance(REFCLSID clsid, IUnknown* outer, ComPtr<IUnknown>& instance) {
+HRESULT createLocalInstance(REFCLSID clsid, IUnknown* outer, DWORD context, ComPtr<IUnknown>& instance) {
     ComPtr<IClassFactory> factory;
-    if (const HRESULT hr = localClassObject(clsid, IID_IClassFactory, factory.putVoid()); failed(hr)) return hr;
+    if (const HRESULT hr = localClassObject(clsid, context, IID_IClassFactory, factory.putVoid()); failed(hr))
+        return hr;
     const HRESULT hr = factory->CreateInstance(outer, IID_IUnknown, instance.putVoid());
     return succeeded(hr) && !instance ? E_UNEXPECTED : hr;
 }
@@ -120,19 +123,15 @@ HRESULT createInstance(REFCLSID clsid, IUnknown* outer, DWORD context, const COS
     const bool namesHost = server && server->pwszName && *server->pwszName;
     if (namesHost && (context & CLSCTX_REMOTE_SERVER)) return createRemoteInstance(clsid, *server, instance);
     if ((context & kLocalContexts) == 0) return REGDB_E_CLASSNOTREG;
-    return createLocalInstance(clsid, outer, instance);
+    return createLocalInstance(clsid, outer, context, instance);
 }
 
 // Asks for every interface; the result tells whether all, some or none were had.
 HRESULT queryAll(IUnknown& instance, DWORD count, MULTI_QI* results) {
     DWORD had = 0;
     for (MULTI_QI* wanted = results; wanted != results + count; ++wanted) {
-        wanted->hr = instance.QueryInterface(*wanted->pIID, reinterpret_cast<void**>(&wanted->pItf));
-        if (succeeded(wanted->hr) && !wanted->pItf) wanted->hr = E_NOINTERFACE;
-        if (succeeded(wanted->hr))
-            ++had;
-        else
-            wanted->pItf = nullptr;
+        wanted->hr = queryFor(instance, *wanted->pIID, reinterpret_cast<void**>(&wanted->pItf));
+        if (succeeded(wanted->hr)) ++had;
     }
     if (had == count) return S_OK;
     return had == 0 ? E_NOINTERFACE : CO_S_NOTALLINTERFACES;
@@ -145,13 +144,16 @@ using namespace Korvex::Com;
 
 extern "C" {
 
-HRESULT CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DWORD, DWORD flags, DWORD* lpdwRegister) {
+HRESULT CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DWORD dwClsContext, DWORD flags, DWORD* lpdwRegister) {
     if (!lpdwRegister || !pUnk) return E_INVALIDARG;
     *lpdwRegister = 0;
     if (!isInApartment()) return CO_E_NOTINITIALIZED;
+    // A program's class that serves several clients serves those of its own process too.
+    DWORD context = dwClsContext;
+    if (flags == REGCLS_MULTIPLEUSE && (context & CLSCTX_LOCAL_SERVER) != 0) context |= CLSCTX_INPROC_SERVER;
     ClassTable& table = classTable();
     std::lock_guard guard(table.lock);
-    table.classes.push_back({++table.lastCookie, rclsid, pUnk, flags == REGCLS_SINGLEUSE});
+    table.classes.push_back({++table.lastCookie, rclsid, pUnk, context, flags == REGCLS_SINGLEUSE});
     *lpdwRegister = table.lastCookie;
     return S_OK;
 }
@@ -173,7 +175,7 @@ HRESULT CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, void*, REFIID riid
     *ppv = nullptr;
     if (!isInApartment()) return CO_E_NOTINITIALIZED;
     if ((dwClsContext & kLocalContexts) == 0) return REGDB_E_CLASSNOTREG;
-    return localClassObject(rclsid, riid, ppv);
+    return localClassObject(rclsid, dwClsContext, riid, ppv);
 }
 
 HRESULT CoCreateInstanceEx(REFCLSID clsid, IUnknown* punkOuter, DWORD dwClsCtx, COSERVERINFO* pServerInfo,

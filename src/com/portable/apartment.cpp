@@ -5,8 +5,10 @@
 namespace Korvex::Com {
 namespace {
 
-// Threads that are in the multi-threaded apartment, and whoever else keeps it.
+// Threads that are in the multi-threaded apartment,
 std::atomic<ULONG> multiThreadedMembers{0};
+// and whoever else keeps it.
+std::atomic<ULONG> multiThreadedUsages{0};
 std::atomic<bool> securitySettled{false};
 
 bool isMultiThreaded(DWORD model) {
@@ -32,7 +34,7 @@ thread_local ThreadApartment thisThread;
 }  // namespace
 
 bool isInApartment() noexcept {
-    return thisThread.entries != 0 || multiThreadedMembers != 0;
+    return thisThread.entries != 0 || multiThreadedMembers != 0 || multiThreadedUsages != 0;
 }
 
 }  // namespace Korvex::Com
@@ -66,15 +68,17 @@ void CoUninitialize() {
 
 HRESULT CoIncrementMTAUsage(CO_MTA_USAGE_COOKIE* pCookie) {
     if (!pCookie) return E_INVALIDARG;
-    *pCookie = &multiThreadedMembers;
-    ++multiThreadedMembers;
+    *pCookie = &multiThreadedUsages;
+    ++multiThreadedUsages;
     return S_OK;
 }
 
 HRESULT CoDecrementMTAUsage(CO_MTA_USAGE_COOKIE Cookie) {
-    if (Cookie != &multiThreadedMembers) return E_INVALIDARG;
-    --multiThreadedMembers;
-    return S_OK;
+    if (Cookie != &multiThreadedUsages) return E_INVALIDARG;
+    for (ULONG usages = multiThreadedUsages; usages != 0;) {
+        if (multiThreadedUsages.compare_exchange_weak(usages, usages - 1)) return S_OK;
+    }
+    return E_INVALIDARG;
 }
 
 HRESULT CoInitializeSecurity(void*, LONG, SOLE_AUTHENTICATION_SERVICE*, void*, DWORD, DWORD, void*, DWORD, void*) {

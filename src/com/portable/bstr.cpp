@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <cstdlib>
 #include <limits>
 #include <string>
+#include <utility>
 
 #include "com/portable/com_portable.h"
 
@@ -46,6 +48,27 @@ BSTR SysAllocStringLen(const OLECHAR* strIn, UINT ui) {
 
 BSTR SysAllocStringByteLen(const CHAR* psz, UINT len) {
     return allocate(psz, len);
+}
+
+INT SysReAllocString(BSTR* pbstr, const OLECHAR* psz) {
+    if (!pbstr) return FALSE;
+    BSTR replaced = SysAllocString(psz);
+    if (psz && !replaced) return FALSE;
+    std::swap(*pbstr, replaced);
+    SysFreeString(replaced);
+    return TRUE;
+}
+
+INT SysReAllocStringLen(BSTR* pbstr, const OLECHAR* psz, UINT len) {
+    if (!pbstr) return FALSE;
+    // With no new text the old one's beginning stays.
+    BSTR replaced = SysAllocStringLen(nullptr, len);
+    if (!replaced) return FALSE;
+    const UINT copied = psz ? len : std::min(len, SysStringLen(*pbstr));
+    if (copied > 0) std::memcpy(replaced, psz ? psz : *pbstr, copied * sizeof(OLECHAR));
+    std::swap(*pbstr, replaced);
+    SysFreeString(replaced);
+    return TRUE;
 }
 
 void SysFreeString(BSTR bstrString) {

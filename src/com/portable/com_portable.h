@@ -69,6 +69,7 @@ KORVEX_RESULT(RPC_E_TOO_LATE, 0x80010119);
 KORVEX_RESULT(RPC_E_WRONG_THREAD, 0x8001010E);
 KORVEX_RESULT(CO_E_NOTINITIALIZED, 0x800401F0);
 KORVEX_RESULT(CO_E_CLASSSTRING, 0x800401F3);
+KORVEX_RESULT(CO_E_IIDSTRING, 0x800401F4);
 KORVEX_RESULT(CO_E_OBJISREG, 0x800401FC);
 KORVEX_RESULT(CO_E_DLLNOTFOUND, 0x800401F8);
 KORVEX_RESULT(CO_E_ERRORINDLL, 0x800401F9);
@@ -106,12 +107,21 @@ using REFGUID = const GUID&;
 using REFIID = const IID&;
 using REFCLSID = const CLSID&;
 
-inline bool operator==(const GUID& a, const GUID& b) noexcept { return std::memcmp(&a, &b, sizeof(GUID)) == 0; }
-inline bool IsEqualGUID(REFGUID a, REFGUID b) noexcept { return a == b; }
-inline bool IsEqualIID(REFIID a, REFIID b) noexcept { return a == b; }
-inline bool IsEqualCLSID(REFCLSID a, REFCLSID b) noexcept { return a == b; }
+inline bool operator==(const GUID& a, const GUID& b) noexcept {
+    return std::memcmp(&a, &b, sizeof(GUID)) == 0;
+}
+inline bool IsEqualGUID(REFGUID a, REFGUID b) noexcept {
+    return a == b;
+}
+inline bool IsEqualIID(REFIID a, REFIID b) noexcept {
+    return a == b;
+}
+inline bool IsEqualCLSID(REFCLSID a, REFCLSID b) noexcept {
+    return a == b;
+}
 
 inline constexpr GUID GUID_NULL = {};
+inline constexpr IID IID_NULL = {};
 
 // ---- Time ----------------------------------------------------------------------------------------
 
@@ -146,6 +156,16 @@ inline constexpr IID IID_IClassFactory = {0x00000001, 0, 0, {0xC0, 0, 0, 0, 0, 0
 struct IClassFactory : public IUnknown {
     virtual HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* pUnkOuter, REFIID riid, void** ppvObject) = 0;
     virtual HRESULT STDMETHODCALLTYPE LockServer(BOOL fLock) = 0;
+};
+
+inline constexpr IID IID_IMalloc = {0x00000002, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+struct IMalloc : public IUnknown {
+    virtual void* STDMETHODCALLTYPE Alloc(std::size_t cb) = 0;
+    virtual void* STDMETHODCALLTYPE Realloc(void* pv, std::size_t cb) = 0;
+    virtual void STDMETHODCALLTYPE Free(void* pv) = 0;
+    virtual std::size_t STDMETHODCALLTYPE GetSize(void* pv) = 0;
+    virtual int STDMETHODCALLTYPE DidAlloc(void* pv) = 0;
+    virtual void STDMETHODCALLTYPE HeapMinimize() = 0;
 };
 
 inline constexpr IID IID_IEnumUnknown = {0x00000100, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
@@ -230,6 +250,60 @@ struct IEnumConnections : public IUnknown {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wpedantic"
 
+// ---- Streams -------------------------------------------------------------------------------------
+
+union LARGE_INTEGER {
+    struct {
+        DWORD LowPart;
+        LONG HighPart;
+    };
+    LONGLONG QuadPart;
+};
+
+union ULARGE_INTEGER {
+    struct {
+        DWORD LowPart;
+        DWORD HighPart;
+    };
+    ULONGLONG QuadPart;
+};
+
+struct STATSTG {
+    LPOLESTR pwcsName;
+    DWORD type;
+    ULARGE_INTEGER cbSize;
+    FILETIME mtime;
+    FILETIME ctime;
+    FILETIME atime;
+    DWORD grfMode;
+    DWORD grfLocksSupported;
+    CLSID clsid;
+    DWORD grfStateBits;
+    DWORD reserved;
+};
+
+inline constexpr IID IID_ISequentialStream = {
+    0x0C733A30, 0x2A1C, 0x11CE, {0xAD, 0xE5, 0x00, 0xAA, 0x00, 0x44, 0x77, 0x3D}};
+struct ISequentialStream : public IUnknown {
+    virtual HRESULT STDMETHODCALLTYPE Read(void* pv, ULONG cb, ULONG* pcbRead) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Write(const void* pv, ULONG cb, ULONG* pcbWritten) = 0;
+};
+
+inline constexpr IID IID_IStream = {0x0000000C, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+struct IStream : public ISequentialStream {
+    virtual HRESULT STDMETHODCALLTYPE Seek(LARGE_INTEGER dlibMove, DWORD dwOrigin, ULARGE_INTEGER* plibNewPosition) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetSize(ULARGE_INTEGER libNewSize) = 0;
+    virtual HRESULT STDMETHODCALLTYPE CopyTo(IStream* pstm, ULARGE_INTEGER cb, ULARGE_INTEGER* pcbRead,
+                                             ULARGE_INTEGER* pcbWritten) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Commit(DWORD grfCommitFlags) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Revert() = 0;
+    virtual HRESULT STDMETHODCALLTYPE LockRegion(ULARGE_INTEGER libOffset, ULARGE_INTEGER cb, DWORD dwLockType) = 0;
+    virtual HRESULT STDMETHODCALLTYPE UnlockRegion(ULARGE_INTEGER libOffset, ULARGE_INTEGER cb, DWORD dwLockType) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Stat(STATSTG* pstatstg, DWORD grfStatFlag) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Clone(IStream** ppstm) = 0;
+};
+using LPSTREAM = IStream*;
+
 // ---- Variants ------------------------------------------------------------------------------------
 
 enum VARENUM : std::uint16_t {
@@ -308,11 +382,19 @@ struct SAFEARRAY {
     void* pvData;
     SAFEARRAYBOUND rgsabound[1];
 };
+inline constexpr USHORT FADF_AUTO = 0x0001;
+inline constexpr USHORT FADF_STATIC = 0x0002;
+inline constexpr USHORT FADF_EMBEDDED = 0x0004;
+inline constexpr USHORT FADF_FIXEDSIZE = 0x0010;
+inline constexpr USHORT FADF_HAVEIID = 0x0040;
+inline constexpr USHORT FADF_HAVEVARTYPE = 0x0080;
 inline constexpr USHORT FADF_BSTR = 0x0100;
 inline constexpr USHORT FADF_UNKNOWN = 0x0200;
+inline constexpr USHORT FADF_DISPATCH = 0x0400;
 inline constexpr USHORT FADF_VARIANT = 0x0800;
-inline constexpr USHORT FADF_HAVEVARTYPE = 0x0080;
+inline constexpr USHORT FADF_CREATEVECTOR = 0x2000;
 
+struct IDispatch;
 struct tagVARIANT;
 using VARIANT = tagVARIANT;
 struct tagVARIANT {
@@ -335,6 +417,7 @@ struct tagVARIANT {
                 DATE date;
                 BSTR bstrVal;
                 IUnknown* punkVal;
+                IDispatch* pdispVal;
                 SAFEARRAY* parray;
                 BYTE* pbVal;
                 SHORT* piVal;
@@ -366,6 +449,39 @@ static_assert(sizeof(DECIMAL) == 16, "DECIMAL must have COM's layout");
 inline constexpr USHORT VARIANT_NOVALUEPROP = 0x01;
 inline constexpr USHORT VARIANT_ALPHABOOL = 0x02;
 
+struct DISPPARAMS {
+    VARIANTARG* rgvarg;
+    LONG* rgdispidNamedArgs;
+    UINT cArgs;
+    UINT cNamedArgs;
+};
+
+struct EXCEPINFO {
+    WORD wCode;
+    WORD wReserved;
+    BSTR bstrSource;
+    BSTR bstrDescription;
+    BSTR bstrHelpFile;
+    DWORD dwHelpContext;
+    void* pvReserved;
+    HRESULT(STDMETHODCALLTYPE* pfnDeferredFillIn)(EXCEPINFO*);
+    SCODE scode;
+};
+
+struct ITypeInfo;
+using DISPID = LONG;
+
+inline constexpr IID IID_IDispatch = {0x00020400, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+struct IDispatch : public IUnknown {
+    virtual HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* pctinfo) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT iTInfo, LCID lcid, ITypeInfo** ppTInfo) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID riid, LPOLESTR* rgszNames, UINT cNames, LCID lcid,
+                                                    DISPID* rgDispId) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Invoke(DISPID dispIdMember, REFIID riid, LCID lcid, WORD wFlags,
+                                             DISPPARAMS* pDispParams, VARIANT* pVarResult, EXCEPINFO* pExcepInfo,
+                                             UINT* puArgErr) = 0;
+};
+
 #pragma GCC diagnostic pop
 
 // ---- Activation ----------------------------------------------------------------------------------
@@ -393,7 +509,7 @@ enum CLSCTX : DWORD {
 };
 inline constexpr DWORD CLSCTX_ALL =
     CLSCTX_INPROC_SERVER | CLSCTX_INPROC_HANDLER | CLSCTX_LOCAL_SERVER | CLSCTX_REMOTE_SERVER;
-enum REGCLS : DWORD { REGCLS_SINGLEUSE = 0, REGCLS_MULTIPLEUSE = 1 };
+enum REGCLS : DWORD { REGCLS_SINGLEUSE = 0, REGCLS_MULTIPLEUSE = 1, REGCLS_MULTI_SEPARATE = 2 };
 
 inline constexpr DWORD RPC_C_AUTHN_LEVEL_NONE = 1;
 inline constexpr DWORD RPC_C_IMP_LEVEL_IMPERSONATE = 3;
@@ -425,14 +541,21 @@ KORVEX_COM_API HRESULT CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DW
                                              DWORD* lpdwRegister);
 KORVEX_COM_API HRESULT CoRevokeClassObject(DWORD dwRegister);
 KORVEX_COM_API HRESULT CoDisconnectObject(IUnknown* pUnk, DWORD dwReserved);
+KORVEX_COM_API HRESULT CoLockObjectExternal(IUnknown* pUnk, BOOL fLock, BOOL fLastUnlockReleases);
+KORVEX_COM_API HRESULT CoCreateFreeThreadedMarshaler(IUnknown* punkOuter, IUnknown** ppunkMarshal);
+KORVEX_COM_API HRESULT CoMarshalInterThreadInterfaceInStream(REFIID riid, IUnknown* pUnk, IStream** ppStm);
+KORVEX_COM_API HRESULT CoGetInterfaceAndReleaseStream(IStream* pStm, REFIID iid, void** ppv);
 KORVEX_COM_API HRESULT CoCreateGuid(GUID* pguid);
 
 KORVEX_COM_API void* CoTaskMemAlloc(std::size_t cb);
 KORVEX_COM_API void* CoTaskMemRealloc(void* pv, std::size_t cb);
 KORVEX_COM_API void CoTaskMemFree(void* pv);
+KORVEX_COM_API HRESULT CoGetMalloc(DWORD dwMemContext, IMalloc** ppMalloc);
 
 KORVEX_COM_API HRESULT StringFromCLSID(REFCLSID rclsid, LPOLESTR* lplpsz);
 KORVEX_COM_API HRESULT CLSIDFromString(LPCOLESTR lpsz, LPCLSID pclsid);
+KORVEX_COM_API HRESULT StringFromIID(REFIID rclsid, LPOLESTR* lplpsz);
+KORVEX_COM_API HRESULT IIDFromString(LPCOLESTR lpsz, IID* lpiid);
 KORVEX_COM_API int StringFromGUID2(REFGUID rguid, LPOLESTR lpsz, int cchMax);
 KORVEX_COM_API HRESULT CLSIDFromProgID(LPCOLESTR lpszProgID, LPCLSID lpclsid);
 KORVEX_COM_API HRESULT ProgIDFromCLSID(REFCLSID clsid, LPOLESTR* lplpszProgID);
@@ -440,6 +563,8 @@ KORVEX_COM_API HRESULT ProgIDFromCLSID(REFCLSID clsid, LPOLESTR* lplpszProgID);
 KORVEX_COM_API BSTR SysAllocString(const OLECHAR* psz);
 KORVEX_COM_API BSTR SysAllocStringLen(const OLECHAR* strIn, UINT ui);
 KORVEX_COM_API BSTR SysAllocStringByteLen(const CHAR* psz, UINT len);
+KORVEX_COM_API INT SysReAllocString(BSTR* pbstr, const OLECHAR* psz);
+KORVEX_COM_API INT SysReAllocStringLen(BSTR* pbstr, const OLECHAR* psz, UINT len);
 KORVEX_COM_API void SysFreeString(BSTR bstrString);
 KORVEX_COM_API UINT SysStringLen(BSTR bstr);
 KORVEX_COM_API UINT SysStringByteLen(BSTR bstr);
@@ -447,23 +572,32 @@ KORVEX_COM_API UINT SysStringByteLen(BSTR bstr);
 KORVEX_COM_API void VariantInit(VARIANT* pvarg);
 KORVEX_COM_API HRESULT VariantClear(VARIANT* pvarg);
 KORVEX_COM_API HRESULT VariantCopy(VARIANT* pvargDest, const VARIANT* pvargSrc);
+KORVEX_COM_API HRESULT VariantCopyInd(VARIANT* pvarDest, const VARIANT* pvargSrc);
 KORVEX_COM_API HRESULT VariantChangeType(VARIANT* pvargDest, const VARIANT* pvarSrc, USHORT wFlags, VARTYPE vt);
 KORVEX_COM_API HRESULT VariantChangeTypeEx(VARIANT* pvargDest, const VARIANT* pvarSrc, LCID lcid, USHORT wFlags,
                                            VARTYPE vt);
 
 KORVEX_COM_API SAFEARRAY* SafeArrayCreate(VARTYPE vt, UINT cDims, SAFEARRAYBOUND* rgsabound);
+KORVEX_COM_API SAFEARRAY* SafeArrayCreateEx(VARTYPE vt, UINT cDims, SAFEARRAYBOUND* rgsabound, void* pvExtra);
 KORVEX_COM_API SAFEARRAY* SafeArrayCreateVector(VARTYPE vt, LONG lLbound, ULONG cElements);
+KORVEX_COM_API HRESULT SafeArrayAllocDescriptor(UINT cDims, SAFEARRAY** ppsaOut);
+KORVEX_COM_API HRESULT SafeArrayAllocData(SAFEARRAY* psa);
 KORVEX_COM_API HRESULT SafeArrayDestroy(SAFEARRAY* psa);
 KORVEX_COM_API HRESULT SafeArrayCopy(SAFEARRAY* psa, SAFEARRAY** ppsaOut);
+KORVEX_COM_API HRESULT SafeArrayRedim(SAFEARRAY* psa, SAFEARRAYBOUND* psaboundNew);
+KORVEX_COM_API HRESULT SafeArrayLock(SAFEARRAY* psa);
+KORVEX_COM_API HRESULT SafeArrayUnlock(SAFEARRAY* psa);
 KORVEX_COM_API HRESULT SafeArrayAccessData(SAFEARRAY* psa, void** ppvData);
 KORVEX_COM_API HRESULT SafeArrayUnaccessData(SAFEARRAY* psa);
 KORVEX_COM_API HRESULT SafeArrayGetVartype(SAFEARRAY* psa, VARTYPE* pvt);
+KORVEX_COM_API HRESULT SafeArrayGetIID(SAFEARRAY* psa, GUID* pguid);
 KORVEX_COM_API UINT SafeArrayGetDim(SAFEARRAY* psa);
 KORVEX_COM_API UINT SafeArrayGetElemsize(SAFEARRAY* psa);
 KORVEX_COM_API HRESULT SafeArrayGetLBound(SAFEARRAY* psa, UINT nDim, LONG* plLbound);
 KORVEX_COM_API HRESULT SafeArrayGetUBound(SAFEARRAY* psa, UINT nDim, LONG* plUbound);
 KORVEX_COM_API HRESULT SafeArrayGetElement(SAFEARRAY* psa, LONG* rgIndices, void* pv);
 KORVEX_COM_API HRESULT SafeArrayPutElement(SAFEARRAY* psa, LONG* rgIndices, void* pv);
+KORVEX_COM_API HRESULT SafeArrayPtrOfIndex(SAFEARRAY* psa, LONG* rgIndices, void** ppvData);
 
 KORVEX_COM_API INT VariantTimeToSystemTime(DOUBLE vtime, SYSTEMTIME* lpSystemTime);
 KORVEX_COM_API INT SystemTimeToVariantTime(SYSTEMTIME* lpSystemTime, DOUBLE* pvtime);

@@ -99,6 +99,16 @@ HRESULT CLSIDFromString(LPCOLESTR lpsz, LPCLSID pclsid) {
     return CO_E_CLASSSTRING;
 }
 
+HRESULT StringFromIID(REFIID rclsid, LPOLESTR* lplpsz) {
+    return StringFromCLSID(rclsid, lplpsz);
+}
+
+HRESULT IIDFromString(LPCOLESTR lpsz, IID* lpiid) {
+    const HRESULT hr = CLSIDFromString(lpsz, lpiid);
+    if (hr != CO_E_CLASSSTRING) return hr;
+    return OpxStringView(lpsz).size() == kTextLength ? CO_E_IIDSTRING : E_INVALIDARG;
+}
+
 HRESULT CoCreateGuid(GUID* pguid) {
     if (!pguid) return E_INVALIDARG;
     std::random_device random;

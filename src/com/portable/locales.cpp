@@ -125,6 +125,10 @@ const LocaleConventions& conventionsOf(LCID id) noexcept {
     for (const LocaleConventions* locale : kLocales) {
         if (locale->id == id) return *locale;
     }
+    constexpr LCID kPrimaryLanguage = 0x3FF;
+    for (const LocaleConventions* locale : kLocales) {
+        if ((locale->id & kPrimaryLanguage) == (id & kPrimaryLanguage)) return *locale;
+    }
     return kEnglish;
 }
 

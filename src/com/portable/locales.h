@@ -24,8 +24,8 @@ struct LocaleConventions {
     OpxStringView dayNames;
 };
 
-// The conventions of `id`. A locale that is not known, and those that stand for the system's or the
-// user's choice, write as en-US does.
+// The conventions of `id`, or of its language where the country is not known: en-US for English. A
+// language that is not known, and what stands for the system's or the user's choice, write as en-US does.
 const LocaleConventions& conventionsOf(LCID id) noexcept;
 
 }  // namespace Korvex::Com

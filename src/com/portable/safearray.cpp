@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <limits>
 #include <memory>
@@ -9,10 +10,17 @@ using namespace Korvex::Com;
 
 namespace {
 
-// Stands before every SAFEARRAY, so that the element type is known for as long as the array lives.
-struct alignas(16) Header {
-    VARTYPE elementType;
+// Stands before every SAFEARRAY that is made here, as COM has it: the interface of the elements, or their
+// type in the last word. Whether there is one, and which, the features tell.
+struct Header {
+    std::uint32_t words[4];
 };
+static_assert(sizeof(Header) == sizeof(IID));
+
+constexpr USHORT kObjects = FADF_UNKNOWN | FADF_DISPATCH;
+constexpr USHORT kOwning = FADF_BSTR | FADF_VARIANT | kObjects;
+// Memory of whoever made the array, which nothing stands before, and which is theirs to free.
+constexpr USHORT kForeignMemory = FADF_AUTO | FADF_STATIC | FADF_EMBEDDED | FADF_FIXEDSIZE;
 
 USHORT featuresOf(VARTYPE type) {
     switch (type) {
@@ -21,15 +29,27 @@ USHORT featuresOf(VARTYPE type) {
         case VT_VARIANT:
             return FADF_HAVEVARTYPE | FADF_VARIANT;
         case VT_UNKNOWN:
+            return FADF_HAVEIID | FADF_UNKNOWN;
         case VT_DISPATCH:
-            return FADF_HAVEVARTYPE | FADF_UNKNOWN;
+            return FADF_HAVEIID | FADF_DISPATCH;
         default:
             return FADF_HAVEVARTYPE;
     }
 }
 
+bool has(const SAFEARRAY* array, USHORT anyFeature) {
+    return (array->fFeatures & anyFeature) != 0;
+}
+
 Header* headerOf(SAFEARRAY* array) {
     return reinterpret_cast<Header*>(array) - 1;
+}
+
+// VT_EMPTY where the array does not tell.
+VARTYPE typeOf(SAFEARRAY* array) {
+    if (has(array, kForeignMemory)) return VT_EMPTY;
+    if (has(array, FADF_HAVEIID)) return has(array, FADF_DISPATCH) ? VT_DISPATCH : VT_UNKNOWN;
+    return has(array, FADF_HAVEVARTYPE) ? static_cast<VARTYPE>(headerOf(array)->words[3]) : VARTYPE{VT_EMPTY};
 }
 
 std::size_t elementCount(const SAFEARRAY* array) {
@@ -58,6 +78,14 @@ bool sizeFits(const SAFEARRAYBOUND* bounds, UINT dimensions, std::size_t element
     return true;
 }
 
+void setInterface(SAFEARRAY* array, REFIID interfaceId) {
+    std::memcpy(headerOf(array), &interfaceId, sizeof interfaceId);
+}
+
+ULONG locksOf(SAFEARRAY* array) {
+    return std::atomic_ref(array->cLocks);
+}
+
 struct ArrayMemoryDeleter {
     void operator()(SAFEARRAY* array) const {
         std::free(array->pvData);
@@ -66,54 +94,94 @@ struct ArrayMemoryDeleter {
 };
 using ArrayMemory = std::unique_ptr<SAFEARRAY, ArrayMemoryDeleter>;
 
-// Zeroed elements in `bounds`, which are in the descriptor's order: leftmost dimension last.
-ArrayMemory allocateArray(VARTYPE type, UINT dimensions, const SAFEARRAYBOUND* bounds) {
-    const std::size_t elementSize = sizeOfType(type);
-    if (elementSize == 0 || dimensions == 0 || dimensions > std::numeric_limits<USHORT>::max()) return nullptr;
-    if (!sizeFits(bounds, dimensions, elementSize)) return nullptr;
-
-    const std::size_t descriptorSize = sizeof(SAFEARRAY) + (dimensions - 1) * sizeof(SAFEARRAYBOUND);
-    auto* header = static_cast<Header*>(std::calloc(1, sizeof(Header) + descriptorSize));
+ArrayMemory allocateDescriptor(UINT dimensions) {
+    if (dimensions == 0 || dimensions > std::numeric_limits<USHORT>::max()) return nullptr;
+    const std::size_t size = sizeof(SAFEARRAY) + (dimensions - 1) * sizeof(SAFEARRAYBOUND);
+    auto* header = static_cast<Header*>(std::calloc(1, sizeof(Header) + size));
     if (!header) return nullptr;
-    header->elementType = type;
     ArrayMemory array(reinterpret_cast<SAFEARRAY*>(header + 1));
     array->cDims = static_cast<USHORT>(dimensions);
-    array->fFeatures = featuresOf(type);
-    array->cbElements = static_cast<ULONG>(elementSize);
-    std::copy_n(bounds, dimensions, array->rgsabound);
-
-    const std::size_t count = elementCount(array.get());
-    array->pvData = std::calloc(count == 0 ? 1 : count, elementSize);
-    if (!array->pvData) return nullptr;
     return array;
 }
 
+bool allocateData(SAFEARRAY* array) {
+    if (!sizeFits(array->rgsabound, array->cDims, array->cbElements)) return false;
+    const std::size_t size = elementCount(array) * array->cbElements;
+    array->pvData = std::calloc(1, size == 0 ? 1 : size);
+    return array->pvData != nullptr;
+}
+
+// Zeroed elements in `bounds`, which are in the descriptor's order: leftmost dimension last.
+ArrayMemory allocateArray(VARTYPE type, UINT dimensions, const SAFEARRAYBOUND* bounds) {
+    const std::size_t elementSize = sizeOfType(type);
+    ArrayMemory array = elementSize == 0 ? nullptr : allocateDescriptor(dimensions);
+    if (!array) return nullptr;
+    array->fFeatures = featuresOf(type);
+    array->cbElements = static_cast<ULONG>(elementSize);
+    std::copy_n(bounds, dimensions, array->rgsabound);
+    if (has(array.get(), FADF_HAVEIID)) {
+        setInterface(array.get(), type == VT_DISPATCH ? IID_IDispatch : IID_IUnknown);
+    } else {
+        headerOf(array.get())->words[3] = type;
+    }
+    return allocateData(array.get()) ? std::move(array) : nullptr;
+}
+
+// An array like `source`, whose elements are zero.
+ArrayMemory allocateLike(SAFEARRAY* source) {
+    if (const VARTYPE type = typeOf(source); type != VT_EMPTY) {
+        ArrayMemory copy = allocateArray(type, source->cDims, source->rgsabound);
+        if (copy) *headerOf(copy.get()) = *headerOf(source);
+        return copy;
+    }
+    ArrayMemory copy = allocateDescriptor(source->cDims);
+    if (!copy) return nullptr;
+    copy->fFeatures = source->fFeatures & kOwning;
+    copy->cbElements = source->cbElements;
+    std::copy_n(source->rgsabound, source->cDims, copy->rgsabound);
+    return allocateData(copy.get()) ? std::move(copy) : nullptr;
+}
+
 void clearElement(const SAFEARRAY* array, void* element) {
-    if (array->fFeatures & FADF_BSTR) {
+    if (has(array, FADF_BSTR)) {
         SysFreeString(*static_cast<BSTR*>(element));
-    } else if (array->fFeatures & FADF_VARIANT) {
+    } else if (has(array, FADF_VARIANT)) {
         VariantClear(static_cast<VARIANT*>(element));
-    } else if (array->fFeatures & FADF_UNKNOWN) {
+    } else if (has(array, kObjects)) {
         if (auto* object = *static_cast<IUnknown**>(element)) object->Release();
     }
     std::memset(element, 0, array->cbElements);
 }
 
+void clearElements(SAFEARRAY* array) {
+    const std::size_t count = array->pvData ? elementCount(array) : 0;
+    for (std::size_t i = 0; i < count; ++i) clearElement(array, elementAt(array, i));
+}
+
+// Room for `count` elements, of which those behind the first `kept` are zero.
+bool grow(SAFEARRAY* array, std::size_t kept, std::size_t count) {
+    void* const data = std::realloc(array->pvData, count * array->cbElements);
+    if (!data) return false;
+    array->pvData = data;
+    std::memset(elementAt(array, kept), 0, (count - kept) * array->cbElements);
+    return true;
+}
+
 // Copies what `source` refers to into the empty element at `target`.
 HRESULT copyElement(const SAFEARRAY* array, const void* source, void* target) {
-    if (array->fFeatures & FADF_BSTR) {
+    if (has(array, FADF_BSTR)) {
         const auto text = *static_cast<const BSTR*>(source);
         auto& copy = *static_cast<BSTR*>(target);
         copy = text ? SysAllocStringByteLen(reinterpret_cast<const CHAR*>(text), SysStringByteLen(text)) : nullptr;
         return text && !copy ? E_OUTOFMEMORY : S_OK;
     }
-    if (array->fFeatures & FADF_VARIANT) {
+    if (has(array, FADF_VARIANT)) {
         auto* copy = static_cast<VARIANT*>(target);
         VariantInit(copy);
         return VariantCopy(copy, static_cast<const VARIANT*>(source));
     }
-    std::memcpy(target, source, array->cbElements);
-    if (array->fFeatures & FADF_UNKNOWN) {
+    std::memmove(target, source, array->cbElements);
+    if (has(array, kObjects)) {
         if (auto* object = *static_cast<IUnknown**>(target)) object->AddRef();
     }
     return S_OK;
@@ -134,23 +202,41 @@ BYTE* findElement(SAFEARRAY* array, const LONG* indices) {
 }  // namespace
 
 SAFEARRAY* SafeArrayCreate(VARTYPE vt, UINT cDims, SAFEARRAYBOUND* rgsabound) {
+    return SafeArrayCreateEx(vt, cDims, rgsabound, nullptr);
+}
+
+SAFEARRAY* SafeArrayCreateEx(VARTYPE vt, UINT cDims, SAFEARRAYBOUND* rgsabound, void* pvExtra) {
     if (!rgsabound) return nullptr;
     ArrayMemory array = allocateArray(vt, cDims, rgsabound);
-    if (array) std::reverse(array->rgsabound, array->rgsabound + cDims);
+    if (!array) return nullptr;
+    std::reverse(array->rgsabound, array->rgsabound + cDims);
+    if (pvExtra && has(array.get(), FADF_HAVEIID)) setInterface(array.get(), *static_cast<const IID*>(pvExtra));
     return array.release();
 }
 
 SAFEARRAY* SafeArrayCreateVector(VARTYPE vt, LONG lLbound, ULONG cElements) {
     const SAFEARRAYBOUND bound = {cElements, lLbound};
-    return allocateArray(vt, 1, &bound).release();
+    ArrayMemory array = allocateArray(vt, 1, &bound);
+    if (array) array->fFeatures |= FADF_CREATEVECTOR;
+    return array.release();
+}
+
+HRESULT SafeArrayAllocDescriptor(UINT cDims, SAFEARRAY** ppsaOut) {
+    if (!ppsaOut || cDims == 0 || cDims > std::numeric_limits<USHORT>::max()) return E_INVALIDARG;
+    *ppsaOut = allocateDescriptor(cDims).release();
+    return *ppsaOut ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT SafeArrayAllocData(SAFEARRAY* psa) {
+    if (!psa) return E_INVALIDARG;
+    return allocateData(psa) ? S_OK : E_OUTOFMEMORY;
 }
 
 HRESULT SafeArrayDestroy(SAFEARRAY* psa) {
     if (!psa) return S_OK;
-    if (psa->cLocks > 0) return DISP_E_ARRAYISLOCKED;
-    ArrayMemory memory(psa);
-    const std::size_t count = elementCount(psa);
-    for (std::size_t i = 0; i < count; ++i) clearElement(psa, elementAt(psa, i));
+    if (locksOf(psa) > 0) return DISP_E_ARRAYISLOCKED;
+    clearElements(psa);
+    if (!has(psa, kForeignMemory)) ArrayMemoryDeleter()(psa);
     return S_OK;
 }
 
@@ -159,10 +245,10 @@ HRESULT SafeArrayCopy(SAFEARRAY* psa, SAFEARRAY** ppsaOut) {
     *ppsaOut = nullptr;
     if (!psa) return S_OK;
 
-    SAFEARRAY* copy = allocateArray(headerOf(psa)->elementType, psa->cDims, psa->rgsabound).release();
+    SAFEARRAY* copy = allocateLike(psa).release();
     if (!copy) return E_OUTOFMEMORY;
 
-    const std::size_t count = elementCount(psa);
+    const std::size_t count = psa->pvData ? elementCount(psa) : 0;
     for (std::size_t i = 0; i < count; ++i) {
         const HRESULT hr = copyElement(psa, elementAt(psa, i), elementAt(copy, i));
         if (FAILED(hr)) {
@@ -174,23 +260,60 @@ HRESULT SafeArrayCopy(SAFEARRAY* psa, SAFEARRAY** ppsaOut) {
     return S_OK;
 }
 
-HRESULT SafeArrayAccessData(SAFEARRAY* psa, void** ppvData) {
-    if (!psa || !ppvData) return E_INVALIDARG;
-    ++psa->cLocks;
-    *ppvData = psa->pvData;
+HRESULT SafeArrayRedim(SAFEARRAY* psa, SAFEARRAYBOUND* psaboundNew) {
+    if (!psa || !psaboundNew || psa->cbElements == 0 || has(psa, kForeignMemory)) return E_INVALIDARG;
+    if (locksOf(psa) > 0) return DISP_E_ARRAYISLOCKED;
+
+    // The rightmost dimension varies most slowly: what comes or goes stands at the end.
+    const SAFEARRAYBOUND old = psa->rgsabound[0];
+    const std::size_t oldCount = psa->pvData ? elementCount(psa) : 0;
+    psa->rgsabound[0] = *psaboundNew;
+    const bool fits = sizeFits(psa->rgsabound, psa->cDims, psa->cbElements);
+    const std::size_t count = fits ? elementCount(psa) : 0;
+    if (!fits || (count > oldCount && !grow(psa, oldCount, count))) {
+        psa->rgsabound[0] = old;
+        return E_OUTOFMEMORY;
+    }
+    for (std::size_t i = count; i < oldCount; ++i) clearElement(psa, elementAt(psa, i));
     return S_OK;
 }
 
-HRESULT SafeArrayUnaccessData(SAFEARRAY* psa) {
+HRESULT SafeArrayLock(SAFEARRAY* psa) {
     if (!psa) return E_INVALIDARG;
-    if (psa->cLocks == 0) return E_UNEXPECTED;
-    --psa->cLocks;
+    ++std::atomic_ref(psa->cLocks);
     return S_OK;
+}
+
+HRESULT SafeArrayUnlock(SAFEARRAY* psa) {
+    if (!psa) return E_INVALIDARG;
+    std::atomic_ref locks(psa->cLocks);
+    for (ULONG held = locks; held != 0;) {
+        if (locks.compare_exchange_weak(held, held - 1)) return S_OK;
+    }
+    return E_UNEXPECTED;
+}
+
+HRESULT SafeArrayAccessData(SAFEARRAY* psa, void** ppvData) {
+    if (!psa || !ppvData) return E_INVALIDARG;
+    *ppvData = psa->pvData;
+    return SafeArrayLock(psa);
+}
+
+HRESULT SafeArrayUnaccessData(SAFEARRAY* psa) {
+    return SafeArrayUnlock(psa);
 }
 
 HRESULT SafeArrayGetVartype(SAFEARRAY* psa, VARTYPE* pvt) {
     if (!psa || !pvt) return E_INVALIDARG;
-    *pvt = headerOf(psa)->elementType;
+    const VARTYPE type = typeOf(psa);
+    if (type == VT_EMPTY) return E_INVALIDARG;
+    *pvt = type;
+    return S_OK;
+}
+
+HRESULT SafeArrayGetIID(SAFEARRAY* psa, GUID* pguid) {
+    if (!psa || !pguid || has(psa, kForeignMemory) || !has(psa, FADF_HAVEIID)) return E_INVALIDARG;
+    std::memcpy(pguid, headerOf(psa), sizeof *pguid);
     return S_OK;
 }
 
@@ -229,13 +352,22 @@ HRESULT SafeArrayPutElement(SAFEARRAY* psa, LONG* rgIndices, void* pv) {
     if (!element) return DISP_E_BADINDEX;
 
     // A text or an object is handed over as itself, any other element by its address.
-    const bool isPointer = (psa->fFeatures & (FADF_BSTR | FADF_UNKNOWN)) != 0;
+    const bool isPointer = has(psa, FADF_BSTR | kObjects);
     if (!isPointer && !pv) return E_INVALIDARG;
+    if (!has(psa, kOwning)) return copyElement(psa, pv, element);
     VARIANT value;
     VariantInit(&value);
     const HRESULT hr = copyElement(psa, isPointer ? static_cast<const void*>(&pv) : pv, &value);
     if (FAILED(hr)) return hr;
     clearElement(psa, element);
     std::memcpy(element, &value, psa->cbElements);
+    return S_OK;
+}
+
+HRESULT SafeArrayPtrOfIndex(SAFEARRAY* psa, LONG* rgIndices, void** ppvData) {
+    if (!psa || !rgIndices || !ppvData) return E_INVALIDARG;
+    BYTE* const element = findElement(psa, rgIndices);
+    if (!element) return DISP_E_BADINDEX;
+    *ppvData = element;
     return S_OK;
 }

@@ -69,6 +69,25 @@ std::size_t sizeOfType(VARTYPE type) noexcept {
     }
 }
 
+HRESULT dereference(const VARIANT& source, VARIANT& value) {
+    value = source;
+    if ((source.vt & VT_BYREF) == 0) return S_OK;
+    if (!source.byref) return E_INVALIDARG;
+    const auto type = static_cast<VARTYPE>(source.vt & ~VT_BYREF);
+    if (type == VT_VARIANT) {
+        const VARIANT inner = *source.pvarVal;
+        return inner.vt == (VT_BYREF | VT_VARIANT) ? E_INVALIDARG : dereference(inner, value);
+    }
+    if (type == VT_DECIMAL) {
+        value.decVal = *static_cast<const DECIMAL*>(source.byref);
+    } else {
+        value.llVal = 0;
+        std::memcpy(&value.llVal, source.byref, (type & VT_ARRAY) != 0 ? sizeof(SAFEARRAY*) : sizeOfType(type));
+    }
+    value.vt = type;
+    return S_OK;
+}
+
 }  // namespace Korvex::Com
 
 void VariantInit(VARIANT* pvarg) {
@@ -108,4 +127,12 @@ HRESULT VariantCopy(VARIANT* pvargDest, const VARIANT* pvargSrc) {
     }
     *pvargDest = copy;
     return S_OK;
+}
+
+HRESULT VariantCopyInd(VARIANT* pvarDest, const VARIANT* pvargSrc) {
+    if (!pvarDest || !pvargSrc) return E_INVALIDARG;
+    if (!isVariantType(pvargSrc->vt)) return DISP_E_BADVARTYPE;
+    VARIANT value;
+    const HRESULT hr = dereference(*pvargSrc, value);
+    return FAILED(hr) ? hr : VariantCopy(pvarDest, &value);
 }

@@ -210,24 +210,29 @@ HRESULT convertScalar(const VARIANT& source, const LocaleConventions& locale, US
     }
 }
 
-// A shallow copy of what `source` holds or refers to.
-HRESULT dereference(const VARIANT& source, VARIANT& value) {
-    value = source;
-    if ((source.vt & VT_BYREF) == 0) return S_OK;
-    if (!source.byref) return E_INVALIDARG;
-    const auto type = static_cast<VARTYPE>(source.vt & ~VT_BYREF);
-    if (type == VT_VARIANT) {
-        const VARIANT inner = *source.pvarVal;
-        return inner.vt == (VT_BYREF | VT_VARIANT) ? E_INVALIDARG : dereference(inner, value);
-    }
-    if (type == VT_DECIMAL) {
-        value.decVal = *static_cast<const DECIMAL*>(source.byref);
-    } else {
-        value.llVal = 0;
-        std::memcpy(&value.llVal, source.byref, (type & VT_ARRAY) != 0 ? sizeof(SAFEARRAY*) : sizeOfType(type));
-    }
-    value.vt = type;
+// A text and an array of its bytes are one another.
+constexpr VARTYPE kBytes = VT_ARRAY | VT_UI1;
+
+HRESULT storeBytes(BSTR text, VARIANT& result) {
+    const UINT count = SysStringByteLen(text);
+    result.parray = SafeArrayCreateVector(VT_UI1, 0, count);
+    if (!result.parray) return E_OUTOFMEMORY;
+    if (count > 0) std::memcpy(result.parray->pvData, text, count);
     return S_OK;
+}
+
+HRESULT storeTextOf(SAFEARRAY* bytes, VARIANT& result) {
+    if (SafeArrayGetDim(bytes) != 1 || SafeArrayGetElemsize(bytes) != 1) return E_INVALIDARG;
+    result.bstrVal = SysAllocStringByteLen(static_cast<const CHAR*>(bytes->pvData), bytes->rgsabound[0].cElements);
+    return result.bstrVal ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT convertValue(const VARIANT& value, LCID lcid, USHORT flags, VARTYPE target, VARIANT& result) {
+    if (value.vt == VT_BSTR && target == kBytes) return storeBytes(value.bstrVal, result);
+    if (value.vt == kBytes && target == VT_BSTR) return storeTextOf(value.parray, result);
+    const bool neverConverts = value.vt == VT_NULL || value.vt == VT_ERROR;
+    if (neverConverts || ((value.vt | target) & (VT_ARRAY | VT_BYREF)) != 0) return DISP_E_TYPEMISMATCH;
+    return convertScalar(value, conventionsOf(lcid), flags, target, result);
 }
 
 HRESULT convert(const VARIANT& source, LCID lcid, USHORT flags, VARTYPE target, VARIANT& result) {
@@ -238,9 +243,7 @@ HRESULT convert(const VARIANT& source, LCID lcid, USHORT flags, VARTYPE target, 
     if (!isVariantType(value.vt)) return DISP_E_BADVARTYPE;
     if (value.vt == target) return VariantCopy(&result, &value);
 
-    const bool neverConverts = value.vt == VT_NULL || value.vt == VT_ERROR;
-    if (neverConverts || ((value.vt | target) & (VT_ARRAY | VT_BYREF)) != 0) return DISP_E_TYPEMISMATCH;
-    hr = convertScalar(value, conventionsOf(lcid), flags, target, result);
+    hr = convertValue(value, lcid, flags, target, result);
     // A DECIMAL lies over the type, which is therefore set last.
     result.vt = target;
     return hr;

@@ -11,6 +11,9 @@ bool isVariantType(VARTYPE type) noexcept;
 // The bytes of a value of a scalar type, or of VT_VARIANT, outside a VARIANT; 0 if it has none.
 std::size_t sizeOfType(VARTYPE type) noexcept;
 
+// A shallow copy of what `source` holds or refers to.
+HRESULT dereference(const VARIANT& source, VARIANT& value);
+
 // True for the types whose value is a counted reference.
 constexpr bool isObjectType(VARTYPE type) noexcept {
     return type == VT_UNKNOWN || type == VT_DISPATCH;

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <string>
+#include <string_view>
 #include <type_traits>
 #include <typeinfo>
 #include <utility>
@@ -31,12 +33,27 @@ template <typename T>
 concept ForeignCharacter = std::same_as<T, char> || std::same_as<T, char8_t> || std::same_as<T, char32_t> ||
     (std::same_as<T, wchar_t> && !std::same_as<T, OLECHAR>);
 
+template <typename T>
+struct CharacterOf : std::type_identity<void> {};
+template <typename C>
+struct CharacterOf<C*> : std::type_identity<std::remove_cv_t<C>> {};
+template <typename C, typename... Others>
+struct CharacterOf<std::basic_string<C, Others...>> : std::type_identity<C> {};
+template <typename C, typename... Others>
+struct CharacterOf<std::basic_string_view<C, Others...>> : std::type_identity<C> {};
+
+// Text that is not UTF-8 in chars and not UTF-16 in OLECHARs. It would be an application's own type on the
+// one system and text on the other.
+template <typename T>
+concept ForeignText = !TextLike<T> && (ForeignCharacter<typename CharacterOf<T>::type> ||
+                                       std::same_as<typename CharacterOf<T>::type, char16_t>);
+
 // What an Object can hold but null, text and Objects.
 template <typename T>
-concept Storable =
-    !std::same_as<T, Object> && !std::same_as<T, std::nullptr_t> && !TextLike<T> && !ForeignCharacter<T> &&
-    ((kIsVector<T> && Type::of<T>().kind() != Type::Kind::Application) ||
-     (!kIsVector<T> && (Type::of<T>().kind() != Type::Kind::Application || ApplicationValue<T>)));
+concept Storable = !std::same_as<T, Object> && !std::same_as<T, std::nullptr_t> && !std::same_as<T, long double> &&
+                   !TextLike<T> && !ForeignCharacter<T> && !ForeignText<T> &&
+                   ((kIsVector<T> && Type::of<T>().kind() != Type::Kind::Application) ||
+                    (!kIsVector<T> && (Type::of<T>().kind() != Type::Kind::Application || ApplicationValue<T>)));
 
 // ---- As it is stored -----------------------------------------------------------------------------
 

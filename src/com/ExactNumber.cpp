@@ -1,4 +1,4 @@
-#include "com/portable/ExactNumber.h"
+#include "com/ExactNumber.h"
 
 #include <algorithm>
 #include <charconv>
@@ -99,6 +99,15 @@ DECIMAL ExactNumber::toDecimal() const noexcept {
     result.scale = static_cast<BYTE>(scale_);
     result.sign = negative_ && !isZero() ? DECIMAL_NEG : BYTE{0};
     return result;
+}
+
+std::optional<std::int64_t> ExactNumber::toCurrency() const noexcept {
+    constexpr int kDecimals = 4;
+    const auto scaled = withScale(kDecimals);
+    const auto size = scaled ? scaled->magnitude() : std::nullopt;
+    const std::uint64_t largest = (std::uint64_t{1} << 63) - (negative_ ? 0 : 1);
+    if (!size || *size > largest) return std::nullopt;
+    return static_cast<std::int64_t>(negative_ ? 0 - *size : *size);
 }
 
 std::string ExactNumber::toText() const {

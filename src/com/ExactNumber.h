@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "com/portable/com_portable.h"
+#include "com/com.h"
 
 namespace Korvex::Com {
 
@@ -35,6 +35,8 @@ public:
 
     double toDouble() const;
     DECIMAL toDecimal() const noexcept;
+    // The value times 10,000, half rounded to even; nothing if no currency is that large.
+    std::optional<std::int64_t> toCurrency() const noexcept;
     // With "." before the decimals, which have no trailing zeros.
     std::string toText() const;
 
