@@ -217,7 +217,7 @@ private:
 
     bool keepId(const ListedElement& branch) {
         const OpxString& id = branch.itemName;
-        const bool isItsOwn = !id.empty() && id != parent_ && id != routeToParent_.start && owners_.at(id) != nullptr;
+        const bool isItsOwn = !id.empty() && id != routeToParent_.start && owners_.at(id) != nullptr;
         if (!isItsOwn) return false;
         Route route = routeTo(branch.name, false);
         if (lister_.leadsElsewhere(id, route)) return false;

@@ -246,6 +246,14 @@ TEST_F(BranchListerTest, ABranchBelowItselfEndsNoRoutes) {
     }
 }
 
+TEST_F(BranchListerTest, ANameOfOursIsNotTheBeginningOfItsOwnRoute) {
+    space.findsIds = true;
+    const Branch x = {OLESTR("Z"), OLESTR("X"), {{OLESTR("Y"), {}, {}, {}}}, {}};
+    space.root.branches = {{OLESTR("start"), OLESTR("X/Y"), {x}, {}}};
+    EXPECT_THAT(list(OLESTR("X/Y")), ElementsAre("Z=X/"));
+    EXPECT_THAT(list(OLESTR("X")), ElementsAre("Y=X/Y~2/"));
+}
+
 TEST_F(BranchListerTest, ABranchWithoutANameSpoilsNoRoute) {
     space.root.branches = {{{}, {}, {}, {}},
                            {OLESTR("A"), {}, {{OLESTR("B"), {}, {}, {{OLESTR("x"), OLESTR("1")}}}}, {}}};
