@@ -182,28 +182,29 @@ class BranchLister::Naming {
 public:
     Naming(BranchLister& lister, const OpxString& parent, std::vector<ListedElement>& branches,
            const std::vector<ListedElement>& leaves)
-        : lister_(lister), parent_(parent), routeToParent_(lister.routeTo(parent)), branches_(branches) {
+        : lister_(lister),
+          parent_(parent),
+          routeToParent_(lister.routeTo(parent)),
+          branches_(branches),
+          leaves_(leaves) {
         for (const ListedElement& branch : branches_) {
             const auto [first, isFirst] = owners_.emplace(branch.itemName, &branch.name);
             if (!isFirst && first->second && *first->second != branch.name) first->second = nullptr;
         }
-        for (const ListedElement& leaf : leaves) leafNames_.emplace(leaf.itemName, &leaf.name);
     }
 
     HRESULT settle(const ItemTest& itemTest) {
-        std::vector<bool> isOurs;
+        std::vector<ListedElement*> withoutId;
         for (ListedElement& branch : branches_) {
-            isOurs.push_back(!keepId(branch));
-            if (isOurs.back()) branch.itemName = unusedName(branch.name, 1);
+            if (!keepId(branch)) withoutId.push_back(&branch);
         }
+        if (!withoutId.empty()) noteLeaves();
+        for (ListedElement* branch : withoutId) takeName(*branch, 1);
+
         std::vector<bool> areItems;
         if (const HRESULT hr = test(itemTest, areItems); failed(hr)) return hr;
-        for (std::size_t i = 0; i < branches_.size(); ++i) {
-            if (isOurs[i])
-                keepName(branches_[i], areItems[i]);
-            else
-                branches_[i].isItem = areItems[i];
-        }
+        for (std::size_t i = 0; i < branches_.size(); ++i) branches_[i].isItem = areItems[i];
+        for (ListedElement* branch : withoutId) giveUpItemsName(*branch);
         return S_OK;
     }
 
@@ -213,6 +214,10 @@ private:
         route.names.push_back(name);
         route.isOnlyWay = isOnlyWay;
         return route;
+    }
+
+    void noteLeaves() {
+        for (const ListedElement& leaf : leaves_) leafNames_.emplace(leaf.itemName, &leaf.name);
     }
 
     bool keepId(const ListedElement& branch) {
@@ -226,15 +231,20 @@ private:
     }
 
     // The path, with a number from the second attempt on.
-    OpxString unusedName(const OpxString& name, int attempt) const {
-        const Route route = routeTo(name, true);
-        const OpxString path = parent_.empty() ? name : parent_ + kStep + name;
-        for (;; ++attempt) {
-            OpxString candidate = attempt == 1 ? path : path + kNumber + fromUtf8(std::to_string(attempt));
-            const bool isTaken = candidate.empty() || candidate == route.start || owners_.contains(candidate) ||
-                                 isOtherLeafs(candidate, name) || lister_.leadsElsewhere(candidate, route);
-            if (!isTaken) return candidate;
-        }
+    void takeName(ListedElement& branch, int attempt) {
+        Route route = routeTo(branch.name, true);
+        const OpxString path = parent_.empty() ? branch.name : parent_ + kStep + branch.name;
+        do {
+            branch.itemName = attempt == 1 ? path : path + kNumber + fromUtf8(std::to_string(attempt));
+            ++attempt;
+        } while (isTaken(branch, route));
+        lister_.routes_.try_emplace(branch.itemName, std::move(route));
+    }
+
+    bool isTaken(const ListedElement& branch, const Route& route) const {
+        const OpxString& name = branch.itemName;
+        return name.empty() || name == route.start || owners_.contains(name) || isOtherLeafs(name, branch.name) ||
+               lister_.leadsElsewhere(name, route);
     }
 
     bool isOtherLeafs(const OpxString& id, const OpxString& branchName) const {
@@ -242,9 +252,11 @@ private:
         return leaf != leafNames_.end() && *leaf->second != branchName;
     }
 
-    void keepName(ListedElement& branch, bool isAnItems) {
-        if (isAnItems && !leafNames_.contains(branch.itemName)) branch.itemName = unusedName(branch.name, 2);
-        lister_.routes_.try_emplace(branch.itemName, routeTo(branch.name, true));
+    // What the server knows by the name is another element, unless it is the branch's own leaf.
+    void giveUpItemsName(ListedElement& branch) {
+        if (!std::exchange(branch.isItem, false) || leafNames_.contains(branch.itemName)) return;
+        lister_.routes_.erase(branch.itemName);
+        takeName(branch, 2);
     }
 
     // A server that does not say has no items among its branches.
@@ -262,6 +274,7 @@ private:
     const OpxString& parent_;
     const Route routeToParent_;
     std::vector<ListedElement>& branches_;
+    const std::vector<ListedElement>& leaves_;
     std::unordered_map<OpxString, const OpxString*> owners_;     // of the IDs; null for one that several share
     std::unordered_map<OpxString, const OpxString*> leafNames_;  // by the items' IDs
 };

@@ -178,6 +178,8 @@ TEST_F(BranchListerTest, ANameOfOursIsNoOtherElements) {
     EXPECT_THAT(list(OLESTR("A/B")), ElementsAre("outer=2*"));
     EXPECT_THAT(list(OLESTR("A/B~2")), ElementsAre("inner=1*"));
     EXPECT_THAT(list(OLESTR("A")), ElementsAre("B=A/B~2/")) << "it stays";
+    space.root.branches[0].branches.push_back({OLESTR("B~2"), {}, {}, {}});
+    EXPECT_THAT(list(OLESTR("A")), ElementsAre("B=A/B~2/", "B~2=A/B~2~2/"));
 }
 
 TEST_F(BranchListerTest, AnIdThatANameOfOursHasTakenIsNotGivenToItsBranch) {
