@@ -1,6 +1,7 @@
 // The servers that are registered on this machine, wherever the system keeps that.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -8,9 +9,13 @@
 
 namespace Korvex::Com {
 
+// What is registered at a moment. Where the registry is a database of the system, that is asked each time.
+struct RegisteredServers;
+std::shared_ptr<const RegisteredServers> lookAtServers();
+
 // The classes that implement one of the categories, each once, in the registry's order; of an empty list
 // the classes that implement any.
-std::vector<CLSID> classesOfCategories(const std::vector<CATID>& categories);
+std::vector<CLSID> classesOfCategories(const RegisteredServers& servers, const std::vector<CATID>& categories);
 
 // What the registry says of a class; a text may be empty.
 struct ClassDetails {
@@ -19,6 +24,6 @@ struct ClassDetails {
     OpxString versionIndependentProgId;
 };
 // Nothing for a class that is not registered.
-std::optional<ClassDetails> detailsOfClass(REFCLSID clsid);
+std::optional<ClassDetails> detailsOfClass(const RegisteredServers& servers, REFCLSID clsid);
 
 }  // namespace Korvex::Com

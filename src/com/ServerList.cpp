@@ -1,7 +1,10 @@
 #include "com/ServerList.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
+#include <memory>
+#include <mutex>
 #include <new>
 #include <utility>
 #include <vector>
@@ -16,6 +19,9 @@
 
 namespace Korvex::Com {
 namespace {
+
+// One look serves a listing, which asks for the classes of several categories and then for each class.
+constexpr std::chrono::seconds kLookLasts{1};
 
 // The count of categories with which a caller asks for the servers of all.
 constexpr ULONG kAnyCategory = 0xFFFFFFFFu;
@@ -59,14 +65,14 @@ private:
 
 // Servers of these registries require nothing of their clients, so required categories exclude none.
 template <typename Interface>
-HRESULT enumerate(ULONG count, const CATID* implemented, Interface** out) {
+HRESULT enumerate(const RegisteredServers& servers, ULONG count, const CATID* implemented, Interface** out) {
     if (!out) return E_INVALIDARG;
     *out = nullptr;
     const bool ofAnyCategory = count == 0 || count == kAnyCategory;
     if (!ofAnyCategory && !implemented) return E_INVALIDARG;
     std::vector<CATID> categories;
     if (!ofAnyCategory) categories.assign(implemented, implemented + count);
-    *out = new (std::nothrow) ClassIdEnumerator<Interface>(classesOfCategories(categories));
+    *out = new (std::nothrow) ClassIdEnumerator<Interface>(classesOfCategories(servers, categories));
     return *out ? S_OK : E_OUTOFMEMORY;
 }
 
@@ -74,18 +80,18 @@ class ServerList final : public ComObject<IOPCServerList2, IOPCServerList> {
 public:
     HRESULT STDMETHODCALLTYPE EnumClassesOfCategories(ULONG cImplemented, CATID* rgcatidImpl, ULONG, CATID*,
                                                       IOPCEnumGUID** ppenumClsid) override {
-        return enumerate(cImplemented, rgcatidImpl, ppenumClsid);
+        return enumerate(*recentLook(), cImplemented, rgcatidImpl, ppenumClsid);
     }
     HRESULT STDMETHODCALLTYPE EnumClassesOfCategories(ULONG cImplemented, CATID* rgcatidImpl, ULONG, CATID*,
                                                       IEnumGUID** ppenumClsid) override {
-        return enumerate(cImplemented, rgcatidImpl, ppenumClsid);
+        return enumerate(*recentLook(), cImplemented, rgcatidImpl, ppenumClsid);
     }
 
     HRESULT STDMETHODCALLTYPE GetClassDetails(REFCLSID clsid, LPOLESTR* ppszProgID, LPOLESTR* ppszUserType,
                                               LPOLESTR* ppszVerIndProgID) override {
         if (!ppszProgID || !ppszUserType || !ppszVerIndProgID) return E_POINTER;
         *ppszProgID = *ppszUserType = *ppszVerIndProgID = nullptr;
-        const auto details = detailsOfClass(clsid);
+        const auto details = detailsOf(clsid);
         if (!details) return REGDB_E_CLASSNOTREG;
         TaskString progId(copyToTaskMemory(details->progId));
         TaskString description(copyToTaskMemory(details->description));
@@ -109,7 +115,27 @@ public:
     }
 
 private:
+    using Look = std::shared_ptr<const RegisteredServers>;
+
+    Look recentLook() {
+        const std::lock_guard guard(lock_);
+        const auto now = std::chrono::steady_clock::now();
+        if (!look_ || now - taken_ > kLookLasts) {
+            look_ = lookAtServers();
+            taken_ = now;
+        }
+        return look_;
+    }
+    // A class that has come since the last look is found.
+    std::optional<ClassDetails> detailsOf(REFCLSID clsid) {
+        auto details = detailsOfClass(*recentLook(), clsid);
+        return details ? details : detailsOfClass(*lookAtServers(), clsid);
+    }
+
     ProcessHold hold_;
+    std::mutex lock_;
+    Look look_;
+    std::chrono::steady_clock::time_point taken_;
 };
 
 }  // namespace

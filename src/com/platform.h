@@ -42,9 +42,13 @@ std::filesystem::path programPath();
 // An environment variable in UTF-16; nothing if it is not set.
 std::optional<OpxString> environmentVariable(const char* name);
 
-// What COM's registry on this machine holds and no server can be read from: a sentence each. Always empty
-// where the registry is a database of the system.
-std::vector<OpxString> brokenRegistrations();
+// What the calling thread's last look at COM's registry on this machine found and no server could be read
+// from: a sentence each, told once. Always empty where the registry is a database of the system.
+std::vector<OpxString> takeBrokenRegistrations();
+
+// Why the calling thread's last creation of an object could not load the class's module, in a sentence told
+// once; empty where it was no module's fault, or the system does not say.
+OpxString takeModuleFailure();
 
 // Keeps the process's multi-threaded apartment alive, though the thread that brought it up may end.
 // Returns what takes that back; null where the system cannot.

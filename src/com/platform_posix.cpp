@@ -134,8 +134,12 @@ std::optional<XmlAttributes> readXmlAttributes(const std::filesystem::path& file
     return found;
 }
 
-std::vector<OpxString> brokenRegistrations() {
-    return describeBrokenFiles();
+std::vector<OpxString> takeBrokenRegistrations() {
+    return takeBrokenFiles();
+}
+
+OpxString takeModuleFailure() {
+    return takeLoadFailure();
 }
 
 }  // namespace Korvex::Com

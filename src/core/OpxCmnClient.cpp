@@ -3,10 +3,10 @@
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <utility>
 
 #include "com/ComCalls.h"
-#include "com/ComPtr.h"
-#include "com/opc_interfaces.h"
+#include "com/platform.h"
 #include "core/enumServers.h"
 #include "core/guarded.h"
 #include "core/serverList.h"
@@ -16,8 +16,6 @@
 namespace OpxOpc {
 namespace {
 
-using Korvex::Com::ComPtr;
-
 const std::vector<ServerCategory> kAllCategories = {ServerCategory::OPCDA, ServerCategory::OPCDX, ServerCategory::OPCAE,
                                                     ServerCategory::OPCHDA};
 
@@ -26,6 +24,7 @@ struct Instances {
     std::mutex lock;
     std::uint32_t count = 0;
     std::optional<std::thread::id> comInitializedBy;
+    void* multiThreadedHold = nullptr;
 };
 
 Instances& instances() {
@@ -35,6 +34,8 @@ Instances& instances() {
 
 void initializeCom(Instances& state) {
     const HRESULT hr = Korvex::Com::comCalls().coInitializeEx(COINIT_MULTITHREADED);
+    // Any thread may call, beside one with a user interface, and after the one that brought COM up has ended.
+    state.multiThreadedHold = Korvex::Com::holdMultiThreadedApartment();
     if (hr == RPC_E_CHANGED_MODE) {
         LibT::lCtor("Ctor CmnClient - COM is already initialized as STA");
         return;
@@ -45,16 +46,28 @@ void initializeCom(Instances& state) {
 
 // An apartment is a thread's: undone on another one, it would be that thread's own that ends.
 void uninitializeCom(Instances& state) {
+    Korvex::Com::releaseMultiThreadedApartment(std::exchange(state.multiThreadedHold, nullptr));
     if (state.comInitializedBy == std::this_thread::get_id()) Korvex::Com::comCalls().coUninitialize();
     state.comInitializedBy.reset();
 }
 
-HRESULT resolve(const OpxString& host, const OpxString& progId, OpxString& clsidText) {
-    ComPtr<IOPCServerList2> list;
-    HRESULT hr = tracedCall("CoCreateInstanceEx", [&] { return createServerList(host, list); });
+// This machine's COM knows its ProgIDs where it has no list of servers.
+HRESULT lookUp(const OpxString& host, const OpxString& progId, CLSID& clsid) {
+    ServerList list;
+    const HRESULT hr = list.open(host, true);
+    if (hr == REGDB_E_CLASSNOTREG && host.empty()) {
+        return tracedCall("CLSIDFromProgID", [&] { return CLSIDFromProgID(progId.c_str(), &clsid); });
+    }
     if (failed(hr)) return hr;
+    return tracedCall("IOPCServerList::CLSIDFromProgID", [&] {
+        return list.with([&](auto& asked) { return asked.CLSIDFromProgID(progId.c_str(), &clsid); });
+    });
+}
+
+HRESULT resolve(const OpxString& host, const OpxString& progId, OpxString& clsidText) {
     CLSID clsid = {};
-    hr = tracedCall("IOPCServerList::CLSIDFromProgID", [&] { return list->CLSIDFromProgID(progId.c_str(), &clsid); });
+    HRESULT hr = lookUp(host, progId, clsid);
+    if (host.empty()) traceBrokenRegistrations("CmnClient::clsidFromProgId");
     if (failed(hr)) return hr;
     hr = textOf(clsid, clsidText);
     if (succeeded(hr)) LibT::lDetail("     OUT: Clsid=%ls", clsidText);

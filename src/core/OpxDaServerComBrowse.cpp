@@ -11,8 +11,11 @@ HRESULT OpxDaServerCom::browse(const OpxString& itemName, const OpxString& /*ite
                                bool returnPropertyValues, std::vector<OpxBrowseElement>& elements, bool* moreElements) {
     CallFrame frame(*d_, "DaServerCom::browse", CallFrame::Needs::Server);
     if (!frame.entered()) return frame.refuseUnconnected();
-    const BrowseRequest request = {
-        itemName, maxElementsReturned, filter, {propertyIds, returnAllProperties, returnPropertyValues}};
+    const BrowseRequest request = {itemName,
+                                   maxElementsReturned,
+                                   filter,
+                                   {propertyIds, returnAllProperties, returnPropertyValues},
+                                   frame.link().mainGroup.get()};
     bool ignored = false;
     bool& more = moreElements ? *moreElements : ignored;
     return frame.leave(

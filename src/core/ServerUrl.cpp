@@ -1,5 +1,7 @@
 #include "core/ServerUrl.h"
 
+#include <algorithm>
+
 namespace OpxOpc {
 namespace {
 
@@ -11,8 +13,15 @@ std::size_t nextSeparator(OpxStringView url, std::size_t previous) {
     return previous == OpxStringView::npos ? previous : url.find(kSeparator, previous + 1);
 }
 
+OLECHAR lower(OLECHAR c) {
+    return c >= OLESTR('A') && c <= OLESTR('Z') ? static_cast<OLECHAR>(c - OLESTR('A') + OLESTR('a')) : c;
+}
+
 bool namesThisMachine(OpxStringView host) {
-    return host == OLESTR("localhost") || host == OLESTR("127.0.0.1");
+    constexpr OpxStringView kName = OLESTR("localhost");
+    const bool isName = std::equal(host.begin(), host.end(), kName.begin(), kName.end(),
+                                   [](OLECHAR given, OLECHAR wanted) { return lower(given) == wanted; });
+    return isName || host == OLESTR("127.0.0.1");
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <span>
 
 #include "com/owners.h"
-#include "com/platform.h"
 #include "core/serverList.h"
 #include "trace/TraceScope.h"
 
@@ -40,6 +39,18 @@ bool isKnown(ServerCategory category) {
     return category >= ServerCategory::OPCDA && category <= ServerCategory::OPCXMLDA;
 }
 
+// The two interfaces of a list differ in what they enumerate with, and in how much they tell.
+template <typename List>
+struct EnumeratorOf;
+template <>
+struct EnumeratorOf<IOPCServerList2> {
+    using Type = IOPCEnumGUID;
+};
+template <>
+struct EnumeratorOf<IOPCServerList> {
+    using Type = IEnumGUID;
+};
+
 HRESULT progIdOf(IOPCServerList2& list, const CLSID& clsid, OpxString& progId) {
     LPOLESTR name = nullptr;
     LPOLESTR type = nullptr;
@@ -49,9 +60,18 @@ HRESULT progIdOf(IOPCServerList2& list, const CLSID& clsid, OpxString& progId) {
     if (succeeded(hr) && name) progId = name;
     return hr;
 }
+HRESULT progIdOf(IOPCServerList& list, const CLSID& clsid, OpxString& progId) {
+    LPOLESTR name = nullptr;
+    LPOLESTR type = nullptr;
+    const HRESULT hr = list.GetClassDetails(clsid, &name, &type);
+    const TaskString owners[] = {TaskString(name), TaskString(type)};
+    if (succeeded(hr) && name) progId = name;
+    return hr;
+}
 
 // A class whose details cannot be had is left out.
-void append(IOPCServerList2& list, const CLSID& clsid, const OpxString& host, ServerCategory category,
+template <typename List>
+void append(List& list, const CLSID& clsid, const OpxString& host, ServerCategory category,
             std::vector<OpxServerIdentifier>& servers) {
     OpxString progId;
     OpxString clsidText;
@@ -59,14 +79,15 @@ void append(IOPCServerList2& list, const CLSID& clsid, const OpxString& host, Se
     servers.emplace_back(host, std::move(progId), std::move(clsidText), category);
 }
 
-HRESULT enumCategory(IOPCServerList2& list, const OpxString& host, ServerCategory category,
+template <typename List>
+HRESULT enumCategory(List& list, const OpxString& host, ServerCategory category,
                      std::vector<OpxServerIdentifier>& servers) {
     const auto found = componentCategories(category);
     if (found.empty()) return S_OK;
     std::vector<CATID> implemented(found.begin(), found.end());
     // A list in another process refuses a null array, be it empty.
     CATID noneRequired = {};
-    ComPtr<IOPCEnumGUID> classes;
+    ComPtr<typename EnumeratorOf<List>::Type> classes;
     const HRESULT hr = tracedCall("IOPCServerList::EnumClassesOfCategories", [&] {
         return list.EnumClassesOfCategories(static_cast<ULONG>(implemented.size()), implemented.data(), 0,
                                             &noneRequired, classes.put());
@@ -81,28 +102,29 @@ HRESULT enumCategory(IOPCServerList2& list, const OpxString& host, ServerCategor
     return S_OK;
 }
 
-void traceBrokenRegistrations() {
-    for (const OpxString& broken : Korvex::Com::brokenRegistrations()) {
-        LibT::lError("Error: CmnClient::enumComServer - skipped the registration %ls", broken);
-    }
-}
-
-}  // namespace
-
-HRESULT enumServers(const OpxString& host, const std::vector<ServerCategory>& categories,
-                    std::vector<OpxServerIdentifier>& servers) {
-    ComPtr<IOPCServerList2> list;
-    if (const HRESULT hr = createServerList(host, list); failed(hr)) return hr;
-    if (host.empty()) traceBrokenRegistrations();
+HRESULT enumCategories(const ServerList& list, const OpxString& host, const std::vector<ServerCategory>& categories,
+                       std::vector<OpxServerIdentifier>& servers) {
     for (const ServerCategory category : categories) {
         if (!isKnown(category)) {
             LibT::lError("Error: CmnClient::enumComServer - Client passed invalid category %d",
                          static_cast<std::int32_t>(category));
             return E_INVALIDARG;
         }
-        if (const HRESULT hr = enumCategory(*list, host, category, servers); failed(hr)) return hr;
+        const HRESULT hr = list.with([&](auto& asked) { return enumCategory(asked, host, category, servers); });
+        if (failed(hr)) return hr;
     }
     return S_OK;
+}
+
+}  // namespace
+
+HRESULT enumServers(const OpxString& host, const std::vector<ServerCategory>& categories,
+                    std::vector<OpxServerIdentifier>& servers) {
+    ServerList list;
+    if (const HRESULT hr = list.open(host); failed(hr)) return hr;
+    const HRESULT hr = enumCategories(list, host, categories, servers);
+    if (host.empty()) traceBrokenRegistrations("CmnClient::enumComServer");
+    return hr;
 }
 
 }  // namespace OpxOpc

@@ -2,22 +2,44 @@
 
 #include "com/ComCalls.h"
 #include "com/owners.h"
+#include "com/platform.h"
+#include "trace/TraceScope.h"
 
 namespace OpxOpc {
+namespace {
 
-HRESULT createServerList(const OpxString& host, Korvex::Com::ComPtr<IOPCServerList2>& list) {
+template <typename Interface>
+HRESULT create(const OpxString& host, Korvex::Com::ComPtr<Interface>& list) {
     COSERVERINFO server = {};
     OpxString name = host;
     server.pwszName = name.data();
     const bool remote = !host.empty();
-    MULTI_QI wanted = {&IID_IOPCServerList2, nullptr, S_OK};
+    MULTI_QI wanted = {&iidOf<Interface>(), nullptr, S_OK};
     const HRESULT hr = Korvex::Com::comCalls().coCreateInstanceEx(
         CLSID_OpcServerList, remote ? static_cast<DWORD>(CLSCTX_REMOTE_SERVER) : static_cast<DWORD>(CLSCTX_ALL),
         remote ? &server : nullptr, 1, &wanted);
     if (failed(hr)) return hr;
     if (failed(wanted.hr)) return wanted.hr;
-    list = Korvex::Com::ComPtr<IOPCServerList2>::adopt(static_cast<IOPCServerList2*>(wanted.pItf));
+    list = Korvex::Com::ComPtr<Interface>::adopt(static_cast<Interface*>(wanted.pItf));
     return list ? hr : E_NOINTERFACE;
+}
+
+template <typename Interface>
+HRESULT create(const OpxString& host, bool traced, Korvex::Com::ComPtr<Interface>& list) {
+    return traced ? tracedCall("CoCreateInstanceEx", [&] { return create(host, list); }) : create(host, list);
+}
+
+}  // namespace
+
+HRESULT ServerList::open(const OpxString& host, bool traced) {
+    const HRESULT hr = create(host, traced, newer_);
+    return hr == E_NOINTERFACE ? create(host, traced, first_) : hr;
+}
+
+void traceBrokenRegistrations(const char* operation) {
+    for (const OpxString& broken : Korvex::Com::takeBrokenRegistrations()) {
+        LibT::lError("Error: %s - skipped the registration %ls", operation, broken);
+    }
 }
 
 HRESULT textOf(const CLSID& clsid, OpxString& text) {

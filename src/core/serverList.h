@@ -7,8 +7,26 @@
 
 namespace OpxOpc {
 
-// Reaches the list on `host`, empty for this machine.
-HRESULT createServerList(const OpxString& host, Korvex::Com::ComPtr<IOPCServerList2>& list);
+// The list by the newer of its two interfaces, or on old machines, which have no other, by the first.
+class ServerList {
+public:
+    // Reaches the list on `host`, empty for this machine; `traced` writes the lines of the call.
+    HRESULT open(const OpxString& host, bool traced = false);
+
+    // What `call` answers of the interface that was had.
+    template <typename Call>
+    HRESULT with(Call&& call) const {
+        return newer_ ? call(*newer_) : call(*first_);
+    }
+
+private:
+    Korvex::Com::ComPtr<IOPCServerList2> newer_;
+    Korvex::Com::ComPtr<IOPCServerList> first_;
+};
+
+// Writes a line for each registration that the calling thread's last look at the list of this machine passed
+// over.
+void traceBrokenRegistrations(const char* operation);
 
 // A class identifier with braces.
 HRESULT textOf(const CLSID& clsid, OpxString& text);

@@ -4,6 +4,7 @@
 #include <optional>
 #include <utility>
 
+#include "opc/DaGroupMgt.h"
 #include "opc/ItemPropertiesInterface.h"
 #include "opc/rpc_errors.h"
 
@@ -62,6 +63,13 @@ HRESULT listBelowFlatItem(IOPCItemProperties& properties, const OpxString& itemN
     return failed(hr) && !isRpcError(hr) ? kUnknownItemId : hr;
 }
 
+ItemTest itemTestOf(DaGroupMgt* group) {
+    if (!group) return {};
+    return [group](const std::vector<OpxString>& names, std::vector<bool>& areItems) {
+        return group->findItems(names, areItems);
+    };
+}
+
 }  // namespace
 
 HRESULT AddressSpaceBrowser::browse(const Server& server, const BrowseRequest& request, OpxString& continuationPoint,
@@ -93,7 +101,7 @@ HRESULT AddressSpaceBrowser::listAll(const Server& server, const BrowseRequest& 
     all.filter = request.filter;
     HRESULT hr = S_OK;
     if (!server.isFlat) {
-        hr = lister_.list(server.space, server.properties, request.itemName, all.elements);
+        hr = lister_.list(server.space, server.properties, request.itemName, itemTestOf(request.group), all.elements);
     } else if (!request.itemName.empty()) {
         hr = listBelowFlatItem(server.properties, request.itemName);
     } else if (request.filter != BrowseFilter::Branch) {

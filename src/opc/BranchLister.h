@@ -3,6 +3,8 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -22,14 +24,25 @@ struct ListedElement {
     bool hasChildren = false;
 };
 
+// Tells of each name whether it is an item's ID; fails where the server cannot be asked.
+using ItemTest = std::function<HRESULT(const std::vector<OpxString>& names, std::vector<bool>& areItems)>;
+
 // Lists branches for any number of threads, one after the other, and remembers the ways to those that it
-// has listed. E_FAIL for a listing that is asked for inside another one of the same thread.
+// has listed. E_FAIL for a listing that is asked for inside another one of the same thread, and for one
+// without an end.
 class BranchLister {
 public:
+    // A list of more names has no end.
+    static constexpr std::size_t kMostNames = 10'000'000;
+
+    explicit BranchLister(std::size_t mostNames = kMostNames) : mostNames_(mostNames) {}
+
     // The branches, then the leaves below `itemName`, which is "" for the root. An item has nothing below
-    // it; OPC_E_UNKNOWNITEMID when it is no item either. On failure `elements` may hold anything.
+    // it; OPC_E_UNKNOWNITEMID when it is no item either. Servers may list what is an item and a branch
+    // among the branches alone: `itemTest`, which may be empty, tells. On failure `elements` may hold
+    // anything.
     HRESULT list(IOPCBrowseServerAddressSpace& space, IOPCItemProperties& properties, const OpxString& itemName,
-                 std::vector<ListedElement>& elements);
+                 const ItemTest& itemTest, std::vector<ListedElement>& elements);
 
     // The items of a server that has no branches.
     HRESULT listFlat(IOPCBrowseServerAddressSpace& space, std::vector<ListedElement>& elements);
@@ -42,12 +55,13 @@ private:
         bool isOnlyWay = false;        // the branch has no item ID of its own
     };
     class Turn;
+    class Naming;
 
     HRESULT moveTo(IOPCBrowseServerAddressSpace& space, IOPCItemProperties& properties, const OpxString& itemName);
-    HRESULT describeBranch(IOPCBrowseServerAddressSpace& space, const OpxString& parent, OpxString name,
-                           ListedElement& branch);
-    Route routeBelow(const OpxString& parent, const OpxString& name) const;
+    Route routeTo(const OpxString& itemName) const;
+    bool leadsElsewhere(const OpxString& key, const Route& route) const;
 
+    const std::size_t mostNames_;
     std::mutex position_;  // held from moving to a branch until all that is there is known
     std::atomic<std::thread::id> holder_;
     std::map<OpxString, Route> routes_;

@@ -73,7 +73,7 @@ HRESULT browseWith(IOPCBrowse& server, const BrowseRequest& request, OpxString& 
         if (takeElement(answer[i], request.properties, elements[i]) != S_OK) hr = S_FALSE;
     }
     continuationPoint = textOf(answeredPoint.get());
-    moreElements = more != FALSE;
+    moreElements = more != FALSE || !continuationPoint.empty();
     return hr;
 }
 

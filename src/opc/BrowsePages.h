@@ -2,7 +2,7 @@
 #pragma once
 
 #include <cstddef>
-#include <deque>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <vector>
@@ -24,9 +24,14 @@ struct BrowseRest {
     std::size_t left() const noexcept { return elements.size() - next; }
 };
 
-// Keeps the newest rests; each is handed out once, to the browse that it belongs to. Any thread may call.
+// Keeps rests, the oldest of them as long as they hold no more than `mostElements` together, the newest in
+// any case. Each is handed out once, to the browse that it belongs to. Any thread may call.
 class BrowsePages {
 public:
+    static constexpr std::size_t kMostElements = 1'000'000;
+
+    explicit BrowsePages(std::size_t mostElements = kMostElements) : mostElements_(mostElements) {}
+
     // Answers the token of the rest.
     OpxString keep(BrowseRest rest);
 
@@ -37,15 +42,12 @@ public:
     void giveBack(const OpxString& token, BrowseRest rest);
 
 private:
-    static constexpr std::size_t kMostKept = 16;
+    void put(const OpxString& token, BrowseRest rest);
 
-    struct Kept {
-        OpxString token;
-        BrowseRest rest;
-    };
-
+    const std::size_t mostElements_;
     std::mutex lock_;
-    std::deque<Kept> kept_;  // the oldest first
+    std::map<OpxString, BrowseRest> kept_;  // by their tokens, which are in the order of their age
+    std::size_t elements_ = 0;              // of all that are kept
 };
 
 }  // namespace OpxOpc

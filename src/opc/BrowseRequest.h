@@ -19,11 +19,14 @@ struct PropertyRequest {
     bool wantsAny() const noexcept { return all || !ids.empty(); }
 };
 
+class DaGroupMgt;
+
 struct BrowseRequest {
     const OpxString& itemName;      // the branch; empty for the root
     std::uint32_t maxElements = 0;  // 0 for as many as there are
     BrowseFilter filter = BrowseFilter::All;
     PropertyRequest properties;
+    DaGroupMgt* group = nullptr;  // to ask which branches are items too, where browsing does not tell
 };
 
 }  // namespace OpxOpc

@@ -262,6 +262,30 @@ HRESULT DaGroupMgt::addItems(std::vector<OpxItemIdentifier>& items, std::vector<
     return scope.leave(hr);
 }
 
+HRESULT DaGroupMgt::findItems(const std::vector<OpxString>& names, std::vector<bool>& areItems) {
+    const TraceScope scope("DaGroupMgt::findItems");
+    areItems.assign(names.size(), false);
+    if (!d_->available) return scope.refuse("[E_FAIL] - Group not available", E_FAIL);
+    const auto itemMgt = d_->GetIOPCItemMgt();
+    if (!itemMgt) return scope.refuse("[E_NOINTERFACE] - IOPCItemMgt not available", E_NOINTERFACE);
+
+    const auto count = static_cast<DWORD>(names.size());
+    OLECHAR noAccessPath[1] = {};
+    std::vector<OPCITEMDEF> definitions(count);
+    for (DWORD i = 0; i < count; ++i) {
+        definitions[i].szAccessPath = noAccessPath;
+        definitions[i].szItemID = const_cast<LPWSTR>(names[i].c_str());
+    }
+    TaskArray<OPCITEMRESULT> results(count);
+    ItemCodes codes(count);
+    const HRESULT hr = tracedCall("IOPCItemMgt::ValidateItems", [&] {
+        return itemMgt->ValidateItems(count, definitions.data(), FALSE, results.put(), codes.put());
+    });
+    const bool isTold = results && (hr == S_OK || (hr == S_FALSE && codes));
+    for (DWORD i = 0; isTold && i < count; ++i) areItems[i] = succeeded(codeAt(codes, i));
+    return scope.leave(hr);
+}
+
 HRESULT DaGroupMgt::removeItems(std::vector<OpxItemIdentifier>& items, std::vector<std::int32_t>& errors) {
     const TraceScope scope("DaGroupMgt::removeItems");
     errors.clear();

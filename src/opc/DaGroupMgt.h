@@ -68,6 +68,8 @@ public:
     // get their server handle (when added), access rights and, where they request no type, the canonical
     // one. Access paths are not sent.
     HRESULT addItems(std::vector<OpxItemIdentifier>& items, std::vector<std::int32_t>& errors, bool validateOnly);
+    // Asks which of the names are items' IDs; that others are not is no error.
+    HRESULT findItems(const std::vector<OpxString>& names, std::vector<bool>& areItems);
     // Every item's server handle becomes 0, whether the server refused the item or not.
     HRESULT removeItems(std::vector<OpxItemIdentifier>& items, std::vector<std::int32_t>& errors);
 

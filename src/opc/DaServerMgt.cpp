@@ -4,6 +4,7 @@
 
 #include "com/ComCalls.h"
 #include "com/owners.h"
+#include "com/platform.h"
 #include "opc/DaServerMgtPrivate.h"
 #include "opc/InterfaceQueries.h"
 #include "opc/KeptSinks.h"
@@ -17,6 +18,11 @@ using Korvex::Com::ComPtr;
 
 namespace {
 
+void traceModuleFailure() {
+    const OpxString reason = Korvex::Com::takeModuleFailure();
+    if (!reason.empty()) LibT::lError("Error: CoCreateInstanceEx - the server's module cannot be loaded: %ls", reason);
+}
+
 HRESULT createServer(const OpxString& node, const CLSID& clsid, ComPtr<IOPCServer>& server) {
     COSERVERINFO remote = {0, const_cast<LPWSTR>(node.c_str()), nullptr, 0};
     MULTI_QI query = {&IID_IOPCServer, nullptr, S_OK};
@@ -25,6 +31,7 @@ HRESULT createServer(const OpxString& node, const CLSID& clsid, ComPtr<IOPCServe
                             : comCalls().coCreateInstanceEx(clsid, CLSCTX_REMOTE_SERVER, &remote, 1, &query);
     });
     server = ComPtr<IOPCServer>::adopt(static_cast<IOPCServer*>(query.pItf));
+    if (failed(hr)) traceModuleFailure();
     if (failed(hr)) return hr;
     if (failed(query.hr)) return query.hr;
     return server ? S_OK : E_NOINTERFACE;

@@ -39,6 +39,7 @@ HRESULT DaServerMgtPrivate::SetIOPCServer(ComPtr<IOPCServer> offered) {
 HRESULT DaServerMgtPrivate::queryBrowsing(Found& found) {
     constexpr TraceFormat<HRESULT> kDone = "DONE IOPCServer::QueryInterface [hr=0x%lx]";
     IOPCServer& asked = *found.server;
+    browseOrganization = OPC_NS_HIERARCHIAL;  // what an earlier server said does not count
 
     dataAccess3 =
         succeeded(tracedQuery("CALL IOPCServer::QueryInterface (IID_IOPCBrowse)", kDone, asked, found.browse));
@@ -48,8 +49,10 @@ HRESULT DaServerMgtPrivate::queryBrowsing(Found& found) {
         tracedQuery("CALL IOPCServer::QueryInterface (IID_IOPCItemProperties)", kDone, asked, found.itemProperties);
     if (succeeded(tracedQuery("CALL IOPCServer::QueryInterface (IID_IOPCBrowseServerAddressSpace)", kDone, asked,
                               found.addressSpace))) {
-        tracedCall("IOPCBrowseServerAddressSpace::QueryOrganization",
-                   [&] { return found.addressSpace->QueryOrganization(&browseOrganization); });
+        OPCNAMESPACETYPE told = OPC_NS_HIERARCHIAL;
+        const HRESULT asking = tracedCall("IOPCBrowseServerAddressSpace::QueryOrganization",
+                                          [&] { return found.addressSpace->QueryOrganization(&told); });
+        if (succeeded(asking)) browseOrganization = told;
     }
     return failed(hr) ? hr : S_OK;
 }

@@ -1,4 +1,7 @@
 // The registry of servers that a system without COM has: its files, modules and the server list.
+#include <sys/inotify.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -95,11 +98,19 @@ TEST_F(Registry, ActivatesAClassFromItsModule) {
 TEST_F(Registry, AModuleThatCannotBeUsedIsTold) {
     write("2.server", otherServer("Other.1", "no-such-module.so"));
     EXPECT_EQ(createOther(), CO_E_DLLNOTFOUND);
+    EXPECT_NE(toUtf8(Com::takeModuleFailure()).find("no-such-module.so: cannot open"), std::string::npos);
+    EXPECT_TRUE(Com::takeModuleFailure().empty()) << "told once";
     write("text.so", "this is no shared object");
     write("2.server", otherServer("Other.1", "text.so"));
     EXPECT_EQ(createOther(), CO_E_DLLNOTFOUND);
     write("2.server", otherServer("Other.1", (bin / "libKorvexCom.so.1").string()));
     EXPECT_EQ(createOther(), CO_E_ERRORINDLL);
+    EXPECT_EQ(createOther(), CO_E_ERRORINDLL);
+    EXPECT_NE(toUtf8(Com::takeModuleFailure()).find("DllGetClassObject"), std::string::npos);
+    EXPECT_EQ(createOther(), CO_E_ERRORINDLL);
+    ComPtr<IUnknown> known;
+    EXPECT_EQ(CoCreateInstance(kTestClass, nullptr, CLSCTX_ALL, IID_IUnknown, known.putVoid()), S_OK);
+    EXPECT_TRUE(Com::takeModuleFailure().empty()) << "another creation's";
     fs::create_symlink(testModule, folder / "relative.so");
     write("2.server", otherServer("Other.1", "relative.so"));
     EXPECT_EQ(createOther(), CLASS_E_CLASSNOTAVAILABLE);
@@ -178,6 +189,72 @@ TEST_F(Registry, ABrokenFileIsSkippedAndTheFirstOfAClassCounts) {
     CLSID clsid = {};
     EXPECT_EQ(CLSIDFromProgID(OLESTR("Broken.1"), &clsid), CO_E_CLASSSTRING);
     EXPECT_EQ(CLSIDFromProgID(OLESTR("Ignored.1"), &clsid), CO_E_CLASSSTRING);
+}
+
+TEST_F(Registry, WhatIsBrokenIsToldWhereANameIsLookedUp) {
+    write("0-broken.server", "ProgID=Broken.1\nCLSID=not an identifier\nModule=x\n");
+    CLSID clsid = {};
+    EXPECT_EQ(CLSIDFromProgID(OLESTR("Broken.1"), &clsid), CO_E_CLASSSTRING);
+    const auto told = Com::takeBrokenRegistrations();
+    ASSERT_EQ(told.size(), 1u);
+    EXPECT_NE(toUtf8(told[0]).find("0-broken.server: CLSID is not an identifier"), std::string::npos);
+    EXPECT_TRUE(Com::takeBrokenRegistrations().empty()) << "told once";
+}
+
+// Counts how often the files of a folder are opened.
+class Openings {
+public:
+    explicit Openings(const fs::path& folder) : watch_(::inotify_init1(IN_NONBLOCK)) {
+        EXPECT_GE(::inotify_add_watch(watch_, folder.c_str(), IN_OPEN), 0);
+    }
+    ~Openings() { ::close(watch_); }
+
+    int count() const {
+        alignas(inotify_event) char events[16384];
+        int files = 0;
+        for (ssize_t size; (size = ::read(watch_, events, sizeof events)) > 0;) {
+            for (const char* at = events; at < events + size;) {
+                const auto* event = reinterpret_cast<const inotify_event*>(at);
+                if (event->len > 0 && !(event->mask & IN_ISDIR)) ++files;
+                at += sizeof(inotify_event) + event->len;
+            }
+        }
+        return files;
+    }
+
+private:
+    const int watch_;
+};
+
+TEST_F(Registry, AListingReadsEachFileOnce) {
+    for (int i = 100; i < 120; ++i) {
+        const std::string number = std::to_string(i);
+        write(number + ".server", server("Many." + number, "{0A1B2C3D-9999-4222-8333-010203040" + number + "}", "x") +
+                                      "Categories={63D5F432-CFE4-11D1-B2C8-0060083BA1FB}\n");
+    }
+    const Openings openings(folder);
+    ComPtr<IOPCServerList2> list;
+    ASSERT_EQ(serverList(list), S_OK);
+    CATID categories[] = {CATID_OPCDAServer20, CATID_OPCDAServer30};
+    std::size_t described = 0;
+    for (CATID& category : categories) {
+        ComPtr<IOPCEnumGUID> ids;
+        ASSERT_EQ(list->EnumClassesOfCategories(1, &category, 0, nullptr, ids.put()), S_OK);
+        GUID id = {};
+        while (ids->Next(1, &id, nullptr) == S_OK) {
+            LPOLESTR texts[3] = {};
+            EXPECT_EQ(list->GetClassDetails(id, &texts[0], &texts[1], &texts[2]), S_OK);
+            for (LPOLESTR text : texts) CoTaskMemFree(text);
+            ++described;
+        }
+    }
+    EXPECT_EQ(described, 22u);
+    EXPECT_EQ(openings.count(), 21);
+
+    write("late.server", otherServer("Late.1", "x"));
+    LPOLESTR texts[3] = {};
+    EXPECT_EQ(list->GetClassDetails(kOtherClass, &texts[0], &texts[1], &texts[2]), S_OK) << "it came meanwhile";
+    for (LPOLESTR text : texts) CoTaskMemFree(text);
 }
 
 TEST_F(Registry, TheServerListEnumeratesByCategoryAndTellsDetails) {

@@ -2,12 +2,16 @@
 
 #include <memory>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "com/ComCalls.h"
-#include "com/ComPtr.h"
+#include "com/ComObject.h"
 #include "com/opc_interfaces.h"
+#include "com/owners.h"
+#include "tests/support/TraceCapture.h"
 
 namespace OpxOpc {
 namespace {
@@ -17,6 +21,21 @@ using Korvex::Com::platformComCalls;
 
 constexpr CLSID kKnownClass = {0x11111111, 0x2222, 0x3333, {0x44, 0x44, 0x55, 0x55, 0x55, 0x55, 0x55, 0x5A}};
 const OLECHAR* const kKnownProgId = OLESTR("Vendor.Server.1");
+
+class OneClass final : public Korvex::Com::ComObject<IEnumGUID> {
+public:
+    HRESULT STDMETHODCALLTYPE Next(ULONG, GUID* ids, ULONG* fetched) override {
+        *ids = kKnownClass;
+        *fetched = left_;
+        return std::exchange(left_, 0) == 1 ? S_OK : S_FALSE;
+    }
+    HRESULT STDMETHODCALLTYPE Skip(ULONG) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reset() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Clone(IEnumGUID**) override { return E_NOTIMPL; }
+
+private:
+    ULONG left_ = 1;
+};
 
 // A server list that knows one ProgID. It lives on the stack of its test.
 class OneServerList final : public IOPCServerList2 {
@@ -37,9 +56,35 @@ public:
     ULONG references = 0;
 };
 
+// The same as old machines have it.
+class OldServerList final : public IOPCServerList {
+public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
+    ULONG STDMETHODCALLTYPE Release() override { return --references; }
+    HRESULT STDMETHODCALLTYPE EnumClassesOfCategories(ULONG, CATID*, ULONG, CATID*, IEnumGUID** classes) override {
+        *classes = new OneClass;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetClassDetails(REFCLSID, LPOLESTR* progId, LPOLESTR* type) override {
+        *progId = Korvex::Com::copyToTaskMemory(kKnownProgId);
+        *type = Korvex::Com::copyToTaskMemory(OLESTR("A server"));
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE CLSIDFromProgID(LPCOLESTR, LPCLSID clsid) override {
+        *clsid = kKnownClass;
+        return S_OK;
+    }
+
+    ULONG references = 0;
+};
+
 // What the library asked of COM, answered by this test.
 struct SeenCalls {
     OneServerList list;
+    OldServerList oldList;
+    bool isOld = false;
+    int creations = 0;
     CLSID created = {};
     DWORD context = 0;
     OpxString host;
@@ -66,8 +111,16 @@ protected:
             seen->context = context;
             seen->serverInfoGiven = server != nullptr;
             if (server) seen->host = server->pwszName;
+            ++seen->creations;
             if (failed(seen->creation)) return seen->creation;
+            if (seen->isOld && *results[0].pIID == IID_IOPCServerList) {
+                seen->oldList.AddRef();
+                results[0].pItf = &seen->oldList;
+                results[0].hr = S_OK;
+                return S_OK;
+            }
             EXPECT_TRUE(IsEqualIID(*results[0].pIID, IID_IOPCServerList2));
+            if (seen->isOld) return results[0].hr = E_NOINTERFACE;
             seen->list.AddRef();
             results[0].pItf = &seen->list;
             results[0].hr = S_OK;
@@ -99,10 +152,58 @@ TEST_F(OpxCmnClientTest, AHostIsAlwaysRemote) {
 TEST_F(OpxCmnClientTest, AFailureIsItsCodeAndLeavesTheTextAlone) {
     OpxString clsid = OLESTR("before");
     EXPECT_EQ(OpxCmnClient().clsidFromProgId({}, OLESTR("Unknown.1"), clsid), CO_E_CLASSSTRING);
-    calls_.creation = REGDB_E_CLASSNOTREG;
-    EXPECT_EQ(OpxCmnClient().clsidFromProgId({}, kKnownProgId, clsid), REGDB_E_CLASSNOTREG);
+    calls_.creation = E_ACCESSDENIED;
+    EXPECT_EQ(OpxCmnClient().clsidFromProgId({}, kKnownProgId, clsid), E_ACCESSDENIED);
     EXPECT_EQ(toUtf8(clsid), "before");
     EXPECT_EQ(calls_.list.references, 0u);
+}
+
+TEST_F(OpxCmnClientTest, AnOldMachinesListIsAskedThroughItsOnlyInterface) {
+    Korvex::Testing::TraceCapture trace;
+    calls_.isOld = true;
+    OpxString clsid;
+    EXPECT_EQ(OpxCmnClient().clsidFromProgId(OLESTR("plant7"), kKnownProgId, clsid), S_OK);
+    EXPECT_EQ(toUtf8(clsid), "{11111111-2222-3333-4444-55555555555A}");
+    EXPECT_EQ(calls_.creations, 2);
+    EXPECT_TRUE(trace.hasInOrder({"DONE CoCreateInstanceEx [hr=0x80004002]", "CALL CoCreateInstanceEx",
+                                  "DONE CoCreateInstanceEx [hr=0x0]", "CALL IOPCServerList::CLSIDFromProgID"}));
+
+    std::vector<OpxServerIdentifier> servers;
+    EXPECT_EQ(OpxCmnClient().enumComServer(OLESTR("plant7"), false, {ServerCategory::OPCDA}, servers), S_OK);
+    ASSERT_EQ(servers.size(), 1u);
+    EXPECT_EQ(toUtf8(servers[0].GetURL()), "opcda://plant7/Vendor.Server.1/{11111111-2222-3333-4444-55555555555A}");
+    EXPECT_EQ(calls_.oldList.references, 0u);
+
+    calls_.creations = 0;
+    calls_.creation = E_ACCESSDENIED;
+    EXPECT_EQ(OpxCmnClient().clsidFromProgId({}, kKnownProgId, clsid), E_ACCESSDENIED);
+    EXPECT_EQ(calls_.creations, 1) << "no other failure says that the machine is old";
+}
+
+TEST_F(OpxCmnClientTest, WithoutAListOfServersThisMachineIsAskedItself) {
+    Korvex::Testing::TraceCapture trace;
+    calls_.creation = REGDB_E_CLASSNOTREG;
+    OpxString clsid;
+    EXPECT_EQ(OpxCmnClient().clsidFromProgId(OLESTR("plant7"), kKnownProgId, clsid), REGDB_E_CLASSNOTREG);
+    EXPECT_FALSE(trace.has("CALL CLSIDFromProgID"));
+    EXPECT_EQ(OpxCmnClient().clsidFromProgId({}, OLESTR("No.Such.Server.1"), clsid), CO_E_CLASSSTRING);
+    EXPECT_TRUE(trace.hasInOrder({"CALL CLSIDFromProgID", "DONE CLSIDFromProgID [hr=0x800401f3]"}));
+}
+
+TEST(OpxCmnClient, WorksOnAnyThreadBesideAUserInterface) {
+    HRESULT found = E_UNEXPECTED;
+    std::thread([&] {
+        ASSERT_TRUE(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)));
+        {
+            OpxCmnClient client;
+            std::thread([&] {
+                OpxString clsid;
+                found = client.clsidFromProgId({}, OLESTR("No.Such.Server.1"), clsid);
+            }).join();
+        }
+        CoUninitialize();
+    }).join();
+    EXPECT_EQ(found, CO_E_CLASSSTRING);
 }
 
 TEST_F(OpxCmnClientTest, TheFirstObjectInitialisesComAndTheLastOneUndoesIt) {

@@ -361,6 +361,19 @@ TEST_F(OpxDaServerTest, NoServerIsAskedToReadNothing) {
     EXPECT_TRUE(sim.journal("IOPCSyncIO::Read").empty());
 }
 
+TEST_F(OpxDaServerTest, BranchesOfAnOlderServerAreItemsToo) {
+    sim.profile(2);
+    ASSERT_EQ(connect(), S_OK);
+    sim.fault("IOPCBrowseServerAddressSpace::BrowseOPCItemIDs", S_FALSE, 2);
+    OpxString point;
+    std::vector<OpxBrowseElement> elements;
+    EXPECT_EQ(server.browse(OLESTR("Analog"), {}, point, 0, BrowseFilter::All, {}, false, false, elements, nullptr),
+              S_OK);
+    ASSERT_EQ(elements.size(), 2u);
+    EXPECT_TRUE(elements[0].isItem);
+    EXPECT_EQ(sim.journal("IOPCItemMgt::ValidateItems").size(), 1u);
+}
+
 TEST_F(OpxDaServerTest, NoServerIsAskedForTheAddressSpaceInVain) {
     OpxString point;
     std::vector<OpxBrowseElement> elements;
@@ -370,6 +383,7 @@ TEST_F(OpxDaServerTest, NoServerIsAskedForTheAddressSpaceInVain) {
     ASSERT_EQ(connect(), S_OK);
     EXPECT_EQ(server.browse({}, {}, point, 0, BrowseFilter::All, {}, false, false, elements, nullptr), S_OK);
     EXPECT_GT(elements.size(), 5u);
+    EXPECT_TRUE(sim.journal("IOPCItemMgt::ValidateItems").empty()) << "this server tells what is an item";
 
     sim.clearJournal();
     EXPECT_EQ(server.getProperties(named({OLESTR("Constant.Int32")}), {}, false, true, results), E_INVALIDARG);

@@ -51,7 +51,7 @@ protected:
     Page browse(const OLECHAR* itemName = OLESTR(""), std::uint32_t most = 0, BrowseFilter filter = BrowseFilter::All,
                 const OpxString& point = {}) {
         const OpxString name = itemName;
-        const BrowseRequest request = {name, most, filter, {ids, all, values}};
+        const BrowseRequest request = {name, most, filter, {ids, all, values}, group};
         Page page;
         page.point = point;
         page.more = true;
@@ -67,6 +67,7 @@ protected:
             page = browse(itemName, most, filter, page.point);
             EXPECT_EQ(page.hr, S_OK);
             EXPECT_TRUE(most == 0 || page.elements.size() <= most);
+            EXPECT_EQ(page.more, !page.point.empty());
             for (std::string& text : page.texts()) result.push_back(std::move(text));
         } while (!page.point.empty() && result.size() < 5000);
         return result;
@@ -75,6 +76,7 @@ protected:
     std::vector<std::uint32_t> ids;
     bool all = false;
     bool values = false;
+    OpxOpc::DaGroupMgt* group = nullptr;
     Connection c;
 };
 
@@ -128,6 +130,27 @@ TEST_F(BrowseTest, AFlatServerHasNoBranchesAndIsNeverMoved) {
     EXPECT_EQ(describe(items.elements.at(0)),
               toUtf8(items.elements[0].name) + "=" + toUtf8(items.elements[0].name) + " item");
     EXPECT_THAT(sim.journal("IOPCBrowseServerAddressSpace::ChangeBrowsePosition"), IsEmpty());
+}
+
+TEST_F(BrowseTest, AServerThatDoesNotTellItsOrganisationIsHierarchicalWhateverTheOneBeforeItWas) {
+    use(2, "flat");
+    sim.fault("IOPCBrowseServerAddressSpace::QueryOrganization", E_NOTIMPL);
+    use(2);
+    EXPECT_THAT(browse(OLESTR("Analog"), 0, BrowseFilter::Branch).texts(),
+                ElementsAre("Level=Analog.Level item branch", "Temperature=Analog.Temperature item branch"));
+}
+
+TEST_F(BrowseTest, ABranchThatIsAnItemIsOneThoughItIsNotListedAmongTheLeaves) {
+    use(2);
+    ASSERT_EQ(c.server.addGroup(&c.group), S_OK);
+    group = &c.group;
+    sim.fault("IOPCBrowseServerAddressSpace::BrowseOPCItemIDs", S_FALSE, 2);
+    trace.clear();
+    EXPECT_THAT(browse(OLESTR("Analog"), 0, BrowseFilter::Item).texts(),
+                ElementsAre("Level=Analog.Level item branch", "Temperature=Analog.Temperature item branch"));
+    EXPECT_EQ(sim.journal("IOPCItemMgt::ValidateItems").size(), 1u);
+    EXPECT_EQ(describe(browse().elements.at(0)), "Access=Access branch");
+    EXPECT_THAT(trace.textsWith("FAILED"), IsEmpty()) << "that a branch is no item is no error";
 }
 
 TEST_F(BrowseTest, WhatIsNoElementIsRefusedAndAnItemHasNothingBelowIt) {
@@ -232,12 +255,24 @@ TEST_F(BrowseTest, APageThatCouldNotBeDeliveredCanBeAskedForAgain) {
     EXPECT_EQ(browse(OLESTR("Analog.Level"), 2, BrowseFilter::All, first.point).elements.size(), 2u);
 }
 
-TEST(BrowsePages, TheNewestSixteenAreKept) {
-    OpxOpc::BrowsePages pages;
-    std::vector<OpxString> tokens;
-    for (int i = 0; i < 17; ++i) tokens.push_back(pages.keep({OLESTR("Branch"), BrowseFilter::All, {}, 0}));
-    EXPECT_FALSE(pages.take(tokens[0], OLESTR("Branch"), BrowseFilter::All));
-    for (int i = 1; i < 17; ++i) EXPECT_TRUE(pages.take(tokens[i], OLESTR("Branch"), BrowseFilter::All)) << i;
+TEST(BrowsePages, AreBoundedByTheElementsThatTheyKeep) {
+    OpxOpc::BrowsePages pages(10);
+    const auto keep = [&](std::size_t elements) {
+        return pages.keep({OLESTR("Branch"), BrowseFilter::All, std::vector<OpxOpc::ListedElement>(elements), 0});
+    };
+    const auto take = [&](const OpxString& token) {
+        return pages.take(token, OLESTR("Branch"), BrowseFilter::All).has_value();
+    };
+    std::vector<OpxString> small;
+    for (int i = 0; i < 10; ++i) small.push_back(keep(1));
+    const OpxString another = keep(2);
+    EXPECT_FALSE(take(small[0]));
+    EXPECT_FALSE(take(small[1]));
+    EXPECT_TRUE(take(small[2])) << "the others are kept";
+    const OpxString large = keep(1000);
+    EXPECT_FALSE(take(another));
+    EXPECT_TRUE(take(large)) << "the newest is kept, however large";
+    EXPECT_TRUE(take(keep(10))) << "what was taken does not count any more";
 }
 
 // ---- What servers do wrong -----------------------------------------------------------------------

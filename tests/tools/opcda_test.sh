@@ -93,6 +93,7 @@ expect_status 0 props "$url" Analog.Level
 expect_status 1 props --id 102 "$url" Analog.Level Constant.Int32
 
 # A server that is found can be used by what is printed of it.
+expect_status 0 servers LocalHost
 expect_status 0 servers
 found=$(tr -d '\r' <"$work/out" | sed -n 's/^Korvex[.]Simulation[.]1 .*\(opcda:.*\)$/\1/p')
 [ -n "$found" ] || { echo "the simulation server is not listed:"; cat "$work/out" "$work/err"; exit 1; }
@@ -122,4 +123,14 @@ else
     export KORVEX_OPC_SERVERS KORVEX_OPC_TRACE_CONFIG
     (cd "$work" && "$bin/opcda" servers) | grep -q Korvex.Simulation.1
     grep -rq 'skipped the registration .*broken.server' "$work" || { echo "nothing is told of broken.server"; exit 1; }
+
+    # Nor is one whose module cannot be loaded silent about why.
+    clsid='{00000000-5555-2222-3333-444444444444}'
+    printf 'ProgID=Unloadable.1\nCLSID=%s\nModule=text.so\n' "$clsid" >"$work/servers/unloadable.server"
+    echo 'no shared object' >"$work/servers/text.so"
+    (cd "$work" && "$bin/opcda" read "opcda:///Unloadable.1/$clsid" x 2>/dev/null) && { echo "a text was loaded"; exit 1; }
+    grep -rq 'cannot be loaded: .*text.so: ' "$work" || { echo "nothing is told of text.so"; exit 1; }
+    (cd "$work" && "$bin/opcda" read opcda:///No.Such.1 x 2>/dev/null) && { echo "No.Such.1 is there"; exit 1; }
+    grep -rq 'clsidFromProgId - skipped the registration .*broken.server' "$work" ||
+        { echo "nothing is told of broken.server by its name"; exit 1; }
 fi

@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <iterator>
+#include <unordered_set>
 #include <utility>
+
+#include <korvex/opc_da_client/Exceptions.h>
 
 #include "Command.h"
 
@@ -10,46 +13,61 @@ namespace Korvex::Tool {
 
 using namespace OPC::OpcDaClient;
 
-namespace {
-
-constexpr std::int32_t kPageSize = 500;
-
-}  // namespace
-
+// The levels are a stack of the walk's own: a server decides how deep they go.
 void AddressSpaceWalk::below(const std::string& itemName) {
-    if (watchers_.stopped() || path_.size() >= maxDepth_ || isAncestor(itemName)) return;
-    path_.push_back(itemName);
+    enter(itemName);
+    while (!levels_.empty()) {
+        Level& level = levels_.back();
+        if (watchers_.stopped() || level.next == level.elements.size()) {
+            leave();
+            continue;
+        }
+        const Element element = std::move(level.elements[level.next++]);
+        visitor_.enter(element, levels_.size() - 1);
+        const bool goesDown = element.HasChildren() && enter(toUtf8(element.ItemName().valueOrEmpty()));
+        if (!goesDown) visitor_.leave();
+    }
+}
+
+bool AddressSpaceWalk::enter(const std::string& itemName) {
+    if (watchers_.stopped() || isAncestor(itemName)) return false;
+    if (levels_.size() >= maxDepth_) {
+        reachedDepth_ = true;
+        return false;
+    }
     try {
-        for (const Element& element : list(itemName)) visit(element);
+        levels_.push_back({itemName, list(itemName)});
+        return true;
     } catch (const OPCException& error) {
         watchers_.failed(itemName, messageOf(error));
     } catch (const ComException& error) {
         watchers_.failed(itemName, error.what());
     }
-    path_.pop_back();
+    return false;
 }
 
-void AddressSpaceWalk::visit(const Element& element) {
-    if (watchers_.stopped()) return;
-    visitor_.enter(element, path_.size() - 1);
-    if (element.HasChildren()) below(toUtf8(element.ItemName().valueOrEmpty()));
-    visitor_.leave();
+void AddressSpaceWalk::leave() {
+    levels_.pop_back();
+    if (!levels_.empty()) visitor_.leave();
 }
 
 // Some servers show a branch below itself.
 bool AddressSpaceWalk::isAncestor(const std::string& itemName) const {
-    return std::find(path_.begin(), path_.end(), itemName) != path_.end();
+    return std::any_of(levels_.begin(), levels_.end(), [&](const Level& level) { return level.itemName == itemName; });
 }
 
+// Some servers answer a continuation point for ever: a page that brings nothing new is the last.
 std::vector<AddressSpaceWalk::Element> AddressSpaceWalk::list(const std::string& itemName) {
     std::vector<Element> all;
+    std::unordered_set<OpxString> seen;
+    const auto isNew = [&](const Element& element) {
+        return seen.insert(element.Name().valueOrEmpty() + OLECHAR() + element.ItemName().valueOrEmpty()).second;
+    };
     NullableText continuationPoint = "";
     do {
-        NullableArray<BrowseElement> page;
-        bool moreElements = false;
-        server_.Browse(itemName, "", continuationPoint, kPageSize, BrowseFilter::ALL, nullptr, false, false, page,
-                       moreElements);
-        std::move(page.value().begin(), page.value().end(), std::back_inserter(all));
+        std::vector<Element> page = browse_(itemName, continuationPoint);
+        if (std::count_if(page.begin(), page.end(), isNew) == 0) break;
+        std::move(page.begin(), page.end(), std::back_inserter(all));
         found_ += page.size();
         watchers_.found(found_);
     } while (continuationPoint != NullableText("") && !watchers_.stopped());

@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-#include <korvex/opc_da_client/DaServerMgt.h>
+#include <korvex/opc_da_client/BrowseElement.h>
+#include <korvex/opc_da_client/NullableText.h>
 
 namespace Korvex::Tool {
 
@@ -26,23 +27,38 @@ public:
         std::function<bool()> stopped;
     };
 
-    AddressSpaceWalk(OPC::OpcDaClient::DaServerMgt& server, std::size_t maxDepth, Visitor& visitor, Watchers watchers)
-        : server_(server), maxDepth_(maxDepth), visitor_(visitor), watchers_(std::move(watchers)) {}
+    using NullableText = OPC::OpcDaClient::NullableText;
+    // Lists some of what lies below an element, and changes the continuation point to where it goes on.
+    using Browse = std::function<std::vector<Element>(const std::string& itemName, NullableText& continuationPoint)>;
+
+    AddressSpaceWalk(Browse browse, std::size_t maxDepth, Visitor& visitor, Watchers watchers)
+        : browse_(std::move(browse)), maxDepth_(maxDepth), visitor_(visitor), watchers_(std::move(watchers)) {}
 
     // An element that cannot be browsed is told of, and does not end the walk.
     void below(const std::string& itemName);
 
+    // Whether an element with children lay too deep for them to be looked at.
+    bool reachedDepth() const noexcept { return reachedDepth_; }
+
 private:
+    struct Level {
+        std::string itemName;  // what its elements lie below
+        std::vector<Element> elements;
+        std::size_t next = 0;
+    };
+
+    bool enter(const std::string& itemName);
+    void leave();
     bool isAncestor(const std::string& itemName) const;
     std::vector<Element> list(const std::string& itemName);
-    void visit(const Element& element);
 
-    OPC::OpcDaClient::DaServerMgt& server_;
+    const Browse browse_;
     const std::size_t maxDepth_;
     Visitor& visitor_;
     const Watchers watchers_;
-    std::vector<std::string> path_;  // the elements that the walk is below
+    std::vector<Level> levels_;  // from where the walk began to where it is
     std::size_t found_ = 0;
+    bool reachedDepth_ = false;
 };
 
 }  // namespace Korvex::Tool

@@ -1,11 +1,12 @@
 #include "BrowseCommand.h"
 
-#include <limits>
 #include <ostream>
 #include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
+
+#include <korvex/opc_da_client/DaServerMgt.h>
 
 #include "AddressSpaceWalk.h"
 #include "Interruption.h"
@@ -19,6 +20,10 @@ using namespace OPC::OpcDaClient;
 namespace {
 
 using Element = AddressSpaceWalk::Element;
+
+constexpr std::int32_t kPageSize = 500;
+constexpr std::size_t kDefaultDepth = 64;
+constexpr std::size_t kMostDepth = 1000;  // JSON that is nested deeper is of no use, and overflows stacks
 
 std::string text(const NullableText& field) {
     return toUtf8(field.valueOrEmpty());
@@ -69,7 +74,8 @@ BrowseCommand::BrowseCommand(CLI::App& parent)
     : command_(parent.add_subcommand("browse", "Prints the server's address space as a tree.")) {
     server_.declare(*command_);
     command_->add_option("ITEM", item_, "The element to begin below; the root if left out");
-    command_->add_option("--depth", depth_, "Levels to go down; all if left out")->check(CLI::PositiveNumber);
+    command_->add_option("--depth", depth_, "Levels to go down; 64 if left out")
+        ->check(CLI::Range(std::size_t{1}, kMostDepth));
     command_->add_flag("--json", json_, "Print JSON");
 }
 
@@ -92,12 +98,22 @@ int BrowseCommand::run(const Output& output) const {
         output.err << "opcda: " << (element.empty() ? "the root" : element) << ": " << why << '\n';
         status = kItemsFailed;
     };
+    const auto browse = [&](const std::string& itemName, NullableText& continuationPoint) {
+        NullableArray<BrowseElement> page;
+        bool moreElements = false;
+        server.Browse(itemName, "", continuationPoint, kPageSize, BrowseFilter::ALL, nullptr, false, false, page,
+                      moreElements);
+        return std::move(page.value());
+    };
     AddressSpaceWalk walk(
-        server, depth_.value_or(std::numeric_limits<std::size_t>::max()),
-        json_ ? static_cast<AddressSpaceWalk::Visitor&>(jsonTree) : textTree,
+        browse, depth_.value_or(kDefaultDepth), json_ ? static_cast<AddressSpaceWalk::Visitor&>(jsonTree) : textTree,
         {[&](std::size_t found) { progress.count(found); }, tellOfFailure, [&] { return interruption.requested(); }});
     walk.below(item_);
     progress.erase();
+    if (walk.reachedDepth() && !depth_) {
+        output.err << "opcda: there is more below level " << kDefaultDepth << ": see --depth\n";
+        status = kItemsFailed;
+    }
     if (json_) output.out << dump(jsonTree.roots(), 2) << '\n';
     return status;
 }

@@ -1,11 +1,14 @@
 #include "ServersCommand.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <ostream>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 
 #include <korvex/opc_cmn/OpcServerEnum.h>
+#include <korvex/opc_da_client/Exceptions.h>
 
 #include "Table.h"
 #include "json.h"
@@ -15,6 +18,9 @@ namespace Korvex::Tool {
 using namespace OPC::OpcCmn;
 
 namespace {
+
+constexpr auto kClassNotRegistered = static_cast<std::int32_t>(0x80040154u);
+constexpr const char* kServerList = "{13486D51-4821-11D2-A494-3CB306C10000}";
 
 const char* nameOf(ServerCategory category) {
     switch (category) {
@@ -56,6 +62,14 @@ void printJson(const std::vector<ServerIdentifier>& servers, const Output& outpu
     output.out << list.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
+// A host that is named is asked as a remote machine, which this one need not allow of itself.
+std::string hostToAsk(const std::string& name) {
+    std::string lower = name;
+    std::transform(name.begin(), name.end(), lower.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    return lower == "localhost" || lower == "127.0.0.1" ? std::string() : name;
+}
+
 }  // namespace
 
 ServersCommand::ServersCommand(CLI::App& parent)
@@ -71,7 +85,15 @@ bool ServersCommand::chosen() const {
 
 int ServersCommand::run(const Output& output) const {
     std::vector<ServerIdentifier> servers;
-    OpcServerEnum().EnumComServer(host_, all_, {ServerCategory::OPCDA}, servers);
+    const std::string host = hostToAsk(host_);
+    try {
+        OpcServerEnum().EnumComServer(host, all_, {ServerCategory::OPCDA}, servers);
+    } catch (const OPC::OpcDaClient::ComException& error) {
+        if (error.ErrorCode() != kClassNotRegistered || !host.empty()) throw;
+        output.err << "opcda: this machine has no list of OPC servers: the component " << kServerList
+                   << " is not registered.\nServers can be used without it, by the URL opcda:///ProgID.\n";
+        return kServerFailed;
+    }
     if (json_)
         printJson(servers, output);
     else

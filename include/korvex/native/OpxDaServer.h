@@ -102,7 +102,9 @@ public:
     // Lists what lies below the element `itemName` ("" is the root), at most `maxElementsReturned` elements,
     // or as many as there are with 0: while the continuation point that comes back is not empty, call again
     // with it; it is empty at first. `moreElements` without one: the server has more elements, and no way to
-    // go on. Items come with all their properties, or those of `propertyIds`. `itemPath` is not sent;
+    // go on. Where the library keeps what has not been asked for yet (for servers of data access 2.0), a
+    // connection keeps 1,000,000 elements or those of its last browse: the oldest points are dropped first.
+    // Items come with all their properties, or those of `propertyIds`. `itemPath` is not sent;
     // `moreElements` may be null.
     //
     // S_FALSE: a property could not be had. OPC_E_UNKNOWNITEMID (0xC0040007): there is no such element.

@@ -178,7 +178,9 @@ public:
     // Lists what lies directly below the element `itemName`; "" is the root of the address space. At most
     // `maxElementsReturned` elements, 0 for as many as the server gives: while the `continuationPoint` that
     // comes back is not empty, call again with it and the other arguments as they were; it is "" at first.
-    // `moreElements` without it: the server has more elements, and no way to go on. Properties come with
+    // `moreElements` without it: the server has more elements, and no way to go on. Where the library keeps
+    // what has not been asked for yet (for servers of data access 2.0), a connection keeps 1,000,000 elements
+    // or those of its last browse: the oldest continuation points are dropped first. Properties come with
     // items: all of them, or those of `propertyIDs`, which may be null; their values only with
     // `returnPropertyValues`. `itemPath` may be null; no server is sent it.
     //

@@ -15,17 +15,24 @@ bool implementsAnyOf(const RegisteredServer& server, const std::vector<CATID>& c
 
 }  // namespace
 
-std::vector<CLSID> classesOfCategories(const std::vector<CATID>& categories) {
+struct RegisteredServers {
+    ServerRegistry registry = ServerRegistry::read();
+};
+
+std::shared_ptr<const RegisteredServers> lookAtServers() {
+    return std::make_shared<const RegisteredServers>();
+}
+
+std::vector<CLSID> classesOfCategories(const RegisteredServers& servers, const std::vector<CATID>& categories) {
     std::vector<CLSID> classes;
-    const ServerRegistry registry = ServerRegistry::read();
-    for (const RegisteredServer& server : registry.servers()) {
+    for (const RegisteredServer& server : servers.registry.servers()) {
         if (categories.empty() || implementsAnyOf(server, categories)) classes.push_back(server.clsid);
     }
     return classes;
 }
 
-std::optional<ClassDetails> detailsOfClass(REFCLSID clsid) {
-    const auto server = ServerRegistry::read().find(clsid);
+std::optional<ClassDetails> detailsOfClass(const RegisteredServers& servers, REFCLSID clsid) {
+    const auto server = servers.registry.find(clsid);
     if (!server) return std::nullopt;
     return ClassDetails{server->progId, server->description, server->versionIndependentProgId};
 }

@@ -8,6 +8,7 @@
 #include <map>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 namespace Korvex::Com {
 namespace {
@@ -125,6 +126,11 @@ OLECHAR lower(OLECHAR c) {
     return c >= OLESTR('A') && c <= OLESTR('Z') ? static_cast<OLECHAR>(c - OLESTR('A') + OLESTR('a')) : c;
 }
 
+std::vector<ServerRegistry::BrokenFile>& lastBrokenFiles() {
+    thread_local std::vector<ServerRegistry::BrokenFile> files;
+    return files;
+}
+
 bool equalIgnoringCase(OpxStringView a, OpxStringView b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                       [](OLECHAR x, OLECHAR y) { return lower(x) == lower(y); });
@@ -135,6 +141,7 @@ bool equalIgnoringCase(OpxStringView a, OpxStringView b) {
 ServerRegistry ServerRegistry::read() {
     ServerRegistry registry;
     for (const fs::path& folder : searchedFolders()) registry.readFolder(folder);
+    lastBrokenFiles() = registry.brokenFiles_;
     return registry;
 }
 
@@ -171,10 +178,9 @@ void ServerRegistry::readFile(const fs::path& file) {
     }
 }
 
-std::vector<OpxString> describeBrokenFiles() {
+std::vector<OpxString> takeBrokenFiles() {
     std::vector<OpxString> sentences;
-    const ServerRegistry registry = ServerRegistry::read();
-    for (const ServerRegistry::BrokenFile& broken : registry.brokenFiles()) {
+    for (const ServerRegistry::BrokenFile& broken : std::exchange(lastBrokenFiles(), {})) {
         sentences.push_back(fromUtf8(broken.file.string() + ": " + broken.reason));
     }
     return sentences;

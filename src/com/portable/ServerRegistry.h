@@ -40,7 +40,7 @@ public:
         std::string reason;
     };
 
-    // The registry as the files are now.
+    // The registry as the files are now. The calling thread remembers the broken ones for takeBrokenFiles.
     static ServerRegistry read();
 
     const std::vector<RegisteredServer>& servers() const noexcept { return servers_; }
@@ -58,7 +58,11 @@ private:
     std::vector<BrokenFile> brokenFiles_;
 };
 
-// A sentence for each file that is broken now.
-KORVEX_COM_API std::vector<OpxString> describeBrokenFiles();
+// A sentence for each file that the calling thread's last look found broken, told once.
+KORVEX_COM_API std::vector<OpxString> takeBrokenFiles();
+
+// What the loader said of the module that the calling thread's last creation of an object could not load;
+// told once, empty where none failed.
+KORVEX_COM_API OpxString takeLoadFailure();
 
 }  // namespace Korvex::Com

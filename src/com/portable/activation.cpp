@@ -5,6 +5,7 @@
 #include <iterator>
 #include <mutex>
 #include <new>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -60,12 +61,24 @@ ComPtr<IUnknown> takeRegisteredClass(REFCLSID clsid, DWORD context) {
 
 using GetClassObjectFunction = HRESULT (*)(REFCLSID, REFIID, void**);
 
+// The loader's sentence about what failed last on the calling thread.
+std::string& lastLoadFailure() {
+    thread_local std::string failure;
+    return failure;
+}
+
+HRESULT loadFailed(HRESULT hr) {
+    const char* const reason = ::dlerror();
+    lastLoadFailure() = reason ? reason : "";
+    return hr;
+}
+
 // A module is loaded once and stays: its objects' code may run as long as the process does.
 HRESULT entryPointOf(const std::filesystem::path& module, GetClassObjectFunction& entryPoint) {
     void* const library = ::dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-    if (!library) return CO_E_DLLNOTFOUND;
+    if (!library) return loadFailed(CO_E_DLLNOTFOUND);
     entryPoint = reinterpret_cast<GetClassObjectFunction>(::dlsym(library, "DllGetClassObject"));
-    return entryPoint ? S_OK : CO_E_ERRORINDLL;
+    return entryPoint ? S_OK : loadFailed(CO_E_ERRORINDLL);
 }
 
 HRESULT classObjectFromModule(const RegisteredServer& server, REFCLSID clsid, REFIID riid, void** ppv) {
@@ -100,8 +113,10 @@ HRESULT builtInClassObject(REFCLSID clsid, REFIID riid, void** ppv) {
 
 HRESULT localClassObject(REFCLSID clsid, DWORD context, REFIID riid, void** ppv) {
     if (const auto registered = takeRegisteredClass(clsid, context)) return queryFor(*registered, riid, ppv);
-    if (const auto server = ServerRegistry::read().find(clsid)) return classObjectFromModule(*server, clsid, riid, ppv);
-    return builtInClassObject(clsid, riid, ppv);
+    const HRESULT builtIn = builtInClassObject(clsid, riid, ppv);  // needs no look at the registry's files
+    if (builtIn != REGDB_E_CLASSNOTREG) return builtIn;
+    const auto server = ServerRegistry::read().find(clsid);
+    return server ? classObjectFromModule(*server, clsid, riid, ppv) : REGDB_E_CLASSNOTREG;
 }
 
 HRESULT createLocalInstance(REFCLSID clsid, IUnknown* outer, DWORD context, ComPtr<IUnknown>& instance) {
@@ -119,6 +134,7 @@ HRESULT createRemoteInstance(REFCLSID, const COSERVERINFO&, ComPtr<IUnknown>&) {
 
 HRESULT createInstance(REFCLSID clsid, IUnknown* outer, DWORD context, const COSERVERINFO* server,
                        ComPtr<IUnknown>& instance) {
+    lastLoadFailure().clear();
     if (!isInApartment()) return CO_E_NOTINITIALIZED;
     const bool namesHost = server && server->pwszName && *server->pwszName;
     if (namesHost && (context & CLSCTX_REMOTE_SERVER)) return createRemoteInstance(clsid, *server, instance);
@@ -138,6 +154,11 @@ HRESULT queryAll(IUnknown& instance, DWORD count, MULTI_QI* results) {
 }
 
 }  // namespace
+
+OpxString takeLoadFailure() {
+    return fromUtf8(std::exchange(lastLoadFailure(), {}));
+}
+
 }  // namespace Korvex::Com
 
 using namespace Korvex::Com;

@@ -30,7 +30,13 @@ void addClasses(REGSAM view, const std::vector<OpxString>& categories, std::vect
 
 }  // namespace
 
-std::vector<CLSID> classesOfCategories(const std::vector<CATID>& categories) {
+struct RegisteredServers {};
+
+std::shared_ptr<const RegisteredServers> lookAtServers() {
+    return std::make_shared<const RegisteredServers>();
+}
+
+std::vector<CLSID> classesOfCategories(const RegisteredServers&, const std::vector<CATID>& categories) {
     std::vector<OpxString> names;
     std::transform(categories.begin(), categories.end(), std::back_inserter(names), &guidText);
     std::vector<CLSID> classes;
@@ -38,7 +44,7 @@ std::vector<CLSID> classesOfCategories(const std::vector<CATID>& categories) {
     return classes;
 }
 
-std::optional<ClassDetails> detailsOfClass(REFCLSID clsid) {
+std::optional<ClassDetails> detailsOfClass(const RegisteredServers&, REFCLSID clsid) {
     for (const REGSAM view : kViews) {
         const RegistryKey key(HKEY_CLASSES_ROOT, OLESTR("CLSID\\") + guidText(clsid), view);
         if (!key) continue;

@@ -219,7 +219,11 @@ std::optional<XmlAttributes> readXmlAttributes(const std::filesystem::path& file
     return found;
 }
 
-std::vector<OpxString> brokenRegistrations() {
+std::vector<OpxString> takeBrokenRegistrations() {
+    return {};
+}
+
+OpxString takeModuleFailure() {
     return {};
 }
 
