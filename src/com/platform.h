@@ -37,7 +37,7 @@ std::filesystem::path modulePathOf(const void* address);
 // The running program's file.
 std::filesystem::path programPath();
 
-// An environment variable in UTF-16; nothing if it is not set.
+// An environment variable in UTF-16; nothing if it is not set, or if the program has rights that who set it lacks.
 std::optional<OpxString> environmentVariable(const char* name);
 
 // What COM's registry on this machine holds and no server can be read from: a sentence each. Always empty

@@ -1,12 +1,12 @@
 #include "com/platform.h"
 #include "com/portable/ServerRegistry.h"
+#include "com/portable/environment.h"
 
 #include <dlfcn.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdlib>
 
 #include <pugixml.hpp>
 
@@ -75,9 +75,8 @@ std::filesystem::path programPath() {
 }
 
 std::optional<OpxString> environmentVariable(const char* name) {
-    const char* value = std::getenv(name);
-    if (!value) return std::nullopt;
-    return fromUtf8(value);
+    const auto value = trustedVariable(name);
+    return value ? std::optional(fromUtf8(*value)) : std::nullopt;
 }
 
 void* holdMultiThreadedApartment() {
