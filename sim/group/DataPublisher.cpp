@@ -38,6 +38,16 @@ void DataPublisher::restart() {
     wake();
 }
 
+void DataPublisher::start(const std::function<void()>& activate, bool here) {
+    std::unique_lock telling(telling_);
+    tellAll_ = true;
+    activate();
+    if (!here) return;
+    const auto first = due(group_.settings());
+    telling.unlock();
+    if (first) callSinks(group_, *first);
+}
+
 void DataPublisher::schedule(TaskThread::Clock::time_point time, unsigned generation) {
     if (group_.sinks().isEmpty()) return;
     thread_.postAt(time, [weak = group_.weak_from_this(), generation] {
@@ -47,24 +57,29 @@ void DataPublisher::schedule(TaskThread::Clock::time_point time, unsigned genera
 
 void DataPublisher::cycle(unsigned generation) {
     if (generation != generation_ || group_.isRemoved()) return;
+    std::unique_lock telling(telling_);
     const GroupSettings settings = group_.settings();
     if (!settings.active) {
         told_.clear();
         return;
     }
     const auto begun = TaskThread::Clock::now();
-    if (tellAll_.exchange(false)) told_.clear();
-    if (settings.callbacksEnabled) publish(settings);
+    const auto callback = due(settings);
+    telling.unlock();
+    if (callback) callSinks(group_, *callback);
     const DWORD pause =
         settings.keepAlive == 0 ? settings.updateRate : std::min(settings.updateRate, settings.keepAlive);
     schedule(begun + milliseconds(pause), generation);
 }
 
-void DataPublisher::publish(const GroupSettings& settings) {
+// What the clients are to be told now, if anything.
+std::optional<Callback> DataPublisher::due(const GroupSettings& settings) {
+    if (tellAll_.exchange(false)) told_.clear();
+    if (!settings.callbacksEnabled) return std::nullopt;
     std::vector<Delivery> items = changes(settings.deadband);
-    if (items.empty() && !isKeepAliveDue(settings)) return;
+    if (items.empty() && !isKeepAliveDue(settings)) return std::nullopt;
     lastCallback_ = TaskThread::Clock::now();
-    callSinks(group_, {CallbackKind::dataChange, 0, std::move(items)});
+    return Callback{CallbackKind::dataChange, 0, std::move(items)};
 }
 
 std::vector<Delivery> DataPublisher::changes(float deadband) {

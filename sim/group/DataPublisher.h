@@ -2,8 +2,10 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 
 #include "sim/TaskThread.h"
 #include "sim/group/callbacks.h"
@@ -20,6 +22,9 @@ public:
     void wake();
     // A client that knows nothing yet has come: tells everything again.
     void restart();
+    // `activate` makes the group active, of which the clients know nothing yet: tells everything once, itself before
+    // it returns if `here`.
+    void start(const std::function<void()>& activate, bool here);
     // Carries out something else on the publishing thread.
     void post(TaskThread::Task task) { thread_.post(std::move(task)); }
     void stop() { thread_.stop(); }
@@ -27,14 +32,14 @@ public:
 private:
     void schedule(TaskThread::Clock::time_point time, unsigned generation);
     void cycle(unsigned generation);
-    void publish(const GroupSettings& settings);
+    std::optional<Callback> due(const GroupSettings& settings);
     std::vector<Delivery> changes(float deadband);
     bool isKeepAliveDue(const GroupSettings& settings) const;
 
     Group& group_;
     std::atomic<unsigned> generation_{0};  // of the schedule; an older one ends by itself
     std::atomic<bool> tellAll_{false};
-    // The thread's own.
+    std::mutex telling_;  // what there is to tell is looked for; never held while clients are told
     std::map<OPCHANDLE, Sample> told_;
     TaskThread::Clock::time_point lastCallback_ = TaskThread::Clock::now();
     TaskThread thread_;

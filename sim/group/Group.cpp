@@ -58,6 +58,7 @@ void Group::remove() {
 
 OPCHANDLE Group::addItem(GroupItem item) {
     const std::lock_guard lock(mutex_);
+    if (removed_) return nextItemHandle_++;  // its items are gone and counted already
     items_.emplace(nextItemHandle_, std::move(item));
     ++simulation().census.items;
     return nextItemHandle_++;

@@ -2,25 +2,9 @@
 
 #include "sim/Simulation.h"
 #include "sim/group/GroupObject.h"
-#include "sim/group/callbacks.h"
 #include "sim/server/Server.h"
 
 namespace Korvex::Simulation {
-namespace {
-
-// The first data change of a group that has become active.
-void tellFirst(Group& group) {
-    if (simulation().options.get().deliversInside) {
-        Callback all{CallbackKind::dataChange};
-        for (const auto& [handle, item] : group.items())
-            all.items.push_back({item.clientHandle, group.read(item, ReadSource::scan())});
-        callSinks(group, all);
-    }
-    group.publisher().restart();
-}
-
-}  // namespace
-
 HRESULT GroupStateFacet::GetState(DWORD* updateRate, BOOL* active, LPWSTR* name, LONG* timeBias, FLOAT* deadband,
                                   DWORD* locale, OPCHANDLE* clientHandle, OPCHANDLE* serverHandle) {
     return serveGroup("IOPCGroupStateMgt::GetState", note(),
@@ -47,16 +31,21 @@ HRESULT GroupStateFacet::SetState(DWORD* requestedRate, DWORD* revisedUpdateRate
                       outputs(out(revisedUpdateRate)), [&]() -> HRESULT {
                           if (deadband && !isDeadband(*deadband)) return E_INVALIDARG;
                           const bool activated = active && *active && !group().settings().active;
-                          group().changeSettings([&](GroupSettings& settings) {
-                              if (requestedRate) settings.updateRate = revisedRate(*requestedRate);
-                              if (active) settings.active = *active != FALSE;
-                              if (timeBias) settings.timeBias = *timeBias;
-                              if (deadband) settings.deadband = *deadband;
-                              if (locale) settings.locale = *locale;
-                              if (clientHandle) settings.clientHandle = *clientHandle;
-                              *revisedUpdateRate = settings.updateRate;
-                          });
-                          if (activated) tellFirst(group());
+                          const auto change = [&] {
+                              group().changeSettings([&](GroupSettings& settings) {
+                                  if (requestedRate) settings.updateRate = revisedRate(*requestedRate);
+                                  if (active) settings.active = *active != FALSE;
+                                  if (timeBias) settings.timeBias = *timeBias;
+                                  if (deadband) settings.deadband = *deadband;
+                                  if (locale) settings.locale = *locale;
+                                  if (clientHandle) settings.clientHandle = *clientHandle;
+                                  *revisedUpdateRate = settings.updateRate;
+                              });
+                          };
+                          if (activated)
+                              group().publisher().start(change, simulation().options.get().deliversInside);
+                          else
+                              change();
                           return requestedRate && *requestedRate != *revisedUpdateRate ? OPC_S_UNSUPPORTEDRATE : S_OK;
                       });
 }

@@ -101,8 +101,10 @@ Value sine(FILETIME time) {
 Value square(FILETIME time) {
     return makeBool(phase(time, 2) < 0.5);
 }
+// In whole milliseconds, which is what clients show of a date and of a time stamp.
 Value clock(FILETIME time) {
-    return makeDate(toDate(time));
+    const std::uint64_t ticks = ticksOf(time);
+    return makeDate(toDate(fileTime(ticks - ticks % kTicksPerMillisecond)));
 }
 
 Signal randomNumbers() {

@@ -39,7 +39,7 @@ std::filesystem::path modulePathOf(const void* address);
 // The running program's file.
 std::filesystem::path programPath();
 
-// An environment variable in UTF-16; nothing if it is not set.
+// An environment variable in UTF-16; nothing if it is not set, or if the program has rights that who set it lacks.
 std::optional<OpxString> environmentVariable(const char* name);
 
 // What the calling thread's last look at COM's registry on this machine found and no server could be read

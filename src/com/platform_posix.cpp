@@ -1,5 +1,6 @@
 #include "com/platform.h"
 #include "com/portable/ServerRegistry.h"
+#include "com/portable/environment.h"
 
 #include <dlfcn.h>
 #include <time.h>
@@ -8,7 +9,6 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
-#include <cstdlib>
 #include <mutex>
 
 #include <pugixml.hpp>
@@ -78,9 +78,8 @@ std::filesystem::path programPath() {
 }
 
 std::optional<OpxString> environmentVariable(const char* name) {
-    const char* value = std::getenv(name);
-    if (!value) return std::nullopt;
-    return fromUtf8(value);
+    const auto value = trustedVariable(name);
+    return value ? std::optional(fromUtf8(*value)) : std::nullopt;
 }
 
 void* holdMultiThreadedApartment() {

@@ -14,9 +14,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-void moveFile(const fs::path& from, const fs::path& to) {
-    std::error_code stays;
-    fs::rename(from, to, stays);
+// False if something keeps the name `from`.
+bool moveFile(const fs::path& from, const fs::path& to) {
+    std::error_code error;
+    if (fs::exists(from, error) && !fs::is_regular_file(from, error)) return false;
+    fs::rename(from, to, error);
+    return !error || !fs::exists(fs::symlink_status(from, error));
 }
 
 // The names of a file's backups: its own with "_" and a number before the last dot. The dot is looked
@@ -73,18 +76,18 @@ private:
 
 }  // namespace
 
-void moveToNumberedBackup(const fs::path& file, std::uint32_t count) {
+bool moveToNumberedBackup(const fs::path& file, std::uint32_t count) {
     const NumberedNames names(file);
     for (const std::uint32_t number : names.existing()) {
         if (number >= 1 && number < count) moveFile(names[number], names[number + 1]);
     }
-    moveFile(file, names[1]);
+    return moveFile(file, names[1]);
 }
 
-void moveToSingleBackup(const fs::path& file) {
+bool moveToSingleBackup(const fs::path& file) {
     fs::path backup = file;
     backup += ".bak";
-    moveFile(file, backup);
+    return moveFile(file, backup);
 }
 
 }  // namespace OpxOpc

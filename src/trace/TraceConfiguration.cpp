@@ -68,7 +68,7 @@ fs::path configurationFile() {
 void configureFromFile() {
     const fs::path file = configurationFile();
     std::error_code absent;
-    if (!fs::exists(file, absent)) return;
+    if (!fs::is_regular_file(file, absent)) return;
     apply(readTraceConfiguration(file, Korvex::Com::programPath().stem().string<OLECHAR>()));
 }
 

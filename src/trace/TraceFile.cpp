@@ -9,14 +9,17 @@ namespace OpxOpc {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+constexpr std::uint32_t kHeaderLines = 2;  // as they count
+
+}  // namespace
+
 bool TraceFile::open(Settings settings, OpxStringView date) {
     settings_ = std::move(settings);
-    startAnew(date);
+    settings_.moveToBackup(settings_.path);
+    create(date);
     return isOpen();
-}
-
-void TraceFile::close() {
-    if (isOpen()) stream_.close();
 }
 
 bool TraceFile::isAt(const fs::path& path) const {
@@ -27,20 +30,16 @@ bool TraceFile::isAt(const fs::path& path) const {
 
 void TraceFile::writeLine(const std::string& line, OpxStringView date) {
     if (!isOpen()) return;
-    // A write that failed, on a full disk say, is no reason not to try the next.
-    stream_.clear();
-    stream_ << line << std::flush;
-    if (++lines_ >= settings_.lineLimit) startAnew(date);
+    file_.write(line);
+    if (++lines_ < settings_.lineLimit) return;
+    lines_ = kHeaderLines;
+    if (settings_.moveToBackup(settings_.path)) create(date);
 }
 
-void TraceFile::startAnew(OpxStringView date) {
-    close();
-    settings_.moveToBackup(settings_.path);
-    lines_ = 2;
-    stream_.clear();
-    stream_.open(settings_.path, std::ios::out | std::ios::trunc);
-    stream_ << traceText("** %ls: start trace\n", settings_.programName) << traceText("** Date:\t%ls\n**\n", date)
-            << std::flush;
+void TraceFile::create(OpxStringView date) {
+    lines_ = kHeaderLines;
+    if (!file_.open(settings_.path)) return;
+    file_.write(traceText("** %ls: start trace\n", settings_.programName) + traceText("** Date:\t%ls\n**\n", date));
 }
 
 }  // namespace OpxOpc

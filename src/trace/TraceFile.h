@@ -3,11 +3,12 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <string>
 
 #include <korvex/native/OpxString.h>
+
+#include "com/OutputFile.h"
 
 namespace OpxOpc {
 
@@ -19,14 +20,14 @@ public:
         std::filesystem::path path;
         OpxString programName;    // for the header
         std::uint32_t lineLimit;  // lines after which the file is full; the header counts as two
-        std::function<void(const std::filesystem::path&)> moveToBackup;
+        std::function<bool(const std::filesystem::path&)> moveToBackup;  // false for a file that stays
     };
 
     // Moves a file of that name away and creates it with a header that tells `date`; false if it
-    // cannot be created.
+    // cannot be created. What cannot be moved is appended to.
     bool open(Settings settings, OpxStringView date);
-    bool isOpen() const { return stream_.is_open(); }
-    void close();
+    bool isOpen() const { return file_.isOpen(); }
+    void close() { file_.close(); }
 
     // True if the open file is that of `path`.
     bool isAt(const std::filesystem::path& path) const;
@@ -35,10 +36,10 @@ public:
     void writeLine(const std::string& line, OpxStringView date);
 
 private:
-    void startAnew(OpxStringView date);
+    void create(OpxStringView date);
 
     Settings settings_;
-    std::ofstream stream_;
+    Korvex::Com::OutputFile file_;
     std::uint32_t lines_ = 0;
 };
 

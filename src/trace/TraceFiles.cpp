@@ -51,7 +51,7 @@ bool TraceFiles::openTrace(std::uint32_t level, std::uint32_t lineLimit, std::ui
     const fs::path file = absolutePath(path);
     errorsAreInTrace_ = errors_.isAt(file);
     if (errorsAreInTrace_) errors_.close();
-    const auto moveToBackup = [backups](const fs::path& full) { moveToNumberedBackup(full, backups); };
+    const auto moveToBackup = [backups](const fs::path& full) { return moveToNumberedBackup(full, backups); };
     if (!trace_.open({file, programName, lineLimit, moveToBackup}, TimeTexts(clock_()).date)) return false;
     constexpr std::uint32_t highest = std::numeric_limits<std::int32_t>::max();
     level_ = static_cast<std::int32_t>(std::min(level, highest));

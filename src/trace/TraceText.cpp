@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "com/visible_text.h"
+
 namespace OpxOpc {
 namespace {
 
@@ -71,9 +73,9 @@ std::string filled(std::string text, const TraceConversion& conversion) {
 std::string converted(const TraceConversion& conversion, const TraceArgument& arg) {
     switch (arg.kind()) {
         case TraceArgument::Kind::kWide:
-            return wideText(arg.wide());
+            return Korvex::Com::visibleText(wideText(arg.wide()));
         case TraceArgument::Kind::kNarrow:
-            return std::string(untilZero(arg.narrow().substr(0, kLongestTraceText)));
+            return Korvex::Com::visibleText(untilZero(arg.narrow().substr(0, kLongestTraceText)));
         case TraceArgument::Kind::kInteger:
             return integerText(arg.integer(), conversion.letter);
         case TraceArgument::Kind::kReal:

@@ -12,8 +12,8 @@ namespace OpxOpc {
 inline constexpr std::size_t kLongestTraceText = 2000;
 
 // `format` with its conversions replaced, as printf would in the "C" locale: integers count as 32 bits
-// wide, wide text becomes UTF-8 up to its first zero. A text that is too long is cut, never inside of
-// a character.
+// wide, wide text becomes UTF-8 up to its first zero, and what would forge lines or the look of one is
+// escaped in texts. A text that is too long is cut, never inside of a character.
 std::string traceText(const char* format, const TraceArgument* args, std::size_t count);
 
 // The same for text that the caller makes itself.

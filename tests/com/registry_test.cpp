@@ -1,11 +1,15 @@
 // The registry of servers that a system without COM has: its files, modules and the server list.
+#include <grp.h>
 #include <sys/inotify.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -54,6 +58,25 @@ private:
     const char* const name_;
     const std::optional<OpxString> before_;
 };
+
+// What a command prints.
+std::string outputOf(const std::string& command) {
+    std::string output;
+    FILE* const pipe = ::popen(command.c_str(), "r");
+    for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe)) output.push_back(static_cast<char>(c));
+    ::pclose(pipe);
+    return output;
+}
+
+// Gives a file to another one of this user's groups, of which the superuser has all.
+bool giveToOtherGroup(const fs::path& file) {
+    if (::geteuid() == 0) return ::chown(file.c_str(), static_cast<uid_t>(-1), ::getegid() + 1) == 0;
+    std::vector<gid_t> groups(65536);
+    groups.resize(static_cast<std::size_t>(std::max(0, ::getgroups(static_cast<int>(groups.size()), groups.data()))));
+    return std::any_of(groups.begin(), groups.end(), [&](gid_t group) {
+        return group != ::getegid() && ::chown(file.c_str(), static_cast<uid_t>(-1), group) == 0;
+    });
+}
 
 class Registry : public ::testing::Test {
 protected:
@@ -255,6 +278,56 @@ TEST_F(Registry, AListingReadsEachFileOnce) {
     LPOLESTR texts[3] = {};
     EXPECT_EQ(list->GetClassDetails(kOtherClass, &texts[0], &texts[1], &texts[2]), S_OK) << "it came meanwhile";
     for (LPOLESTR text : texts) CoTaskMemFree(text);
+}
+
+TEST_F(Registry, AFileThatOthersMayWriteToSaysNoServer) {
+    using enum fs::perms;
+    const auto isKnown = [] {
+        CLSID clsid = {};
+        return CLSIDFromProgID(OLESTR("Other.1"), &clsid) == S_OK;
+    };
+    write("2.server", otherServer("Other.1", "x"));
+    const fs::path file = folder / "2.server";
+    for (const fs::path& path : {file, folder}) {
+        SCOPED_TRACE(path);
+        fs::permissions(path, others_write, fs::perm_options::add);
+        EXPECT_FALSE(isKnown());
+        const auto broken = Com::takeBrokenRegistrations();
+        EXPECT_TRUE(std::any_of(broken.begin(), broken.end(), [&](const OpxString& sentence) {
+            return toUtf8(sentence).find(file.string() + ": others than its owner may write") == 0;
+        }));
+        fs::permissions(path, others_write, fs::perm_options::remove);
+        fs::permissions(path, group_write, fs::perm_options::add);
+        EXPECT_TRUE(isKnown()) << "the owner's own group may";
+        EXPECT_TRUE(!giveToOtherGroup(path) || !isKnown());
+        if (const group* staff = ::getgrnam("staff"); staff && ::chown(path.c_str(), ::geteuid(), staff->gr_gid) == 0) {
+            EXPECT_TRUE(isKnown()) << "they may";
+        }
+        fs::permissions(path, group_write, fs::perm_options::remove);
+        EXPECT_TRUE(isKnown());
+    }
+    fs::permissions(base, others_write, fs::perm_options::add);
+    EXPECT_TRUE(isKnown()) << "parents are not looked at";
+}
+
+TEST_F(Registry, AProgramWithMoreRightsThanItsCallerDoesNotBelieveItsEnvironment) {
+    write("2.server", otherServer("Named.1", "x"));
+    writeTo(usersFolder, "a.server", server("Users.1", "{0A1B2C3D-3333-4222-8333-010203040506}", "x"));
+    const fs::path probe = bin / "korvex_environment_probe";
+    EXPECT_EQ(outputOf(probe.string() + " Named.1"), "variable server");
+    EXPECT_EQ(outputOf(probe.string() + " Users.1"), "variable server");
+
+    const fs::path secure = bin / "korvex_environment_probe_setgid";
+    fs::copy_file(probe, secure, fs::copy_options::overwrite_existing);
+    const bool isGiven = giveToOtherGroup(secure);
+    fs::permissions(secure, fs::perms::set_gid, fs::perm_options::add);
+    if (isGiven) {
+        for (const char* progId : {"Named.1", "Users.1"}) {
+            EXPECT_EQ(outputOf(secure.string() + " " + progId), "") << progId;
+        }
+    }
+    fs::remove(secure);
+    if (!isGiven) GTEST_SKIP() << "this user has no second group";
 }
 
 TEST_F(Registry, TheServerListEnumeratesByCategoryAndTellsDetails) {

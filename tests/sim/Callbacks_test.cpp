@@ -44,6 +44,26 @@ TEST_F(Callbacks, tellEverythingOnceAndThenWhatChanges) {
     EXPECT_EQ(sink->count("change"), 3U);
 }
 
+TEST_F(Callbacks, tellTheFirstValuesOfAnActivatedGroupOnce) {
+    for (const std::string mode : {"deliver later", "deliver inside"}) {
+        SCOPED_TRACE(mode);
+        run(mode);
+        for (int i = 0; i < 20; ++i) {
+            const ClientGroup group = addGroup(OLESTR("Main"), 20, false);
+            group.add(OLESTR("Constant.Int32"));
+            const auto sink = group.advise();
+            DWORD revised = 0;
+            BOOL active = TRUE;
+            group.as<IOPCGroupStateMgt>()->SetState(nullptr, &revised, &active, nullptr, nullptr, nullptr, nullptr);
+            EXPECT_TRUE(mode == "deliver later" || sink->count("change") == 1);
+            EXPECT_EQ(sink->wait("change").count, 1U);
+            std::this_thread::sleep_for(milliseconds(10));
+            ASSERT_EQ(sink->count("change"), 1U);
+            opc()->RemoveGroup(group.serverHandle, TRUE);
+        }
+    }
+}
+
 TEST_F(Callbacks, stayAwayFromWhatIsInactiveOrDisabled) {
     const ClientGroup group = addGroup(OLESTR("Main"), 20, false);
     OPCHANDLE handle = group.add(OLESTR("Signal.Counter"));

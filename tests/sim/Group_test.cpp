@@ -1,7 +1,12 @@
 #include <gmock/gmock.h>
 
+#include <cmath>
+#include <memory>
+
 #include "sim/FileTime.h"
 #include "sim/OpcCodes.h"
+#include "sim/Simulation.h"
+#include "sim/group/Group.h"
 #include "tests/sim/Client.h"
 
 namespace Korvex::Simulation {
@@ -220,6 +225,28 @@ TEST_F(Group, stateIsSetInPartsAndClonedWhole) {
     EXPECT_EQ(active, FALSE);
     EXPECT_NE(handle, group.serverHandle);
     EXPECT_THAT(run("counts"), testing::HasSubstr("items=2"));
+}
+
+TEST_F(Group, readsTheClockInWholeMilliseconds) {
+    const ClientGroup group = addGroup();
+    const OPCHANDLE clock = group.add(OLESTR("Signal.Clock"));
+    for (int i = 0; i < 20; ++i) {
+        const Told read = group.read(clock);
+        const double since1899 = read.value.get().date;
+        constexpr double kMillisecondsPerDay = 864e5;
+        constexpr std::int64_t kDaysFrom1601To1899 = 109'205;
+        EXPECT_EQ(std::llround(since1899 * kMillisecondsPerDay) + kDaysFrom1601To1899 * 86'400'000,
+                  static_cast<std::int64_t>(ticksOf(read.time) / kTicksPerMillisecond));
+    }
+}
+
+TEST_F(Group, countsNoItemsThatComeAfterItsEnd) {
+    const auto group = std::make_shared<Korvex::Simulation::Group>(std::weak_ptr<Server>(), 1, GroupSettings{});
+    group->addItem({});
+    EXPECT_EQ(simulation().census.items, 1);
+    group->remove();
+    group->addItem({});
+    EXPECT_EQ(simulation().census.items, 0);
 }
 
 }  // namespace

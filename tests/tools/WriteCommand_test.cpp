@@ -8,7 +8,10 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/tools/run_command.h"
+#include "tools/opcda/BrowseCommand.h"
+#include "tools/opcda/PropsCommand.h"
 #include "tools/opcda/ReadCommand.h"
+#include "tools/opcda/WatchCommand.h"
 
 namespace Korvex::Tool {
 namespace {
@@ -100,6 +103,25 @@ TEST_F(WriteCommandTest, AValueThatIsNoneOfItsTypeWritesNothing) {
 
     EXPECT_EQ(write({"--type", "string", "Register.Int32=0012"}).status, kSuccess) << "the library converts it";
     EXPECT_EQ(server.execute("written Register.Int32"), "3 12");
+}
+
+TEST_F(WriteCommandTest, WhatServersSayMovesNoCursorAndStartsNoLine) {
+    const std::string text = "a\033[2J\r\nb\xC2\x9B\xE2\x80\xAE";
+    const std::string visible = "a\\u001B[2J\\u000D\\u000Ab\\u009B\\u202E";
+    const std::string item = "Register.String";
+    const auto expectVisible = [&](const std::string& printed, const std::string& line) {
+        EXPECT_NE(printed.find(line), std::string::npos) << printed;
+        EXPECT_EQ(printed.find_first_of("\033\r"), std::string::npos) << printed;
+    };
+    EXPECT_EQ(write({item + "=" + text}).status, kSuccess);
+    expectVisible(run<ReadCommand>("read", {item}).out, "\n" + item + "  " + visible + "  String ");
+    expectVisible(run<WatchCommand>("watch", {"--count", "1", item}).out, "  " + item + "  " + visible + " ");
+    expectVisible(run<PropsCommand>("props", {"--id", "2", item}).out, "  " + visible);
+    EXPECT_EQ(nlohmann::json::parse(run<ReadCommand>("read", {"--json", item}).out)[0]["value"], text);
+
+    expectVisible(write({text + "=1"}).err, "opcda: " + visible + ": OPC_E_");
+    expectVisible(run<PropsCommand>("props", {text}).out, visible + "\n");
+    expectVisible(run<BrowseCommand>("browse", {text}).err, "opcda: " + visible + ": ");
 }
 
 }  // namespace

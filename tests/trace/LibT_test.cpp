@@ -55,6 +55,11 @@ TEST(LibT, IsConfiguredByTheFirstObjectAndAsksTheSwitchButForConnectionEvents) {
     checkTrace();
     EXPECT_FALSE(LibT::isTraceActive()) << "there is no configuration";
 
+    std::filesystem::create_directory(configuration);
+    checkTrace();
+    EXPECT_FALSE(LibT::isTraceActive()) << "what is no file is no configuration";
+    std::filesystem::remove(configuration);
+
     configure("<Trace TraceLevel='0'/>");
     checkTrace();
     EXPECT_TRUE(LibT::isTraceActive()) << "although the level opens no trace file";

@@ -196,9 +196,10 @@ TEST_F(TraceFilesTest, AFileThatCannotBeCreatedIsNoneAndMayBeOpenedLater) {
 TEST_F(TraceFilesTest, AFileThatCannotBeStartedAnewTakesNoMoreLines) {
     bool blocked = false;
     const auto block = [&](const std::filesystem::path& path) {
-        if (!blocked) return;
-        std::filesystem::remove(path);
+        if (!blocked) return true;
+        std::filesystem::rename(path, folder / "moved.txt");
         std::filesystem::create_directory(path);
+        return true;
     };
     TraceFile file;
     ASSERT_TRUE(file.open({folder / "trace.txt", OLESTR("Client"), 3, block}, OLESTR("2024-05-01")));
@@ -207,8 +208,39 @@ TEST_F(TraceFilesTest, AFileThatCannotBeStartedAnewTakesNoMoreLines) {
     EXPECT_FALSE(file.isOpen());
     file.writeLine("lost\n", OLESTR("2024-05-01"));
     std::filesystem::remove(folder / "trace.txt");
-    EXPECT_TRUE(file.open({folder / "trace.txt", OLESTR("Client"), 3, [](const auto&) {}}, OLESTR("2024-05-01")));
-    EXPECT_EQ(folder.text("trace.txt"), kHeader);
+    blocked = false;
+    EXPECT_TRUE(file.open({folder / "trace.txt", OLESTR("Client"), 3, block}, OLESTR("2024-05-01")));
+    EXPECT_EQ(folder.files(), (Files{{"moved.txt", kHeader + std::string("last\n")}, {"trace.txt", kHeader}}));
+}
+
+TEST_F(TraceFilesTest, AFileThatCannotBeMovedIsAppendedTo) {
+    folder.create("trace.txt", "old\n");
+    std::vector<bool> moves = {false, false, true};
+    const auto move = [&](const std::filesystem::path& path) {
+        const bool moved = moves.front();
+        moves.erase(moves.begin());
+        if (moved) std::filesystem::rename(path, folder / "moved.txt");
+        return moved;
+    };
+    TraceFile file;
+    ASSERT_TRUE(file.open({folder / "trace.txt", OLESTR("Client"), 4, move}, OLESTR("2024-05-01")));
+    for (const char* line : {"a\n", "b\n", "c\n"}) file.writeLine(line, OLESTR("2024-05-01"));
+    EXPECT_EQ(folder.text("trace.txt"), "old\n" + std::string(kHeader) + "a\nb\nc\n");
+    file.writeLine("d\n", OLESTR("2024-05-01"));
+    EXPECT_EQ(folder.text("trace.txt"), kHeader) << "tried again when as many lines had been written";
+    EXPECT_EQ(folder.text("moved.txt"), "old\n" + std::string(kHeader) + "a\nb\nc\nd\n");
+}
+
+TEST_F(TraceFilesTest, WhatIsNoFileStaysWhereItIs) {
+    std::filesystem::create_directory(folder / "trace.txt");
+    EXPECT_FALSE(openTrace(7));
+    EXPECT_FALSE(openErrors("trace.txt"));
+    EXPECT_TRUE(std::filesystem::is_directory(folder / "trace.txt"));
+}
+
+TEST_F(TraceFilesTest, AProgramNameStartsNoLine) {
+    ASSERT_TRUE(files.openTrace(7, kManyLines, 1, folder / "trace.txt", OLESTR("Client\n** Forged")));
+    EXPECT_THAT(folder.text("trace.txt"), HasSubstr("** Client\\u000A** Forged: start trace\n"));
 }
 
 TEST_F(TraceFilesTest, ProgramNamesAndPathsMayHaveAnyLetters) {

@@ -24,10 +24,14 @@ public:
                 test->name();
         std::filesystem::create_directories(path_);
     }
-    // A file that the process still has open stays.
+    // One by one: a file that the process still has open may stay, and remove_all would try for ever.
     ~TraceFolder() {
         std::error_code stays;
-        std::filesystem::remove_all(path_.parent_path(), stays);
+        std::vector<std::filesystem::path> all = {path_.parent_path()};
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(path_.parent_path(), stays)) {
+            all.push_back(entry.path());
+        }
+        for (auto path = all.rbegin(); path != all.rend(); ++path) std::filesystem::remove(*path, stays);
     }
     TraceFolder(const TraceFolder&) = delete;
     TraceFolder& operator=(const TraceFolder&) = delete;

@@ -32,6 +32,7 @@ TEST(TraceText, FormatsEveryConversionAsPrintfDoes) {
         {traceText("%ls|%s", OpxString(OLESTR("a\0b"), 3), std::string("a\0b", 3)), "a|a"},
         {traceText("%ls", OpxString(1, static_cast<OLECHAR>(0xD800))), "\xEF\xBF\xBD"},
         {traceText("%s", "%d"), "%d"},
+        {traceText("%ls\t|%s", OLESTR("a\r\nb"), "\033[2J"), "a\\u000D\\u000Ab\t|\\u001B[2J"},
     };
     for (const auto& [text, expected] : table) EXPECT_EQ(text, expected);
 }

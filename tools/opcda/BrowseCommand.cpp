@@ -11,6 +11,7 @@
 #include "AddressSpaceWalk.h"
 #include "Interruption.h"
 #include "Progress.h"
+#include "com/visible_text.h"
 #include "json.h"
 
 namespace Korvex::Tool {
@@ -35,8 +36,9 @@ public:
     explicit TextTree(std::ostream& out) : out_(out) {}
 
     void enter(const Element& element, std::size_t depth) override {
-        out_ << std::string(2 * depth, ' ') << text(element.Name()) << (element.HasChildren() ? "/" : "");
-        if (element.IsItem()) out_ << "  " << text(element.ItemName());
+        const auto shown = [](const NullableText& field) { return Com::visibleText(text(field)); };
+        out_ << std::string(2 * depth, ' ') << shown(element.Name()) << (element.HasChildren() ? "/" : "");
+        if (element.IsItem()) out_ << "  " << shown(element.ItemName());
         out_ << '\n';
     }
 
@@ -95,7 +97,7 @@ int BrowseCommand::run(const Output& output) const {
     int status = kSuccess;
     const auto tellOfFailure = [&](const std::string& element, const std::string& why) {
         progress.erase();
-        output.err << "opcda: " << (element.empty() ? "the root" : element) << ": " << why << '\n';
+        output.err << "opcda: " << Com::visibleText((element.empty() ? "the root" : element) + ": " + why) << '\n';
         status = kItemsFailed;
     };
     const auto browse = [&](const std::string& itemName, NullableText& continuationPoint) {

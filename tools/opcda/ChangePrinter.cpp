@@ -8,6 +8,7 @@
 #include <korvex/opc_da_client/DateTime.h>
 
 #include "columns.h"
+#include "com/visible_text.h"
 #include "json.h"
 
 namespace Korvex::Tool {
@@ -115,7 +116,7 @@ void ChangePrinter::refused(const ItemIdentifier& item) {
 }
 
 void ChangePrinter::printLine(const std::string& line) {
-    if (!isFinished()) out_ << line << std::endl;
+    if (!isFinished()) out_ << (form_ == Form::JsonLines ? line : Com::visibleText(line)) << std::endl;
 }
 
 bool ChangePrinter::finished() const {

@@ -8,6 +8,7 @@
 #include <korvex/opc_da_client/DaServerMgt.h>
 
 #include "Table.h"
+#include "com/visible_text.h"
 #include "json.h"
 
 namespace Korvex::Tool {
@@ -40,9 +41,9 @@ Table::Row tableRow(const ItemProperty& property) {
 }
 
 void printTable(const ItemIdentifier& item, const ItemProperties& properties, const Output& output) {
-    output.out << text(item.ItemName()) << '\n';
+    output.out << Com::visibleText(text(item.ItemName())) << '\n';
     if (!item.ResultID().Succeeded()) {
-        output.out << failure(item.ResultID()) << '\n';
+        output.out << Com::visibleText(failure(item.ResultID())) << '\n';
         return;
     }
     Table table({"ID", "Property", "Type", "Value", "Item", "Result"});

@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "columns.h"
+#include "com/visible_text.h"
 
 namespace Korvex::Tool {
 namespace {
@@ -12,6 +13,11 @@ constexpr const char* kBold = "\033[1m";
 constexpr const char* kPlain = "\033[0m";
 
 }  // namespace
+
+void Table::add(Row row) {
+    for (std::string& cell : row) cell = Com::visibleText(cell);
+    rows_.push_back(std::move(row));
+}
 
 void Table::print(std::ostream& out, bool styled) const {
     std::vector<std::size_t> widths(rows_.front().size());

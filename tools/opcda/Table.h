@@ -13,7 +13,8 @@ public:
 
     explicit Table(Row header) : rows_{std::move(header)} {}
 
-    void add(Row row) { rows_.push_back(std::move(row)); }
+    // What a cell holds appears as visible text.
+    void add(Row row);
 
     // With `styled`, the header is set off with terminal attributes.
     void print(std::ostream& out, bool styled) const;

@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "com/visible_text.h"
 #include "parse_value.h"
 
 namespace Korvex::Tool {
@@ -65,12 +66,13 @@ int WriteCommand::run(const Output& output) const {
 
     bool anyFailed = false;
     for (const ItemIdentifier& item : identifiers.value()) {
-        const std::string name = toUtf8(item.ItemName().valueOrEmpty());
+        const std::string line =
+            Com::visibleText(toUtf8(item.ItemName().valueOrEmpty()) + ": " + result(item)) + "\n";
         if (!item.ResultID().Succeeded()) {
-            output.err << "opcda: " << name << ": " << result(item) << '\n';
+            output.err << "opcda: " << line;
             anyFailed = true;
         } else if (item.ResultID().Code() != 0) {
-            output.out << name << ": " << result(item) << '\n';
+            output.out << line;
         }
     }
     return anyFailed ? kItemsFailed : kSuccess;

@@ -14,6 +14,7 @@
 #include "WatchCommand.h"
 #include "WriteCommand.h"
 #include "com/console.h"
+#include "com/visible_text.h"
 
 namespace Korvex::Tool {
 namespace {
@@ -46,6 +47,10 @@ int run(std::vector<std::string> arguments) {
     return watch.run(output);
 }
 
+void tellOf(const std::string& failure) {
+    std::cerr << "opcda: " << Com::visibleText(failure) << '\n';
+}
+
 }  // namespace
 }  // namespace Korvex::Tool
 
@@ -54,10 +59,10 @@ int main(int argc, char** argv) {
     try {
         return Korvex::Tool::run(Korvex::Com::programArguments(argc, argv));
     } catch (const Korvex::OPC::OpcDaClient::OPCException& error) {
-        std::cerr << "opcda: " << Korvex::Tool::messageOf(error) << '\n';
+        Korvex::Tool::tellOf(Korvex::Tool::messageOf(error));
         return Korvex::Tool::kServerFailed;
     } catch (const std::exception& error) {
-        std::cerr << "opcda: " << error.what() << '\n';
+        Korvex::Tool::tellOf(error.what());
         return Korvex::Tool::kServerFailed;
     }
 }

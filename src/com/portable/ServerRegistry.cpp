@@ -3,12 +3,14 @@
 #include <dlfcn.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <fstream>
 #include <map>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
+
+#include "com/portable/environment.h"
+#include "com/portable/file_trust.h"
 
 namespace Korvex::Com {
 namespace {
@@ -20,8 +22,7 @@ constexpr const char* kFolderOfServers = "korvex-opc/servers";
 constexpr const char* kFileExtension = ".server";
 
 std::string variable(const char* name) {
-    const char* value = std::getenv(name);
-    return value ? value : "";
+    return trustedVariable(name).value_or("");
 }
 
 std::vector<std::string> split(const std::string& text, char separator) {
@@ -106,7 +107,14 @@ std::map<std::string, std::string> readLines(const fs::path& file) {
     return values;
 }
 
+// Whoever can write a registration chooses the code that its readers load.
+void refuseWhatOthersMayChange(const fs::path& file) {
+    if (othersMayChange(file)) throw std::runtime_error("others than its owner may write to it");
+    if (othersMayChange(file.parent_path())) throw std::runtime_error("others than its owner may write to its folder");
+}
+
 RegisteredServer parse(const fs::path& file) {
+    refuseWhatOthersMayChange(file);
     auto values = readLines(file);
     RegisteredServer server;
     server.progId = fromUtf8(values["ProgID"]);

@@ -31,7 +31,8 @@ struct RegisteredServer {
 //
 // in UTF-8; a relative module lies relative to the file. Searched are, in this order, the folders that
 // KORVEX_OPC_SERVERS names (separated by ":"), the user's data folder and the installation; the first
-// file of a class identifier counts.
+// file of a class identifier counts. A file that others may write to, or that lies in a folder of which
+// that holds, says no server.
 class ServerRegistry {
 public:
     // A file that says no server, and why.

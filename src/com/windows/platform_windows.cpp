@@ -16,9 +16,13 @@ namespace {
 
 using CreateXmlReaderFunction = HRESULT(STDAPICALLTYPE*)(REFIID, void**, IMalloc*);
 
-// Null where the system has no XmlLite.
+// Null where the system has no XmlLite. One that lies beside the program is not the system's.
 CreateXmlReaderFunction findCreateXmlReader() {
-    const HMODULE library = ::LoadLibraryW(L"xmllite.dll");
+    WCHAR folder[MAX_PATH] = {};
+    const UINT length = ::GetSystemDirectoryW(folder, MAX_PATH);
+    if (length == 0 || length >= MAX_PATH) return nullptr;
+    const std::filesystem::path file = std::filesystem::path(folder) / L"xmllite.dll";
+    const HMODULE library = ::LoadLibraryExW(file.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
     if (!library) return nullptr;
     return reinterpret_cast<CreateXmlReaderFunction>(
         reinterpret_cast<void*>(::GetProcAddress(library, "CreateXmlReader")));
