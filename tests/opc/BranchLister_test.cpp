@@ -290,8 +290,12 @@ TEST_F(BranchListerTest, ManyBranchesWithTheBrowsedOnesIdAreListedInTimeOfTheirN
     space.root.branches = {{OLESTR("A"), OLESTR("A"), {}, {}}};
     auto& below = space.root.branches[0].branches;
     for (int i = 0; i < 40960; ++i) below.push_back({fromUtf8(std::to_string(i)), {}, {}, {}});
-    EXPECT_THAT(list(OLESTR("A")), SizeIs(40960));
-    EXPECT_THAT(list(OLESTR("A")), SizeIs(40960));
+    // Routes that grow with every branch would take minutes here.
+    for (int round = 0; round < 2; ++round) {
+        const auto listed = list(OLESTR("A"));
+        ASSERT_THAT(listed, SizeIs(40960));
+        EXPECT_EQ(listed.back(), "40959=A/40959/");
+    }
 }
 
 // ---- Answers -------------------------------------------------------------------------------------

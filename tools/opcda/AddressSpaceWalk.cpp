@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <unordered_set>
 #include <utility>
 
 #include <korvex/opc_da_client/Exceptions.h>
@@ -30,13 +29,15 @@ void AddressSpaceWalk::below(const std::string& itemName) {
 }
 
 bool AddressSpaceWalk::enter(const std::string& itemName) {
-    if (watchers_.stopped() || isAncestor(itemName)) return false;
+    // Some servers show a branch below itself.
+    if (watchers_.stopped() || ancestors_.contains(itemName)) return false;
     if (levels_.size() >= maxDepth_) {
         reachedDepth_ = true;
         return false;
     }
     try {
         levels_.push_back({itemName, list(itemName)});
+        ancestors_.insert(itemName);
         return true;
     } catch (const OPCException& error) {
         watchers_.failed(itemName, messageOf(error));
@@ -47,13 +48,9 @@ bool AddressSpaceWalk::enter(const std::string& itemName) {
 }
 
 void AddressSpaceWalk::leave() {
+    ancestors_.erase(levels_.back().itemName);
     levels_.pop_back();
     if (!levels_.empty()) visitor_.leave();
-}
-
-// Some servers show a branch below itself.
-bool AddressSpaceWalk::isAncestor(const std::string& itemName) const {
-    return std::any_of(levels_.begin(), levels_.end(), [&](const Level& level) { return level.itemName == itemName; });
 }
 
 // Some servers answer a continuation point for ever: a page that brings nothing new is the last.

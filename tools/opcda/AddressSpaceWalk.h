@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include <korvex/opc_da_client/BrowseElement.h>
@@ -49,14 +50,14 @@ private:
 
     bool enter(const std::string& itemName);
     void leave();
-    bool isAncestor(const std::string& itemName) const;
     std::vector<Element> list(const std::string& itemName);
 
     const Browse browse_;
     const std::size_t maxDepth_;
     Visitor& visitor_;
     const Watchers watchers_;
-    std::vector<Level> levels_;  // from where the walk began to where it is
+    std::vector<Level> levels_;                  // from where the walk began to where it is
+    std::unordered_set<std::string> ancestors_;  // what they lie below
     std::size_t found_ = 0;
     bool reachedDepth_ = false;
 };
