@@ -250,7 +250,9 @@ struct IEnumConnections : public IUnknown {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wpedantic"
 
-// ---- Streams -------------------------------------------------------------------------------------
+// ---- Marshaling ----------------------------------------------------------------------------------
+
+inline constexpr IID IID_IMarshal = {0x00000003, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 
 union LARGE_INTEGER {
     struct {
