@@ -7,11 +7,9 @@
 
 #include "com/ComPtr.h"
 #include "com/owners.h"
-#include "opc/ApartmentMode.h"
 #include "opc/ItemPropertiesInterface.h"
 #include "opc/rpc_errors.h"
 #include "opc/server_texts.h"
-#include "opc/waiting.h"
 #include "trace/TraceScope.h"
 
 namespace OpxOpc {
@@ -150,19 +148,17 @@ void addLeaves(std::vector<ListedElement> leaves, std::vector<ListedElement>& el
 class BranchLister::Turn {
 public:
     explicit Turn(BranchLister& lister) : lister_(lister) {
-        if (lister.holder_ == std::this_thread::get_id()) return;
-        if (ApartmentMode::isSingleThreaded()) {
-            while (!lister.position_.try_lock()) sleepTakingCalls(kWait);
-        } else {
-            lister.position_.lock();
-        }
-        lister.holder_ = std::this_thread::get_id();
+        const auto self = std::this_thread::get_id();
+        if (lister.positionFreed_.look([&] { return lister.holder_ == self; })) return;
+        lister.positionFreed_.wait([&] {
+            if (lister.holder_ != std::thread::id()) return false;
+            lister.holder_ = self;
+            return true;
+        });
         taken_ = true;
     }
     ~Turn() {
-        if (!taken_) return;
-        lister_.holder_ = std::thread::id();
-        lister_.position_.unlock();
+        if (taken_) lister_.positionFreed_.change([this] { lister_.holder_ = {}; });
     }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
@@ -170,8 +166,6 @@ public:
     bool taken() const noexcept { return taken_; }
 
 private:
-    static constexpr std::chrono::milliseconds kWait{10};
-
     BranchLister& lister_;
     bool taken_ = false;
 };

@@ -2,17 +2,16 @@
 // list the names that they find there.
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <thread>
 #include <vector>
 
 #include <korvex/native/OpxString.h>
 
 #include "com/opc_interfaces.h"
+#include "opc/Signal.h"
 
 namespace OpxOpc {
 
@@ -62,8 +61,9 @@ private:
     bool leadsElsewhere(const OpxString& key, const Route& route) const;
 
     const std::size_t mostNames_;
-    std::mutex position_;  // held from moving to a branch until all that is there is known
-    std::atomic<std::thread::id> holder_;
+    // Who has the position, from moving to a branch until all that is there is known.
+    std::thread::id holder_;
+    Signal positionFreed_;  // guards it
     std::map<OpxString, Route> routes_;
 };
 

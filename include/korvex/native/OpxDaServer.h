@@ -73,8 +73,9 @@ public:
     // that the server has made of it goes to `revisedUpdateRate`, the handle for the other operations to
     // `serverSubscription`. S_FALSE: `errors` tells which items are not part of the subscription.
     //
-    // While the server cannot be reached, a connection that reconnects accepts this and all the
-    // operations on subscriptions below, and carries them out when the server is back.
+    // While the server cannot be reached, a connection that reconnects notes this and all the operations on
+    // subscriptions below, and carries them out when the server is back: an item that the server then
+    // refuses is told by a DataChange once, without value, with bad quality and its code.
     std::int32_t subscribe(std::uint32_t clientSubscription, bool active, std::uint32_t updateRate, float deadband,
                            std::vector<OpxItemIdentifier>& items, std::uint32_t* revisedUpdateRate,
                            std::uint32_t* serverSubscription, std::vector<std::int32_t>& errors);

@@ -75,13 +75,16 @@ public:
     // `connectFailed` is true when the server could not be reached, or took another locale than asked
     // for, while RetryInitialConnection is set; the object counts as connected all the same.
     //
-    // Throws ArgumentNullException and ArgumentException ("url"), OPCException when connected already
-    // or when connecting fails. With a null `connectInfo` the connection is made with the defaults and
+    // Throws ArgumentNullException and ArgumentException ("url"), OPCException when connected already, also
+    // while another thread connects or disconnects, or when connecting fails (with E_OUTOFMEMORY when the
+    // system has no thread to watch the connection), NullReferenceException when the object is disposed
+    // meanwhile. With a null `connectInfo` the connection is made with the defaults and
     // then NullReferenceException thrown; pass a ConnectInfo.
     void Connect(const NullableText& url, std::int32_t clientHandle, ConnectInfo* connectInfo, bool& connectFailed);
 
-    // Waits for calls in progress and leaves the server. Throws OPCException when not connected; when
-    // leaving fails, the object is disconnected all the same.
+    // Waits for calls in progress and for a state change that is just being told, and leaves the server; it
+    // does not wait for an attempt to reconnect. Throws OPCException when not connected, also while another
+    // thread connects or disconnects; when leaving fails, the object is disconnected all the same.
     void Disconnect();
 
     // True from a successful Connect to Disconnect, whatever the state of the server meanwhile.
@@ -130,7 +133,9 @@ public:
     //
     // `serverSubscription` names the subscription in the methods below, until it is cancelled or the
     // object disconnects; an item that is refused is not part of it. While the server cannot be reached
-    // the methods are carried out when it is back.
+    // success means that the call is noted, and it is carried out when the server is back: an item that the
+    // server then refuses, misspelt perhaps, is told by DataChanged once, without value, with bad quality and
+    // its ResultID.
     //
     // ITEMERROR: an item is refused; else UNSUPPORTEDUPDATERATE: the rate is `revisedUpdateRate`. A server
     // that makes the subscription but will not activate it is an exception, and leaves it inactive.
