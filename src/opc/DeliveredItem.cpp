@@ -60,7 +60,9 @@ HRESULT takeValue(const DeliveredItem& item, OpxVariant& out) {
 
 HRESULT takeValueAs(VARTYPE requested, LCID locale, const DeliveredItem& item, OpxVariant& out) {
     const VARTYPE delivered = item.value->vt;
-    if (requested == VT_EMPTY || requested == delivered) {
+    // A decimal is taken as a currency exactly, which the platform's conversion need not be.
+    const bool isExact = requested == VT_CY && delivered == VT_DECIMAL;
+    if (requested == VT_EMPTY || requested == delivered || isExact) {
         const HRESULT hr = takeValue(item, out);
         return failed(hr) ? hr : item.code;
     }
