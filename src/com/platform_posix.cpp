@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 
 #include <pugixml.hpp>
 
@@ -77,6 +78,10 @@ std::filesystem::path programPath() {
 std::optional<OpxString> environmentVariable(const char* name) {
     const auto value = trustedVariable(name);
     return value ? std::optional(fromUtf8(*value)) : std::nullopt;
+}
+
+void setEnvironmentVariable(const char* name, const std::string& value) {
+    ::setenv(name, value.c_str(), 1);
 }
 
 void* holdMultiThreadedApartment() {

@@ -396,6 +396,9 @@ inline constexpr DWORD CLSCTX_ALL =
 enum REGCLS : DWORD { REGCLS_SINGLEUSE = 0, REGCLS_MULTIPLEUSE = 1 };
 
 inline constexpr DWORD RPC_C_AUTHN_LEVEL_NONE = 1;
+inline constexpr DWORD RPC_C_AUTHN_LEVEL_CONNECT = 2;
+inline constexpr DWORD RPC_C_AUTHN_LEVEL_PKT_INTEGRITY = 5;
+inline constexpr DWORD RPC_C_AUTHN_LEVEL_PKT_PRIVACY = 6;
 inline constexpr DWORD RPC_C_IMP_LEVEL_IMPERSONATE = 3;
 inline constexpr DWORD EOAC_NONE = 0;
 
