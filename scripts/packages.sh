@@ -1,7 +1,7 @@
 # Sourced by check and demo: installs the distribution's packages that they need.
 
-# What a native build of the library, the simulation server and the tool needs.
-BUILD_PACKAGES="g++ cmake ninja-build libpugixml-dev libcli11-dev nlohmann-json3-dev"
+# What a native build of the library, the simulation server and the tool needs, and the archives of one.
+BUILD_PACKAGES="g++ cmake ninja-build libpugixml-dev libcli11-dev nlohmann-json3-dev dpkg-dev file"
 
 say() { printf '\033[1m== %s\033[0m\n' "$*"; }
 

@@ -3,8 +3,8 @@
 namespace Korvex::Com {
 namespace {
 
-HRESULT initializeSecurity() {
-    return CoInitializeSecurity(nullptr, -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_NONE, RPC_C_IMP_LEVEL_IMPERSONATE,
+HRESULT initializeSecurity(DWORD authenticationLevel) {
+    return CoInitializeSecurity(nullptr, -1, nullptr, nullptr, authenticationLevel, RPC_C_IMP_LEVEL_IMPERSONATE,
                                 nullptr, EOAC_NONE, nullptr);
 }
 

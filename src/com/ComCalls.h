@@ -9,8 +9,8 @@ namespace Korvex::Com {
 struct ComCalls {
     HRESULT (*coInitializeEx)(DWORD apartment);
     void (*coUninitialize)();
-    // With no descriptor, automatic services, authentication level none, impersonation, no capabilities.
-    HRESULT (*coInitializeSecurity)();
+    // With no descriptor, automatic services, impersonation, no capabilities.
+    HRESULT (*coInitializeSecurity)(DWORD authenticationLevel);
     HRESULT (*coCreateInstanceEx)(REFCLSID clsid, DWORD context, COSERVERINFO* server, DWORD count, MULTI_QI* results);
     HRESULT (*coCreateInstance)(REFCLSID clsid, DWORD context, REFIID riid, void** object);
     HRESULT (*coDisconnectObject)(IUnknown* object);

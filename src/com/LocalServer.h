@@ -21,11 +21,11 @@ struct ServedClass {
     ComPtr<IUnknown> classObject;
 };
 
-// Serves the classes to other processes until the last object that is counted (see ProcessHold.h) has gone,
-// or returns at once with what COM answered. A server that nobody asks anything of ends after a minute.
+// Serves the classes to other processes until the last object that is counted (see ProcessHold.h) has been gone for
+// some seconds, or returns at once with what COM answered. A server that nobody asks anything of ends after a minute.
 HRESULT serveClasses(const std::vector<ServedClass>& classes);
 
-// Clients that come from now on have COM start another process.
+// Clients that come from now on have COM start another process, and this one waits for none.
 void revokeServedClasses();
 
 }  // namespace Korvex::Com

@@ -41,6 +41,8 @@ std::filesystem::path programPath();
 
 // An environment variable in UTF-16; nothing if it is not set, or if the program has rights that who set it lacks.
 std::optional<OpxString> environmentVariable(const char* name);
+// Sets one, in UTF-8, for this process and those that it starts. To be called while there is one thread.
+void setEnvironmentVariable(const char* name, const std::string& value);
 
 // What the calling thread's last look at COM's registry on this machine found and no server could be read
 // from: a sentence each, told once. Always empty where the registry is a database of the system.

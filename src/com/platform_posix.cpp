@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <cstdlib>
 #include <mutex>
 
 #include <pugixml.hpp>
@@ -80,6 +81,10 @@ std::filesystem::path programPath() {
 std::optional<OpxString> environmentVariable(const char* name) {
     const auto value = trustedVariable(name);
     return value ? std::optional(fromUtf8(*value)) : std::nullopt;
+}
+
+void setEnvironmentVariable(const char* name, const std::string& value) {
+    ::setenv(name, value.c_str(), 1);
 }
 
 void* holdMultiThreadedApartment() {

@@ -42,8 +42,31 @@ void initializeCom(ApartmentState& state) {
     state.multiThreadedHold = Korvex::Com::holdMultiThreadedApartment();
 }
 
+constexpr struct {
+    const OLECHAR* name;
+    DWORD level;
+} kAuthenticationLevels[] = {
+    {OLESTR("none"), RPC_C_AUTHN_LEVEL_NONE},
+    {OLESTR("connect"), RPC_C_AUTHN_LEVEL_CONNECT},
+    {OLESTR("integrity"), RPC_C_AUTHN_LEVEL_PKT_INTEGRITY},
+    {OLESTR("privacy"), RPC_C_AUTHN_LEVEL_PKT_PRIVACY},
+};
+
+// None, unless whoever starts the process asks for more: servers may refuse calls of so low a level.
+DWORD authenticationLevel() {
+    const auto asked = Korvex::Com::environmentVariable("KORVEX_OPC_AUTHENTICATION");
+    if (!asked || asked->empty()) return RPC_C_AUTHN_LEVEL_NONE;
+    for (const auto& known : kAuthenticationLevels) {
+        if (*asked != known.name) continue;
+        LibT::lCtor("Ctor DaServerMgtPrivate - authentication level %u is asked for", known.level);
+        return known.level;
+    }
+    LibT::lError("Error: Ctor DaServerMgtPrivate - KORVEX_OPC_AUTHENTICATION names no level: '%ls'", *asked);
+    return RPC_C_AUTHN_LEVEL_NONE;
+}
+
 void initializeSecurity() {
-    const HRESULT hr = Korvex::Com::comCalls().coInitializeSecurity();
+    const HRESULT hr = Korvex::Com::comCalls().coInitializeSecurity(authenticationLevel());
     if (hr == RPC_E_TOO_LATE) {
         LibT::lCtor("Ctor DaServerMgtPrivate - CoInitializeSecurity was already called before");
     } else if (failed(hr)) {

@@ -104,7 +104,7 @@ protected:
             return S_OK;
         };
         comCalls().coUninitialize = [] { ++seen->uninitializations; };
-        comCalls().coInitializeSecurity = []() -> HRESULT { return S_OK; };
+        comCalls().coInitializeSecurity = [](DWORD) -> HRESULT { return S_OK; };
         comCalls().coCreateInstanceEx = [](REFCLSID clsid, DWORD context, COSERVERINFO* server, DWORD,
                                            MULTI_QI* results) -> HRESULT {
             seen->created = clsid;

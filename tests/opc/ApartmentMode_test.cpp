@@ -4,10 +4,13 @@
 #include <cstdlib>
 #include <iostream>
 #include <memory>
+#include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
 #include "com/ComCalls.h"
+#include "com/platform.h"
 #include "opc/DaServerMgt.h"
 #include "tests/support/TraceCapture.h"
 
@@ -22,6 +25,7 @@ struct Calls {
     DWORD apartment = 0xFF;
     int uninitialized = 0;
     int secured = 0;
+    DWORD authentication = 0xFF;
 };
 Calls calls;
 HRESULT apartmentResult = S_OK;
@@ -37,8 +41,9 @@ void installFakes(HRESULT apartment, HRESULT security) {
         return apartmentResult;
     };
     table.coUninitialize = [] { ++calls.uninitialized; };
-    table.coInitializeSecurity = []() -> HRESULT {
+    table.coInitializeSecurity = [](DWORD authenticationLevel) -> HRESULT {
         ++calls.secured;
+        calls.authentication = authenticationLevel;
         return securityResult;
     };
 }
@@ -74,7 +79,7 @@ void countsInstances() {
     auto second = std::make_unique<DaServerMgt>();
     child.expect(calls.initialized == 1 && calls.apartment == 0,
                  "the first connection asks for the multi-threaded one");
-    child.expect(calls.secured == 1, "security is settled once");
+    child.expect(calls.secured == 1 && calls.authentication == 1, "security is settled once, without authentication");
     child.expectLine("Ctor DaServerMgtPrivate - initialized COM as MTA", 5);
     child.expect(!ApartmentMode::isSingleThreaded(), "multi-threaded");
     first.reset();
@@ -127,6 +132,37 @@ void failsToSecure() {
     child.end();
 }
 
+void securesAsAsked(const std::string& asked, DWORD level) {
+    installFakes(S_OK, S_OK);
+    Com::setEnvironmentVariable("KORVEX_OPC_AUTHENTICATION", asked);
+    ChildProcess child;
+    DaServerMgt server;
+    child.expect(calls.authentication == level, asked.c_str());
+    if (asked == "nonsense") {
+        child.expectLine("Error: Ctor DaServerMgtPrivate - KORVEX_OPC_AUTHENTICATION names no level: 'nonsense'", 1);
+    }
+    child.end();
+}
+
+// With COM as it is. Not every COM tells that it is too late.
+void applicationSecures() {
+    ChildProcess child;
+    child.expect(CoInitializeEx(nullptr, COINIT_MULTITHREADED) == S_OK, "the application's apartment");
+    const auto secure = [] {
+        return CoInitializeSecurity(nullptr, -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_PKT_INTEGRITY,
+                                    RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE, nullptr);
+    };
+    child.expect(secure() == S_OK, "the application's security");
+    const bool tellsThatItIsTooLate = secure() == RPC_E_TOO_LATE;
+    DaServerMgt server;
+    child.expect(server.connectOPCServer({}, CLSID{}) == REGDB_E_CLASSNOTREG, "COM is asked for the server");
+    child.expect(child.trace.textsWith("CoInitializeSecurity failed").empty(), "no error");
+    if (tellsThatItIsTooLate) {
+        child.expectLine("Ctor DaServerMgtPrivate - CoInitializeSecurity was already called before", 5);
+    }
+    child.end();
+}
+
 TEST(ApartmentModeDeathTest, com_and_security_are_settled_by_the_first_connection) {
     IN_CHILD_PROCESS(countsInstances());
 }
@@ -138,6 +174,16 @@ TEST(ApartmentModeDeathTest, a_failed_initialization_is_not_balanced) {
 }
 TEST(ApartmentModeDeathTest, security_settled_by_the_application_is_no_error) {
     IN_CHILD_PROCESS(isTooLateForSecurity());
+}
+TEST(ApartmentModeDeathTest, the_applications_own_security_counts) {
+    IN_CHILD_PROCESS(applicationSecures());
+}
+TEST(ApartmentModeDeathTest, the_environment_raises_the_authentication_level) {
+    const std::pair<std::string, DWORD> table[] = {{"none", 1},    {"connect", 2},  {"integrity", 5},
+                                                   {"privacy", 6}, {"nonsense", 1}, {"", 1}};
+    for (const auto& [asked, level] : table) {
+        IN_CHILD_PROCESS(securesAsAsked(asked, level));
+    }
 }
 TEST(ApartmentModeDeathTest, security_that_fails_is_reported_once) {
     IN_CHILD_PROCESS(failsToSecure());

@@ -1,6 +1,8 @@
 // What an application does with a server that is another process.
 #include <algorithm>
+#include <chrono>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -8,6 +10,7 @@
 #include <korvex/opc_cmn/OpcServerEnum.h>
 
 #include "tests/processes/ProcessFixture.h"
+#include "tests/processes/ServerProgram.h"
 
 namespace Korvex::OPC::OpcDaClient {
 namespace {
@@ -162,6 +165,15 @@ TEST_P(OutOfProcessProfile, AddressSpaceAndPropertiesAreShown) {
     EXPECT_EQ(textOf(high->Description()), "High EU");
     EXPECT_EQ(high->Value(), Object(100.0));
     EXPECT_EQ(toUtf8(items[1].ResultID().Name()), "OPC_E_UNKNOWNITEMID");
+}
+
+TEST_F(OutOfProcess, AClientThatComesSoonAfterTheLastFindsTheSameProcess) {
+    const auto process = Testing::serverProcesses();
+    ASSERT_EQ(process.size(), 1u);
+    leave();
+    std::this_thread::sleep_for(std::chrono::seconds(2));
+    steerAgain();
+    EXPECT_EQ(Testing::serverProcesses(), process);
 }
 
 TEST_F(OutOfProcess, ARequestToLeaveIsTold) {

@@ -55,7 +55,9 @@ ProcessFixture::ProcessFixture() {
 }
 
 ProcessFixture::~ProcessFixture() {
-    control_.reset();
+    std::string answer;
+    if (control_) control_->tryExecute("revoke", answer);  // it need not wait for other clients
+    leave();
     EXPECT_TRUE(serversEnd(std::chrono::seconds(20))) << "no client is left, yet the server's process lives";
     if (!serverProcesses().empty()) endLeftovers();
 }

@@ -79,6 +79,8 @@ protected:
     void die();
     // Steers the process that serves now.
     void steerAgain();
+    // Lets go of the process.
+    void leave() { control_.reset(); }
 
 private:
     MultiThreadedApartment apartment_;

@@ -81,6 +81,25 @@ expect_status 0 watch --rate 1 --deadband 100 --keep-alive 2000 --locale de --co
 expect_warning 'the server looks every 10 ms'
 expect_line 'TIME  Constant.Double  -2.25                 OPC_QUALITY_GOOD'
 
+# The level goes to the library, which traces one that is not its own default.
+expect_status 2 read --authentication nonsense "$url" Constant.Double
+(export KORVEX_OPC_AUTHENTICATION=nonsense && expect_status 2 read "$url" Constant.Double)
+echo '<Configuration><Trace TraceLevel="5" TraceFileName="security.log"/></Configuration>' >"$work/security.config"
+expect_level() {
+    rm -f security*.log
+    wanted=$1
+    shift
+    (export KORVEX_OPC_TRACE_CONFIG="$trace_config" && expect_status 0 "$@")
+    grep -q "authentication level $wanted is asked for" security.log || { echo "opcda $*: not level $wanted"; exit 1; }
+    rm -f security*.log
+}
+trace_config=$work/security.config
+[ -z "$runner" ] || trace_config="Z:$trace_config"
+expect_level 5 read "$url" Constant.Double
+expect_level 6 read --authentication privacy "$url" Constant.Double
+expect_level 1 read --authentication none "$url" Constant.Double
+(export KORVEX_OPC_AUTHENTICATION=connect && expect_level 2 servers)
+
 for bad in "--rate -1" "--deadband 101" "--count 0" "--duration 0" "--keep-alive 0"; do
     # shellcheck disable=SC2086 # an option and its value
     expect_status 2 watch $bad "$url" Constant.Double

@@ -14,10 +14,23 @@
 #include "WatchCommand.h"
 #include "WriteCommand.h"
 #include "com/console.h"
+#include "com/platform.h"
 #include "com/visible_text.h"
 
 namespace Korvex::Tool {
 namespace {
+
+constexpr const char* kAuthenticationVariable = "KORVEX_OPC_AUTHENTICATION";
+
+// Servers that are hardened refuse less than integrity. The library's own default is none.
+void declareAuthentication(CLI::App& app, std::string& level) {
+    for (CLI::App* const command : app.get_subcommands({})) {
+        command->add_option("--authentication", level, "How calls of servers are protected")
+            ->check(CLI::IsMember({"none", "connect", "integrity", "privacy"}))
+            ->envname(kAuthenticationVariable)
+            ->capture_default_str();
+    }
+}
 
 int run(std::vector<std::string> arguments) {
     CLI::App app("A client for OPC Data Access servers.", "opcda");
@@ -31,6 +44,8 @@ int run(std::vector<std::string> arguments) {
     const PropsCommand props(app);
     const WatchCommand watch(app);
     const WriteCommand write(app);
+    std::string authentication = "integrity";
+    declareAuthentication(app, authentication);
 
     std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back
     try {
@@ -38,6 +53,7 @@ int run(std::vector<std::string> arguments) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kSuccess : kUsage;
     }
+    Com::setEnvironmentVariable(kAuthenticationVariable, authentication);
     const Output output{std::cout, std::cerr, Com::outputIsTerminal(), Com::errorIsTerminal()};
     if (servers.chosen()) return servers.run(output);
     if (browse.chosen()) return browse.run(output);

@@ -37,6 +37,15 @@ namespace Korvex::OPC::OpcDaClient {
 // running when Disconnect or the destructor has returned: let handlers share what they need. A handler
 // that throws keeps the later handlers of that event from being called and leaves a line in the trace,
 // and nothing else. Do not destroy the object from inside a handler.
+//
+// COM security is the process's: the first object settles it with the authentication level none, or the one that
+// the environment variable KORVEX_OPC_AUTHENTICATION names (none, connect, integrity, privacy). Servers that demand
+// packet integrity refuse none. An application that settles it itself before it makes an object has its own way:
+//
+//   CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+//   CoInitializeSecurity(nullptr, -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_PKT_INTEGRITY, RPC_C_IMP_LEVEL_IMPERSONATE,
+//                        nullptr, EOAC_NONE, nullptr);
+//   DaServerMgt server;
 class KORVEX_OPC_API DaServerMgt {
 public:
     // Takes the connection's `clientHandle` and its new state.

@@ -1,5 +1,6 @@
 #include "com/LocalServer.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -9,6 +10,14 @@
 
 namespace Korvex::Com {
 namespace {
+
+// A client that had found a class object is on its way still.
+constexpr std::chrono::milliseconds kUnderWay(300);
+// Clients that leave often come back, as the next command of a script does, and would run into a process that is
+// about to end.
+constexpr std::chrono::seconds kLinger(5);
+
+std::atomic<bool> isRevoked{false};
 
 class Holds {
 public:
@@ -22,12 +31,13 @@ public:
         std::unique_lock lock(mutex_);
         changed_.wait_for(lock, patience, [this] { return hadAny_; });
     }
-    // Until there have been none for that long.
-    void waitForLast(std::chrono::milliseconds patience) {
+    // Until there have been none for as long as others may come.
+    void waitForLast() {
         std::unique_lock lock(mutex_);
+        const auto isHeld = [this] { return count_ > 0; };
         do {
             changed_.wait(lock, [this] { return count_ == 0; });
-        } while (changed_.wait_for(lock, patience, [this] { return count_ > 0; }));
+        } while (changed_.wait_for(lock, isRevoked ? kUnderWay : std::chrono::milliseconds(kLinger), isHeld));
     }
 
 private:
@@ -82,17 +92,14 @@ HRESULT registerAll(const std::vector<ServedClass>& classes) {
 
 HRESULT serveInApartment(const std::vector<ServedClass>& classes) {
     constexpr std::chrono::minutes kPatience(1);
-    constexpr std::chrono::milliseconds kLinger(300);
     holdCounter = &changeHolds;
     const HRESULT hr = registerAll(classes);
     if (succeeded(hr)) {
         holds().waitForFirst(kPatience);
-        // Clients that leave often come back at once, and would run into a process that is about to end.
-        holds().waitForLast(kLinger);
+        holds().waitForLast();
     }
     revokeServedClasses();
-    // A client that had found a class object before is on its way still.
-    holds().waitForLast(kLinger);
+    holds().waitForLast();
     return hr;
 }
 
@@ -131,6 +138,7 @@ HRESULT serveClasses(const std::vector<ServedClass>& classes) {
 
 void revokeServedClasses() {
     classObjects().revoke();
+    isRevoked = true;
 }
 
 }  // namespace Korvex::Com

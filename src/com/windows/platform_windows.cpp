@@ -161,6 +161,10 @@ std::optional<OpxString> environmentVariable(const char* name) {
     return value;
 }
 
+void setEnvironmentVariable(const char* name, const std::string& value) {
+    ::SetEnvironmentVariableW(fromUtf8(name).c_str(), fromUtf8(value).c_str());
+}
+
 void* holdMultiThreadedApartment() {
     static const auto increment = oleFunction<HRESULT(STDAPICALLTYPE*)(void**)>("CoIncrementMTAUsage");
     void* hold = nullptr;
