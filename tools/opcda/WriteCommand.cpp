@@ -66,8 +66,7 @@ int WriteCommand::run(const Output& output) const {
 
     bool anyFailed = false;
     for (const ItemIdentifier& item : identifiers.value()) {
-        const std::string line =
-            Com::visibleText(toUtf8(item.ItemName().valueOrEmpty()) + ": " + result(item)) + "\n";
+        const std::string line = Com::visibleText(toUtf8(item.ItemName().valueOrEmpty()) + ": " + result(item)) + "\n";
         if (!item.ResultID().Succeeded()) {
             output.err << "opcda: " << line;
             anyFailed = true;
