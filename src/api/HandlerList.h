@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "opc/Clock.h"
+#include "threads/Clock.h"
 #include "trace/LibT.h"
 
 namespace Korvex::OPC::OpcDaClient {

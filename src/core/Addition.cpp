@@ -3,7 +3,7 @@
 #include <map>
 #include <vector>
 
-#include "opc/Signal.h"
+#include "opc/apartment/Signal.h"
 
 namespace OpxOpc {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <thread>
 
-#include "opc/Signal.h"
+#include "opc/apartment/Signal.h"
 
 namespace OpxOpc {
 

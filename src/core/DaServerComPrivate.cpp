@@ -6,7 +6,7 @@
 #include <korvex/native/OpxCmnClient.h>
 
 #include "core/guarded.h"
-#include "opc/ApartmentMode.h"
+#include "opc/apartment/ApartmentMode.h"
 #include "trace/LibT.h"
 
 namespace OpxOpc {

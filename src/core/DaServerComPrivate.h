@@ -18,9 +18,9 @@
 #include "core/ServerLink.h"
 #include "core/ServerUrl.h"
 #include "core/SubscriptionTable.h"
-#include "opc/ApartmentMode.h"
-#include "opc/TerminateOpcThread.h"
-#include "opc/WatchDog.h"
+#include "opc/apartment/ApartmentMode.h"
+#include "threads/TerminateOpcThread.h"
+#include "threads/WatchDog.h"
 
 namespace OpxOpc {
 

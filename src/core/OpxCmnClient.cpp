@@ -10,7 +10,7 @@
 #include "core/enumServers.h"
 #include "core/guarded.h"
 #include "core/serverList.h"
-#include "opc/ApartmentMode.h"
+#include "opc/apartment/ApartmentMode.h"
 #include "trace/TraceScope.h"
 
 namespace OpxOpc {

@@ -6,7 +6,7 @@
 #include "core/OpxDaServerCom.h"
 #include "core/ParameterTrace.h"
 #include "core/guarded.h"
-#include "opc/unowned.h"
+#include "opc/callbacks/unowned.h"
 #include "trace/InterfaceScope.h"
 
 namespace OpxOpc {

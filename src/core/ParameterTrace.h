@@ -9,7 +9,7 @@
 #include <korvex/native/OpxItemValue.h>
 #include <korvex/native/OpxServerConnectInfo.h>
 
-#include "opc/BrowseRequest.h"
+#include "opc/browse/BrowseRequest.h"
 
 namespace OpxOpc::ParameterTrace {
 

@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "core/MainItemCache.h"
-#include "opc/DaGroupMgt.h"
-#include "opc/DaServerMgt.h"
+#include "opc/group/DaGroupMgt.h"
+#include "opc/server/DaServerMgt.h"
 
 namespace OpxOpc {
 

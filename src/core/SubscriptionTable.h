@@ -8,7 +8,7 @@
 #include <optional>
 #include <vector>
 
-#include "opc/DaGroupWrapper.h"
+#include "opc/group/DaGroupWrapper.h"
 
 namespace OpxOpc {
 

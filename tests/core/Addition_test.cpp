@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "core/CallGate.h"
-#include "opc/ApartmentMode.h"
+#include "opc/apartment/ApartmentMode.h"
 
 namespace OpxOpc {
 namespace {

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "com/ComCalls.h"
-#include "opc/ApartmentMode.h"
+#include "opc/apartment/ApartmentMode.h"
 
 namespace OpxOpc {
 namespace {

@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "com/opc_interfaces.h"
-#include "opc/OpxThread.h"
+#include "threads/OpxThread.h"
 #include "tests/support/RecordingCallback.h"
 #include "tests/support/SimulationFixture.h"
 #include "tests/support/simulation_url.h"

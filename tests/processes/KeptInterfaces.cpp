@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "com/opc_interfaces.h"
-#include "opc/SinkObject.h"
+#include "opc/callbacks/SinkObject.h"
 
 namespace Korvex::Testing {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <chrono>
 
-#include "opc/Clock.h"
+#include "threads/Clock.h"
 
 namespace Korvex::Testing {
 

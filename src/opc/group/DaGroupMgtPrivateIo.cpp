@@ -1,0 +1,240 @@
+#include "opc/group/DaGroupMgtPrivate.h"
+#include "opc/callbacks/DeliveredItem.h"
+#include "opc/ServerArrays.h"
+#include "opc/callbacks/ValueText.h"
+#include "opc/group/WriteConversion.h"
+#include "trace/TraceScope.h"
+
+namespace OpxOpc {
+
+using Korvex::Com::TaskArray;
+using Korvex::Com::UniqueVariant;
+
+namespace {
+
+using ItemFailedLine = TraceFormat<std::size_t, std::uint32_t, HRESULT>;
+
+// Servers take handles as an array that they could write to.
+std::vector<OPCHANDLE> serverHandles(const std::vector<std::uint32_t>& handles) {
+    return {handles.begin(), handles.end()};
+}
+
+Opx::VType typeAt(const std::vector<Opx::VType>& types, std::size_t i) {
+    return i < types.size() ? types[i] : Opx::VType::Empty;
+}
+
+HRESULT takeReadItem(const DeliveredItem& item, Opx::VType requestedType, LCID locale, OpxItemValue& out) {
+    if (failed(item.code)) return item.code;
+    const HRESULT code =
+        isEmptyButGood(item) ? kOpcBadType : takeValueAs(requestedVarType(requestedType), locale, item, out.value);
+    out.quality = item.quality;
+    out.timestamp = timeOf(item);
+    return code;
+}
+
+void traceReadItem(std::size_t i, std::uint32_t handle, const OpxItemValue& item) {
+    if (!LibT::detailWanted()) return;
+    const std::int64_t second = item.timestamp.time() % 86400;
+    LibT::lDetail("  Item[%d] SH=%d Quality=0X%x Value=%ls TS=%d:%d:%d,%d", i, handle, item.quality,
+                  traceText(item.value), second / 3600, second / 60 % 60, second % 60, item.timestamp.millitm());
+}
+
+struct ReadRequest {
+    const std::vector<std::uint32_t>& handles;
+    const std::vector<Opx::VType>& types;
+    LCID locale;
+};
+
+// Takes what a read that succeeded with `hr` delivered; answers what the read comes to.
+template <typename Items>
+HRESULT takeReadItems(HRESULT hr, const Items& items, const ReadRequest& request, ItemFailedLine failedLine,
+                      std::vector<OpxItemValue>& values, std::vector<std::int32_t>& errors) {
+    const std::size_t count = request.handles.size();
+    values.assign(count, OpxItemValue());
+    errors.assign(count, S_OK);
+    const bool codesLeftOut = hr == S_FALSE && !items.codes;
+    for (std::size_t i = 0; i < count; ++i) {
+        DeliveredItem item = items[i];
+        if (codesLeftOut) item.code = E_FAIL;
+        if (failed(item.code)) LibT::lError(failedLine, i, request.handles[i], item.code);
+        const HRESULT code = takeReadItem(item, typeAt(request.types, i), request.locale, values[i]);
+        errors[i] = code;
+        if (failed(code)) {
+            hr = S_FALSE;
+        } else {
+            traceReadItem(i, request.handles[i], values[i]);
+        }
+    }
+    if (hr != S_FALSE) errors.clear();
+    return hr;
+}
+
+struct WriteLines {
+    TraceFormat<std::size_t> notConverted;
+    TraceFormat<std::size_t> notCopied;
+};
+
+static_assert(sizeof(UniqueVariant) == sizeof(VARIANT), "an array of owners is handed out as an array of VARIANT");
+
+std::vector<UniqueVariant> convertAll(const std::vector<OpxVariant>& values, const std::vector<Opx::VType>& types,
+                                      LCID locale, const WriteLines& lines) {
+    std::vector<UniqueVariant> converted(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const WriteConversion outcome = convertForWrite(values[i], typeAt(types, i), locale, converted[i]);
+        if (outcome == WriteConversion::NotConverted) LibT::lError(lines.notConverted, i);
+        if (outcome == WriteConversion::NotCopied) LibT::lError(lines.notCopied, i);
+    }
+    return converted;
+}
+
+}  // namespace
+
+HRESULT DaGroupMgtPrivate::read(std::uint32_t maxAge, const Handles& handles, const std::vector<Opx::VType>& types,
+                                std::vector<OpxItemValue>& values, Codes& errors) const {
+    return dataAccess3IO && maxAge != 0 ? readMaxAge(maxAge, handles, types, values, errors)
+                                        : readDevice(handles, types, values, errors);
+}
+
+HRESULT DaGroupMgtPrivate::readMaxAge(std::uint32_t maxAge, const Handles& handles,
+                                      const std::vector<Opx::VType>& types, std::vector<OpxItemValue>& values,
+                                      Codes& errors) const {
+    const TraceScope scope("DaGroupMgtPrivate::read");
+    const auto syncIO2 = GetIOPCSyncIO2();
+    if (!syncIO2) return scope.refuse("[E_NOINTERFACE] - IOPCSyncIO2 interface is NULL", E_NOINTERFACE);
+
+    const std::size_t count = handles.size();
+    auto asked = serverHandles(handles);
+    std::vector<DWORD> maxAges(count, maxAge);
+    TaskArray<VARIANT> read(count);
+    TaskArray<WORD> qualities(count);
+    TaskArray<FILETIME> times(count);
+    ItemCodes codes(count);
+    const HRESULT hr = tracedCall("IOPCSyncIO2::ReadMaxAge", [&] {
+        return syncIO2->ReadMaxAge(static_cast<DWORD>(count), asked.data(), maxAges.data(), read.put(), qualities.put(),
+                                   times.put(), codes.put());
+    });
+    if (failed(hr)) {
+        LibT::lError("Error: IOPCSyncIO2::ReadMaxAge FAILED [hr=0x%lx]", hr);
+        return scope.leave(hr);
+    }
+    LibT::lDetail("IOPCSyncIO2::ReadMaxAge returned %d items", count);
+    const DeliveredArrays items{read.get(), qualities.get(), times.get(), codes.get()};
+    return scope.leave(takeReadItems(hr, items, {handles, types, localeId},
+                                     "  Item[%d] SH=%d Error=0x%lx - IOPCSyncIO2::ReadMaxAge FAILED", values, errors));
+}
+
+HRESULT DaGroupMgtPrivate::readDevice(const Handles& handles, const std::vector<Opx::VType>& types,
+                                      std::vector<OpxItemValue>& values, Codes& errors) const {
+    const TraceScope scope("DaGroupMgtPrivate::read");
+    const auto syncIO = GetIOPCSyncIO();
+    if (!syncIO) return scope.refuse("[E_NOINTERFACE] - IOPCSyncIO interface is NULL", E_NOINTERFACE);
+
+    const std::size_t count = handles.size();
+    auto asked = serverHandles(handles);
+    TaskArray<OPCITEMSTATE> states(count);
+    ItemCodes codes(count);
+    const HRESULT hr = tracedCall("IOPCSyncIO::Read", [&] {
+        return syncIO->Read(OPC_DS_DEVICE, static_cast<DWORD>(count), asked.data(), states.put(), codes.put());
+    });
+    if (failed(hr)) {
+        LibT::lError("Error: IOPCSyncIO::Read FAILED [hr=0x%lx]", hr);
+        return scope.leave(hr);
+    }
+    LibT::lDetail("IOPCSyncIO::Read returned %d items", count);
+    const DeliveredStates items{states.get(), codes.get()};
+    return scope.leave(takeReadItems(hr, items, {handles, types, localeId},
+                                     "  Item[%d] SH=%d Error=0x%lx - IOPCSyncIO::Read FAILED", values, errors));
+}
+
+HRESULT DaGroupMgtPrivate::readAsync(std::uint32_t transactionId, std::uint32_t maxAge, const Handles& handles,
+                                     Codes& errors) const {
+    return dataAccess3IO && maxAge != 0 ? readAsyncMaxAge(transactionId, maxAge, handles, errors)
+                                        : readAsyncDevice(transactionId, handles, errors);
+}
+
+HRESULT DaGroupMgtPrivate::readAsyncMaxAge(std::uint32_t transactionId, std::uint32_t maxAge, const Handles& handles,
+                                           Codes& errors) const {
+    const TraceScope scope("DaGroupMgtPrivate::readAsync");
+    const auto asyncIO3 = GetIOPCAsyncIO3();
+    if (!asyncIO3) return scope.refuse("[E_NOINTERFACE] - IOPCAsyncIO3 interface is NULL", E_NOINTERFACE);
+
+    const std::size_t count = handles.size();
+    auto asked = serverHandles(handles);
+    std::vector<DWORD> maxAges(count, maxAge);
+    DWORD cancelId = 0;
+    ItemCodes codes(count);
+    const HRESULT hr = tracedCall("IOPCAsyncIO3::ReadMaxAge", [&] {
+        return asyncIO3->ReadMaxAge(static_cast<DWORD>(count), asked.data(), maxAges.data(), transactionId, &cancelId,
+                                    codes.put());
+    });
+    if (failed(hr)) LibT::lError("Error: IOPCAsyncIO3::ReadMaxAge FAILED [hr=0x%lx]", hr);
+    copyCodes(hr, codes, count, errors);
+    return scope.leave(hr);
+}
+
+HRESULT DaGroupMgtPrivate::readAsyncDevice(std::uint32_t transactionId, const Handles& handles, Codes& errors) const {
+    const TraceScope scope("DaGroupMgtPrivate::readAsync");
+    const auto asyncIO2 = GetIOPCAsyncIO2();
+    if (!asyncIO2) return scope.refuse("[E_NOINTERFACE] - IOPCAsyncIO2 interface is NULL", E_NOINTERFACE);
+
+    const std::size_t count = handles.size();
+    auto asked = serverHandles(handles);
+    DWORD cancelId = 0;
+    ItemCodes codes(count);
+    const HRESULT hr = tracedCall("IOPCAsyncIO2::Read", [&] {
+        return asyncIO2->Read(static_cast<DWORD>(count), asked.data(), transactionId, &cancelId, codes.put());
+    });
+    // The line names the other interface, and is searched for by that name.
+    if (failed(hr)) LibT::lError("Error: IOPCAsyncIO3::Read FAILED [hr=0x%lx]", hr);
+    copyCodes(hr, codes, count, errors);
+    return scope.leave(hr);
+}
+
+HRESULT DaGroupMgtPrivate::write(const Handles& handles, const std::vector<OpxVariant>& values,
+                                 const std::vector<Opx::VType>& types, Codes& errors) const {
+    const TraceScope scope("DaGroupMgtPrivate::write");
+    auto variants = convertAll(values, types, localeId,
+                               {"Error: DaGroupMgtPrivate::write - value conversion error for item %d",
+                                "Error: DaGroupMgtPrivate::write - value copy error for item %d"});
+    const auto syncIO = GetIOPCSyncIO();
+    if (!syncIO) return scope.refuse("[E_NOINTERFACE] - IOPCSyncIO interface is NULL", E_NOINTERFACE);
+
+    const std::size_t count = handles.size();
+    auto asked = serverHandles(handles);
+    ItemCodes codes(count);
+    const HRESULT hr = tracedCall("IOPCSyncIO::Write", [&] {
+        return syncIO->Write(static_cast<DWORD>(count), asked.data(), variants.data(), codes.put());
+    });
+    if (failed(hr)) LibT::lError("Error: IOPCSyncIO::Write FAILED [hr=0x%lx]", hr);
+    copyCodes(hr, codes, count, errors);
+    for (std::size_t i = 0; i < errors.size(); ++i) {
+        if (errors[i] >= 0) continue;
+        LibT::lError("  Item[%d] SH=%d Error=0x%lx - IOPCSyncIO::Write FAILED", i, handles[i], errors[i]);
+    }
+    return scope.leave(hr);
+}
+
+HRESULT DaGroupMgtPrivate::writeAsync(std::uint32_t transactionId, const Handles& handles,
+                                      const std::vector<OpxVariant>& values, const std::vector<Opx::VType>& types,
+                                      Codes& errors) const {
+    const TraceScope scope("DaGroupMgtPrivate::writeAsync");
+    auto variants = convertAll(values, types, localeId,
+                               {"Error: DaGroupMgtPrivate::writeAsync - value conversion error for item %d",
+                                "Error: DaGroupMgtPrivate::writeAsync - value copy error for item %d"});
+    const auto asyncIO2 = GetIOPCAsyncIO2();
+    if (!asyncIO2) return scope.refuse("[E_NOINTERFACE] - IOPCAsyncIO2 interface is NULL", E_NOINTERFACE);
+
+    const std::size_t count = handles.size();
+    auto asked = serverHandles(handles);
+    DWORD cancelId = 0;
+    ItemCodes codes(count);
+    const HRESULT hr = tracedCall("IOPCAsyncIO2::Write", [&] {
+        return asyncIO2->Write(static_cast<DWORD>(count), asked.data(), variants.data(), transactionId, &cancelId,
+                               codes.put());
+    });
+    if (failed(hr)) LibT::lError("Error: IOPCAsyncIO2::Write FAILED [hr=0x%lx]", hr);
+    copyCodes(hr, codes, count, errors);
+    return scope.leave(hr);
+}
+
+}  // namespace OpxOpc

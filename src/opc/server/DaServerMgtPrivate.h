@@ -1,0 +1,78 @@
+// The state of a server connection and the server's interfaces.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include <korvex/native/OpxItemIdentifier.h>
+
+#include "com/ComPtr.h"
+#include "com/opc_interfaces.h"
+#include "opc/browse/AddressSpaceBrowser.h"
+#include "opc/apartment/ApartmentInterface.h"
+#include "opc/browse/BrowseRequest.h"
+#include "opc/group/DaGroupMgt.h"
+#include "opc/callbacks/OpxOPCShutdown.h"
+
+namespace OpxOpc {
+
+struct DaServerMgtPrivate {
+    DaServerMgtPrivate();
+    ~DaServerMgtPrivate();
+    DaServerMgtPrivate(const DaServerMgtPrivate&) = delete;
+    DaServerMgtPrivate& operator=(const DaServerMgtPrivate&) = delete;
+
+    // Keeps the server's interfaces. On failure some may be kept: ReleaseOPCServerInterfaces gives them up.
+    HRESULT SetIOPCServer(Korvex::Com::ComPtr<IOPCServer> server);
+
+    // Answers the code of the last revocation, S_OK in a multi-threaded apartment.
+    HRESULT ReleaseOPCServerInterfaces();
+
+    // Empty on failure.
+    BorrowedInterface<IOPCServer> GetIOPCServer() const;
+
+    // The server's connection point for shutdown requests, asked for once; empty on failure.
+    BorrowedInterface<IConnectionPoint> GetIConnectionPoint();
+
+    // What DaServerMgt offers of these.
+    HRESULT browse(const BrowseRequest& request, OpxString& continuationPoint, std::vector<OpxBrowseElement>& elements,
+                   bool& moreElements);
+    HRESULT getProperties(const std::vector<OpxItemIdentifier>& items, const PropertyRequest& request,
+                          std::vector<OpxItemProperties>& results);
+
+    std::unique_ptr<DaGroupMgt> defaultGroup;
+    OPCNAMESPACETYPE browseOrganization = OPC_NS_HIERARCHIAL;
+    std::atomic<bool> connected = false;
+    Korvex::Com::ComPtr<OpxOPCShutdown> shutdownSink;
+    bool sinkAdvised = false;
+    DWORD adviseCookie = 0;
+    bool dataAccess3 = false;
+    LCID localeId = LOCALE_SYSTEM_DEFAULT;
+    Korvex::Com::ComPtr<IGlobalInterfaceTable> interfaceTable;
+
+    ApartmentInterface<IOPCServer> server;
+    ApartmentInterface<IOPCBrowse> browseInterface;
+    ApartmentInterface<IOPCBrowseServerAddressSpace> addressSpace;
+    ApartmentInterface<IOPCItemProperties> itemProperties;
+    ApartmentInterface<IConnectionPoint> connectionPoint;
+
+private:
+    struct Found;
+    HRESULT browseAddressSpace(const BrowseRequest& request, OpxString& continuationPoint,
+                               std::vector<OpxBrowseElement>& elements, bool& moreElements);
+    HRESULT queryProperties(const std::vector<OpxItemIdentifier>& items, const PropertyRequest& request,
+                            std::vector<OpxItemProperties>& results);
+    std::shared_ptr<AddressSpaceBrowser> addressSpaceBrowser();
+    void forgetAddressSpace();
+
+    HRESULT queryBrowsing(Found& found);
+    HRESULT keep(Found& found);
+    HRESULT findShutdownPoint();
+
+    std::mutex browserLock_;  // held for moments only
+    std::shared_ptr<AddressSpaceBrowser> browser_;
+};
+
+}  // namespace OpxOpc

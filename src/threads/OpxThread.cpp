@@ -1,0 +1,80 @@
+#include "threads/OpxThread.h"
+
+#include <utility>
+
+#include "opc/apartment/ApartmentMode.h"
+
+namespace OpxOpc {
+namespace {
+
+OpxThread::Maker& maker() {
+    static OpxThread::Maker replacement;
+    return replacement;
+}
+
+std::thread makeThread(std::function<void()> body) {
+    return maker() ? maker()(std::move(body)) : std::thread(std::move(body));
+}
+
+}  // namespace
+
+OpxThread::~OpxThread() {
+    if (isOwnThread())
+        thread_.detach();
+    else
+        joinHandle();
+}
+
+void OpxThread::create(std::shared_ptr<void> keptAlive) {
+    if (running_.exchange(true)) return;
+    joinHandle();
+    order_ = Order::Stay;
+    const std::lock_guard guard(lock_);
+    try {
+        thread_ = makeThread([this, keptAlive = std::move(keptAlive)] { body(); });
+    } catch (...) {
+        running_ = false;
+        throw;
+    }
+}
+
+void OpxThread::start() {
+    create();
+    changed_.change([this] { order_ = Order::Go; });
+}
+
+void OpxThread::body() {
+    changed_.wait([this] { return order_ != Order::Stay; }, Signal::kForever, Signal::Messages::Leave);
+    if (order_ == Order::Go) run();
+    changed_.change([this] { running_ = false; });
+}
+
+void OpxThread::wait() {
+    if (isOwnThread()) return;
+    changed_.change([this] {
+        if (order_ == Order::Stay) order_ = Order::Leave;
+    });
+    // Joining alone would not take the calls that the thread may wait for.
+    if (ApartmentMode::isSingleThreaded()) changed_.wait([this] { return !running_; });
+    joinHandle();
+}
+
+bool OpxThread::isOwnThread() const {
+    const std::lock_guard guard(lock_);
+    return thread_.get_id() == std::this_thread::get_id();
+}
+
+void OpxThread::joinHandle() {
+    std::thread ended;
+    {
+        const std::lock_guard guard(lock_);
+        ended.swap(thread_);
+    }
+    if (ended.joinable()) ended.join();
+}
+
+void OpxThread::replaceMaker(Maker replacement) {
+    maker() = std::move(replacement);
+}
+
+}  // namespace OpxOpc

@@ -1,0 +1,463 @@
+#include "opc/callbacks/OpxOPCDataCallback.h"
+
+#include <atomic>
+#include <future>
+#include <map>
+#include <stdexcept>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "com/ComPtr.h"
+#include "opc/callbacks/CallbackRecords.h"
+#include "opc/callbacks/unowned.h"
+#include "tests/opc/callbacks/Delivery.h"
+#include "tests/support/RecordingCallback.h"
+#include "tests/support/TraceCapture.h"
+
+namespace Korvex::Testing {
+namespace {
+
+using Com::ComPtr;
+using Opx::VType;
+using OpxOpc::ComAsyncTransaction;
+using OpxOpc::OpxOPCDataCallback;
+using OpxOpc::OpxVariant;
+using ::testing::ElementsAre;
+
+constexpr std::int32_t kBadType = static_cast<std::int32_t>(0xC0040004u);
+constexpr std::int32_t kInvalidHandle = static_cast<std::int32_t>(0xC0040001u);
+constexpr std::int32_t kTypeMismatch = static_cast<std::int32_t>(0x80020005u);
+constexpr LCID kGerman = 0x407;
+
+class OpxOPCDataCallbackTest : public ::testing::Test {
+protected:
+    // A transaction of items 11, 12, ... with client handles 101, 102, ... and these types.
+    static std::shared_ptr<ComAsyncTransaction> transactionOf(const std::vector<VType>& types) {
+        std::map<std::uint32_t, std::uint32_t> positions;
+        std::vector<std::uint32_t> clientHandles;
+        for (std::uint32_t i = 0; i < types.size(); ++i) {
+            positions[11 + i] = i;
+            clientHandles.push_back(101 + i);
+        }
+        return std::make_shared<ComAsyncTransaction>(77, positions, types, clientHandles);
+    }
+
+    TraceCapture trace;
+    RecordingCallback client;
+    ComPtr<OpxOPCDataCallback> sink{new OpxOPCDataCallback(OpxOpc::unowned(&client), kGerman)};
+};
+
+// ---- Data changes
+
+struct ChangedItem {
+    const char* name;
+    Com::UniqueVariant (*value)();
+    WORD quality;
+    HRESULT error;
+    const char* text;
+    std::int32_t forwardedQuality;
+    std::int32_t forwardedError;
+    std::int32_t masterQuality;
+};
+
+TEST_F(OpxOPCDataCallbackTest, a_data_change_tells_each_item_s_value_or_error) {
+    const ChangedItem items[] = {
+        {"good", [] { return variantOf(std::int32_t{7}); }, kGood, S_OK, "7", 0xC0, S_OK, S_OK},
+        {"kept type", [] { return variantOf(1.5); }, kGood, S_OK, "1.5", 0xC0, S_OK, S_OK},
+        {"positive code", [] { return variantOf(std::int32_t{7}); }, kGood, 0x4000E, "7", 0xC0, 0x4000E, S_OK},
+        {"uncertain", [] { return variantOf(std::int32_t{7}); }, kUncertain, S_OK, "7", 0x40, S_OK, S_FALSE},
+        {"bad", [] { return variantOf(std::int32_t{7}); }, kBad, S_OK, "7", 0x00, S_OK, S_FALSE},
+        {"failed", [] { return variantOf(std::int32_t{7}); }, kGood, E_FAIL, "", 0, E_FAIL, S_OK},
+        {"good but empty", [] { return bareVariant(VT_EMPTY); }, kGood, S_OK, "", 0, kBadType, S_OK},
+        {"bad and empty", [] { return bareVariant(VT_EMPTY); }, kBad, S_OK, "", 0, S_OK, S_FALSE},
+        {"no tag", [] { return bareVariant(VT_NULL); }, kGood, S_OK, "", 0, kBadType, S_OK},
+        {"unknown type", [] { return bareVariant(0x7777); }, kGood, S_OK, "", 0, kBadType, S_OK},
+        {"two dimensions", [] { return twoDimensionalArray(); }, kGood, S_OK, "", 0, kBadType, S_OK},
+        {"no array", [] { return bareVariant(VT_ARRAY | VT_R8); }, kGood, S_OK, "", 0, kBadType, S_OK},
+        {"null reference", [] { return bareVariant(VT_BYREF | VT_I4); }, kGood, S_OK, "", 0, kBadType, S_OK},
+    };
+    for (const ChangedItem& item : items) {
+        SCOPED_TRACE(item.name);
+        const std::size_t before = client.dataChanges().size();
+        EXPECT_EQ(Delivery().add(5, item.value(), item.quality, item.error).change(*sink.get(), 3), S_OK);
+        ASSERT_EQ(client.dataChanges().size(), before + 1);
+        const auto change = client.dataChanges().back();
+        EXPECT_EQ(change.id, 3u);
+        EXPECT_EQ(change.count, 1u);
+        EXPECT_THAT(change.clientHandles, ElementsAre(5u));
+        ASSERT_EQ(change.values.size(), 1u);
+        EXPECT_EQ(toUtf8(change.values[0].value.toString()), item.text);
+        EXPECT_EQ(change.values[0].quality, item.forwardedQuality);
+        EXPECT_EQ(change.masterQuality, item.masterQuality);
+        EXPECT_EQ(change.masterError, item.forwardedError < 0 ? S_FALSE : S_OK);
+        if (item.forwardedError < 0) {
+            EXPECT_THAT(change.errors, ElementsAre(item.forwardedError));
+        } else {
+            EXPECT_TRUE(change.errors.empty()) << "codes are handed on only with S_FALSE";
+        }
+    }
+}
+
+TEST_F(OpxOPCDataCallbackTest, times_before_1970_and_times_that_are_none_become_the_zero_date) {
+    constexpr FILETIME kNoTime = {0xFFFFFFFF, 0xFFFFFFFF};
+    Delivery()
+        .add(1, variantOf(true))
+        .add(2, variantOf(true), kGood, S_OK, {0, 0})
+        .add(3, variantOf(true), kGood, S_OK, kNoTime)
+        .change(*sink.get(), 1);
+    const auto values = client.dataChanges().at(0).values;
+    EXPECT_EQ(toUtf8(values[0].timestamp.toDateTimeText(1)), "2008-03-01T12:34:56.789Z");
+    for (const std::size_t i : {1, 2}) {
+        EXPECT_EQ(values[i].timestamp.time(), 0) << i;
+        EXPECT_EQ(values[i].timestamp.millitm(), 0) << i;
+        EXPECT_EQ(values[i].timestamp.timezone(), 0) << i;
+    }
+}
+
+TEST_F(OpxOPCDataCallbackTest, a_failed_data_change_is_passed_on_without_its_items) {
+    Delivery delivery;
+    delivery.masterError = E_FAIL;
+    delivery.add(5, variantOf(std::int32_t{7}), kGood, E_FAIL).change(*sink.get(), 3);
+    const auto change = client.dataChanges().at(0);
+    EXPECT_EQ(change.masterError, E_FAIL);
+    EXPECT_TRUE(change.values.at(0).value.isEmpty());
+    EXPECT_TRUE(change.errors.empty());
+}
+
+TEST_F(OpxOPCDataCallbackTest, arrays_that_the_server_leaves_out_cost_the_items_only) {
+    struct Case {
+        const char* missing;
+        std::int32_t changeError, readError;
+    };
+    const Case cases[] = {{"v", E_FAIL, E_FAIL}, {"q", E_FAIL, E_FAIL}, {"t", S_OK, S_OK}, {"e", S_OK, S_OK}};
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.missing);
+        Delivery delivery;
+        delivery.missing = each.missing;
+        delivery.add(11, variantOf(std::int32_t{7}));
+
+        EXPECT_EQ(delivery.change(*sink.get(), 3), S_OK);
+        const auto change = client.dataChanges().back();
+        EXPECT_EQ(change.values.size(), 1u);
+        EXPECT_EQ(change.clientHandles.size(), 1u);
+        EXPECT_EQ(change.errors, each.changeError < 0 ? std::vector{each.changeError} : std::vector<std::int32_t>());
+
+        EXPECT_EQ(delivery.completeRead(*sink.get(), sink->registerTransaction(transactionOf({VType::Empty}))), S_OK);
+        EXPECT_THAT(client.reads().back().errors, ElementsAre(each.readError));
+        EXPECT_EQ(client.reads().back().masterError, each.readError < 0 ? S_FALSE : S_OK);
+
+        EXPECT_EQ(delivery.completeWrite(*sink.get(), sink->registerTransaction(transactionOf({VType::Empty}))), S_OK);
+        EXPECT_EQ(client.writes().back().clientHandles.size(), 1u);
+    }
+}
+
+TEST_F(OpxOPCDataCallbackTest, a_count_without_handles_is_no_items) {
+    constexpr DWORD kPromised = 0xFFFFFFFF;
+    const auto transaction = [&] { return sink->registerTransaction(transactionOf({VType::Empty})); };
+    EXPECT_EQ(sink->OnDataChange(0, 3, S_OK, S_OK, kPromised, nullptr, nullptr, nullptr, nullptr, nullptr), S_OK);
+    EXPECT_EQ(
+        sink->OnReadComplete(transaction(), 3, S_OK, S_OK, kPromised, nullptr, nullptr, nullptr, nullptr, nullptr),
+        S_OK);
+    EXPECT_EQ(sink->OnWriteComplete(transaction(), 3, S_OK, kPromised, nullptr, nullptr), S_OK);
+    for (const auto& told : {client.dataChanges().at(0), client.reads().at(0), client.writes().at(0)}) {
+        EXPECT_EQ(told.count, 0u);
+        EXPECT_TRUE(told.clientHandles.empty() && told.values.empty() && told.errors.empty());
+    }
+}
+
+TEST(CallbackRecords, of_one_callback_share_one_time_that_is_asked_for_once) {
+    const OpxOpc::CallbackRecords records(300'000);
+    const auto millisecondsOf = [](const OpxOpc::OpxDate& date) { return date.time() * 1000 + date.millitm(); };
+    EXPECT_EQ(millisecondsOf(records.values.front().timestamp), millisecondsOf(records.values.back().timestamp));
+}
+
+TEST_F(OpxOPCDataCallbackTest, errors_that_the_server_does_not_tell_cost_every_item) {
+    Delivery delivery;
+    delivery.missing = "e";
+    delivery.masterError = S_FALSE;
+    delivery.add(11, variantOf(std::int32_t{7}));
+    EXPECT_EQ(delivery.change(*sink.get(), 3), S_OK);
+    EXPECT_THAT(client.dataChanges().back().errors, ElementsAre(E_FAIL));
+    EXPECT_TRUE(client.dataChanges().back().values.at(0).value.isEmpty());
+    EXPECT_EQ(delivery.completeRead(*sink.get(), sink->registerTransaction(transactionOf({VType::Empty}))), S_OK);
+    EXPECT_THAT(client.reads().back().errors, ElementsAre(E_FAIL));
+    EXPECT_EQ(delivery.completeWrite(*sink.get(), sink->registerTransaction(transactionOf({VType::Empty}))), S_OK);
+    EXPECT_THAT(client.writes().back().errors, ElementsAre(E_FAIL));
+}
+
+TEST_F(OpxOPCDataCallbackTest, the_trace_shows_the_parameters_of_a_data_change) {
+    trace.clear();
+    Delivery().add(5, variantOf(std::int32_t{7})).add(6, variantOf(true), kGood, E_FAIL).change(*sink.get(), 3);
+    EXPECT_THAT(trace.texts(), ElementsAre("==> OPCDataCallback::OnDataChange (2 items)",
+                                           "  Parameters:", "  ClientSubscriptionHandle = 3", "  Masterquality = 0",
+                                           "  Mastererror = 1", "  Value count = 2",
+                                           "    Item[0] CH=5 value=7 quality=0xc0 TS=2008-03-01T12:34:56.789Z",
+                                           "    Item[1] CH=6 error=0x80004005", "CALL DataChange", "DONE DataChange",
+                                           "<== OPCDataCallback::OnDataChange [hr=S_OK]"));
+}
+
+// ---- Completions of reads
+
+struct ReadItem {
+    const char* name;
+    VType requested;
+    Com::UniqueVariant (*value)();
+    WORD quality;
+    HRESULT error;
+    const char* text;
+    std::int32_t forwardedError;
+};
+
+TEST_F(OpxOPCDataCallbackTest, a_read_completion_converts_good_values_by_the_group_s_locale) {
+    const ReadItem items[] = {
+        {"as it comes", VType::Empty, [] { return variantOf(1.5); }, kGood, S_OK, "1.5", S_OK},
+        {"asked for no known type", VType::Unknown, [] { return variantOf(1.5); }, kGood, S_OK, "1.5", S_OK},
+        {"same type", VType::Double, [] { return variantOf(1.5); }, kGood, S_OK, "1.5", S_OK},
+        {"German text", VType::String, [] { return variantOf(1.5); }, kGood, S_OK, "1,5", S_OK},
+        {"word for a truth", VType::String, [] { return variantOf(true); }, kGood, S_OK, "True", S_OK},
+        {"German number", VType::Double, [] { return variantOf(OLESTR("2,5")); }, kGood, S_OK, "2.5", S_OK},
+        {"not good", VType::String, [] { return variantOf(1.5); }, kUncertain, S_OK, "1.5", S_OK},
+        {"not a number", VType::Int32, [] { return variantOf(OLESTR("x")); }, kGood, S_OK, "", kTypeMismatch},
+        {"good but empty", VType::Empty, [] { return bareVariant(VT_EMPTY); }, kGood, S_OK, "", S_OK},
+        {"no tag", VType::Empty, [] { return bareVariant(VT_NULL); }, kGood, S_OK, "", kBadType},
+        {"null reference", VType::Int16, [] { return bareVariant(VT_BYREF | VT_I4); }, kGood, S_OK, "", kBadType},
+        {"failed", VType::Empty, [] { return variantOf(1.5); }, kGood, E_FAIL, "", E_FAIL},
+        {"positive code", VType::Empty, [] { return variantOf(1.5); }, kGood, 0x4000E, "1.5", 0x4000E},
+    };
+    for (const ReadItem& item : items) {
+        SCOPED_TRACE(item.name);
+        const auto key = sink->registerTransaction(transactionOf({VType::Empty, item.requested}));
+        EXPECT_EQ(Delivery().add(12, item.value(), item.quality, item.error).completeRead(*sink.get(), key), S_OK);
+        const auto read = client.reads().back();
+        EXPECT_EQ(read.id, 77u);
+        EXPECT_THAT(read.clientHandles, ElementsAre(102u));
+        EXPECT_EQ(toUtf8(read.values.at(0).value.toString()), item.text);
+        EXPECT_THAT(read.errors, ElementsAre(item.forwardedError)) << "always complete";
+        const bool ownFailure = item.forwardedError < 0 && item.error == S_OK;
+        EXPECT_EQ(read.masterError, ownFailure ? S_FALSE : S_OK);
+        EXPECT_EQ(read.masterQuality, S_OK);
+    }
+}
+
+TEST_F(OpxOPCDataCallbackTest, a_failed_read_is_passed_on_unconverted) {
+    Delivery delivery;
+    delivery.masterError = E_FAIL;
+    delivery.masterQuality = S_FALSE;
+    delivery.add(11, variantOf(1.5)).add(99, variantOf(1.5));
+    delivery.completeRead(*sink.get(), sink->registerTransaction(transactionOf({VType::String})));
+    const auto read = client.reads().at(0);
+    EXPECT_EQ(read.masterError, E_FAIL);
+    EXPECT_EQ(read.masterQuality, S_FALSE);
+    EXPECT_THAT(read.clientHandles, ElementsAre(101u, 0u));
+    EXPECT_THAT(read.errors, ElementsAre(S_OK, kInvalidHandle));
+    EXPECT_TRUE(read.values.at(0).value.isEmpty());
+}
+
+// ---- Completions of either kind
+
+TEST_F(OpxOPCDataCallbackTest, an_item_that_was_not_asked_for_is_an_invalid_handle) {
+    const std::string line = "Error: OPCDataCallback::OnReadComplete - can not find handle";
+    Delivery delivery;
+    delivery.add(11, variantOf(true)).add(99, variantOf(true)).add(12, variantOf(true));
+
+    delivery.completeRead(*sink.get(), sink->registerTransaction(transactionOf({VType::Empty, VType::Empty})));
+    delivery.completeWrite(*sink.get(), sink->registerTransaction(transactionOf({VType::Empty, VType::Empty})));
+
+    for (const auto& told : {client.reads().at(0), client.writes().at(0)}) {
+        EXPECT_EQ(told.masterError, S_FALSE);
+        EXPECT_THAT(told.clientHandles, ElementsAre(101u, 0u, 102u));
+        EXPECT_THAT(told.errors, ElementsAre(S_OK, kInvalidHandle, S_OK));
+    }
+    EXPECT_EQ(trace.count(line), 2u) << "writes report it under the read's name";
+}
+
+TEST_F(OpxOPCDataCallbackTest, a_write_completion_hands_codes_on_only_with_S_FALSE) {
+    struct Case {
+        HRESULT master;
+        std::vector<std::int32_t> errors;
+        std::uint32_t clientHandle;
+    };
+    const Case cases[] = {{S_OK, {}, 101}, {S_FALSE, {E_FAIL}, 101}, {E_FAIL, {}, 0}};
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.master);
+        Delivery delivery;
+        delivery.masterError = each.master;
+        delivery.add(11, variantOf(true), kGood, E_FAIL);
+        delivery.completeWrite(*sink.get(), sink->registerTransaction(transactionOf({VType::Empty})));
+        const auto write = client.writes().back();
+        EXPECT_EQ(write.id, 77u);
+        EXPECT_EQ(write.masterError, each.master);
+        EXPECT_EQ(write.errors, each.errors);
+        EXPECT_THAT(write.clientHandles, ElementsAre(each.clientHandle));
+    }
+}
+
+TEST_F(OpxOPCDataCallbackTest, a_transaction_ends_with_its_completion_its_removal_or_its_sink) {
+    auto completed = transactionOf({VType::Empty});
+    auto removed = transactionOf({VType::Empty});
+    auto waiting = transactionOf({VType::Empty});
+    const std::weak_ptr<ComAsyncTransaction> watched[] = {completed, removed, waiting};
+    EXPECT_NE(completed->key(), 0u);
+    EXPECT_NE(completed->key(), removed->key());
+
+    const auto key = sink->registerTransaction(std::move(completed));
+    const auto removedKey = sink->registerTransaction(std::move(removed));
+    sink->registerTransaction(std::move(waiting));
+    trace.clear();
+
+    Delivery().add(11, variantOf(true)).completeRead(*sink.get(), key);
+    EXPECT_TRUE(watched[0].expired());
+    EXPECT_THAT(trace.texts(),
+                ElementsAre("==> OPCDataCallback::OnReadComplete (1 items)", "CALL ReadComplete", "DONE ReadComplete",
+                            "<== OPCDataCallback::OnReadComplete [hr=S_OK]", "<-- Dtor ComAsyncTransaction"));
+    sink->removeTransaction(removedKey);
+    sink->removeTransaction(removedKey);
+    EXPECT_TRUE(watched[1].expired());
+    EXPECT_FALSE(watched[2].expired());
+    EXPECT_EQ(sink.release(), 0u);
+    EXPECT_TRUE(watched[2].expired());
+    EXPECT_TRUE(trace.has("Dtor OPCDataCallback"));
+}
+
+TEST_F(OpxOPCDataCallbackTest, a_completion_that_comes_on_several_threads_at_once_is_told_once) {
+    constexpr int kRounds = 300;
+    for (int i = 0; i < kRounds; ++i) {
+        const auto key = sink->registerTransaction(transactionOf({VType::String}));
+        std::atomic<bool> go = false;
+        const auto complete = [&] {
+            while (!go) std::this_thread::yield();
+            Delivery().add(11, variantOf(1.5)).completeRead(*sink.get(), key);
+        };
+        std::thread first(complete);
+        std::thread second(complete);
+        go = true;
+        first.join();
+        second.join();
+    }
+    EXPECT_EQ(client.reads().size(), std::size_t{kRounds});
+    EXPECT_EQ(trace.count("<== OPCDataCallback::OnReadComplete - can not find transaction"), std::size_t{kRounds});
+    const auto last = sink->registerTransaction(transactionOf({VType::Empty}));
+    std::thread other([&] { Delivery().add(11, variantOf(true)).completeWrite(*sink.get(), last); });
+    other.join();
+    EXPECT_EQ(client.writes().size(), 1u) << "no lock is left behind";
+}
+
+TEST_F(OpxOPCDataCallbackTest, a_detached_sink_tells_its_client_nothing) {
+    const auto key = sink->registerTransaction(transactionOf({VType::Empty}));
+    sink->detach();
+    Delivery delivery;
+    delivery.add(11, variantOf(true));
+    EXPECT_EQ(delivery.change(*sink.get(), 1), S_OK);
+    EXPECT_EQ(delivery.completeRead(*sink.get(), key), S_OK);
+    EXPECT_EQ(delivery.completeWrite(*sink.get(), key), S_OK);
+    EXPECT_TRUE(client.dataChanges().empty() && client.reads().empty() && client.writes().empty());
+    for (const char* callback : {"OnDataChange", "OnReadComplete", "OnWriteComplete"}) {
+        EXPECT_TRUE(trace.has(std::string("<== OPCDataCallback::") + callback + " - callback pointer is NULL"));
+    }
+}
+
+TEST_F(OpxOPCDataCallbackTest, an_unknown_read_is_told_and_holds_up_other_threads_completions) {
+    static auto& told = *new RecordingCallback;
+    auto* const stuck = new OpxOPCDataCallback(OpxOpc::unowned(&told), kGerman);
+    stuck->AddRef();
+    const auto key = stuck->registerTransaction(transactionOf({VType::Empty}));
+    EXPECT_EQ(Delivery().add(11, variantOf(true)).completeRead(*stuck, key + 1000), S_OK);
+    EXPECT_TRUE(trace.has("<== OPCDataCallback::OnReadComplete - can not find transaction"));
+    std::thread([stuck, key] { Delivery().add(11, variantOf(true)).completeWrite(*stuck, key); }).detach();
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    EXPECT_TRUE(told.writes().empty()) << "the completion waits";
+}
+
+TEST_F(OpxOPCDataCallbackTest, an_unknown_transaction_holds_up_other_threads_completions_but_nothing_else) {
+    // The other thread waits for ever, so what it uses must live as long.
+    static auto& told = *new RecordingCallback;
+    auto* const stuck = new OpxOPCDataCallback(OpxOpc::unowned(&told), kGerman);
+    stuck->AddRef();
+    const auto key = stuck->registerTransaction(transactionOf({VType::Empty}));
+
+    EXPECT_EQ(Delivery().add(11, variantOf(true)).completeWrite(*stuck, key + 1000), S_OK);
+    EXPECT_TRUE(trace.has("<== OPCDataCallback::OnWriteComplete - can not find transaction"));
+
+    std::thread([stuck, key] { Delivery().add(11, variantOf(true)).completeRead(*stuck, key); }).detach();
+    auto others = std::async(std::launch::async, [&] {
+        Delivery().add(11, variantOf(true)).change(*stuck, 1);
+        stuck->removeTransaction(stuck->registerTransaction(transactionOf({VType::Empty})));
+    });
+    ASSERT_EQ(others.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+    EXPECT_EQ(told.dataChanges().size(), 1u);
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    EXPECT_TRUE(told.reads().empty()) << "the completion waits";
+
+    stuck->detach();
+    EXPECT_NE(stuck->Release(), 0u) << "the sink outlives its owner";
+    EXPECT_FALSE(trace.has("Dtor OPCDataCallback"));
+    EXPECT_EQ(stuck->OnCancelComplete(key, 1), S_OK);
+}
+
+class ThrowingCallback : public RecordingCallback {
+    using Handles = std::vector<std::uint32_t>;
+    using Values = std::vector<OpxOpc::OpxItemValue>;
+    using Codes = std::vector<std::int32_t>;
+    void DataChange(std::uint32_t, std::int32_t, std::int32_t, std::uint32_t, const Handles&, const Values&,
+                    const Codes&) override {
+        throw std::runtime_error("client");
+    }
+    void ReadComplete(std::uint32_t, std::int32_t, std::int32_t, std::uint32_t, const Handles&, const Values&,
+                      const Codes&) override {
+        throw 1;
+    }
+    void WriteComplete(std::uint32_t, std::int32_t, std::uint32_t, const Handles&, const Codes&) override {
+        throw std::runtime_error("client");
+    }
+};
+
+TEST_F(OpxOPCDataCallbackTest, what_a_client_throws_does_not_reach_the_server) {
+    ThrowingCallback thrower;
+    ComPtr<OpxOPCDataCallback> told(new OpxOPCDataCallback(OpxOpc::unowned(&thrower), kGerman));
+    Delivery delivery;
+    delivery.add(11, variantOf(true));
+    EXPECT_EQ(delivery.change(*told.get(), 1), S_OK);
+    EXPECT_EQ(delivery.completeRead(*told.get(), told->registerTransaction(transactionOf({VType::Empty}))), S_OK);
+    EXPECT_EQ(delivery.completeWrite(*told.get(), told->registerTransaction(transactionOf({VType::Empty}))), S_OK);
+    EXPECT_EQ(trace.textsWith("Unexpected Error").size(), 3u);
+}
+
+TEST_F(OpxOPCDataCallbackTest, callbacks_of_several_threads_overlap_with_each_other_and_with_detaching) {
+    constexpr int kThreads = 4;
+    constexpr int kRounds = 50;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, own = sink] {
+            for (int i = 0; i < kRounds; ++i) {
+                const ComPtr<OpxOPCDataCallback> borrowed = own;
+                const auto key = own->registerTransaction(transactionOf({VType::String}));
+                Delivery().add(1, variantOf(std::int32_t{i})).change(*own.get(), 1);
+                Delivery().add(11, variantOf(std::int32_t{i})).completeRead(*own.get(), key);
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(client.dataChanges().size(), std::size_t{kThreads * kRounds});
+    EXPECT_EQ(client.reads().size(), std::size_t{kThreads * kRounds});
+
+    std::thread late([own = sink] { Delivery().add(1, variantOf(true)).change(*own.get(), 1); });
+    sink->detach();
+    late.join();
+    EXPECT_EQ(sink.release(), 0u);
+}
+
+TEST_F(OpxOPCDataCallbackTest, it_is_an_unknown_and_a_data_callback_only) {
+    void* object = nullptr;
+    EXPECT_EQ(sink->QueryInterface(IID_IOPCDataCallback, nullptr), E_INVALIDARG);
+    EXPECT_EQ(sink->QueryInterface(IID_IOPCShutdown, &object), E_NOINTERFACE);
+    EXPECT_EQ(object, nullptr);
+    for (const IID* iid : {&IID_IUnknown, &IID_IOPCDataCallback}) {
+        ASSERT_EQ(sink->QueryInterface(*iid, &object), S_OK);
+        EXPECT_EQ(static_cast<IUnknown*>(object)->Release(), 1u);
+    }
+}
+
+}  // namespace
+}  // namespace Korvex::Testing

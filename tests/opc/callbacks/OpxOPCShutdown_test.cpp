@@ -1,0 +1,46 @@
+#include "opc/callbacks/OpxOPCShutdown.h"
+
+#include <stdexcept>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "com/ComPtr.h"
+#include "opc/callbacks/unowned.h"
+#include "tests/support/RecordingCallback.h"
+#include "tests/support/TraceCapture.h"
+
+namespace Korvex::Testing {
+namespace {
+
+using Com::ComPtr;
+using OpxOpc::OpxOPCShutdown;
+using ::testing::ElementsAre;
+
+TEST(OpxOPCShutdown, a_request_is_told_as_a_status_with_its_reason_if_there_is_one) {
+    TraceCapture trace;
+    RecordingCallback client;
+    ComPtr<OpxOPCShutdown> sink(new OpxOPCShutdown(unowned(&client)));
+    EXPECT_EQ(sink->ShutdownRequest(OLESTR("maintenance")), S_OK);
+    EXPECT_EQ(sink->ShutdownRequest(nullptr), S_OK);
+    ASSERT_EQ(client.statuses().size(), 2u);
+    EXPECT_EQ(client.statuses()[0].clientHandle, 0u);
+    EXPECT_EQ(client.statuses()[0].status, OpxOpc::SERVERSTATUS_SHUTDOWN);
+    EXPECT_EQ(sink.release(), 0u);
+    EXPECT_THAT(trace.texts(),
+                ElementsAre("Ctor OPCShutdown", "==> OPCShutdown::ShutdownRequest",
+                            "ShutdownRequest - reason for shutdown: maintenance",
+                            "<== OPCShutdown::ShutdownRequest [hr=S_OK]", "==> OPCShutdown::ShutdownRequest",
+                            "<== OPCShutdown::ShutdownRequest [hr=S_OK]", "Dtor OPCShutdown"));
+}
+
+TEST(OpxOPCShutdown, what_a_client_throws_does_not_reach_the_server) {
+    struct Thrower : RecordingCallback {
+        void ServerStatusChange(std::uint32_t, OpxOpc::ServerStatus) override { throw std::runtime_error("client"); }
+    } client;
+    ComPtr<OpxOPCShutdown> sink(new OpxOPCShutdown(unowned(&client)));
+    EXPECT_EQ(sink->ShutdownRequest(nullptr), S_OK);
+}
+
+}  // namespace
+}  // namespace Korvex::Testing

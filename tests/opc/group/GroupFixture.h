@@ -1,0 +1,111 @@
+// A connection to the simulation server with one group on it.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "opc/group/DaGroupMgt.h"
+#include "opc/server/DaServerMgt.h"
+#include "opc/callbacks/unowned.h"
+#include "tests/support/RecordingCallback.h"
+#include "tests/support/SimulationFixture.h"
+
+namespace Korvex::Testing {
+
+using Codes = std::vector<std::int32_t>;
+using Handles = std::vector<std::uint32_t>;
+using Types = std::vector<Opx::VType>;
+using Values = std::vector<OpxOpc::OpxItemValue>;
+using Variants = std::vector<OpxOpc::OpxVariant>;
+
+inline OpxOpc::OpxItemIdentifier itemNamed(const OLECHAR* name, Opx::VType type = Opx::VType::Empty) {
+    OpxOpc::OpxItemIdentifier item;
+    item.itemName = name;
+    item.dataType = type;
+    return item;
+}
+
+// What a row of a failure table works on.
+struct Connection {
+    RecordingCallback client;  // outlives what calls it
+    OpxOpc::DaServerMgt server;
+    OpxOpc::DaGroupMgt group{OLESTR("Group"), 100, false, 7, 0.0F};
+
+    HRESULT connect() { return server.connectOPCServer(OpxString(), CLSID_KorvexSimulation); }
+    HRESULT connectWithGroup() {
+        const HRESULT hr = connect();
+        return failed(hr) ? hr : server.addGroup(&group);
+    }
+
+    // The server handle of an item; 0 if it was refused.
+    std::uint32_t add(const OLECHAR* name, Opx::VType type = Opx::VType::Empty) {
+        std::vector<OpxOpc::OpxItemIdentifier> items = {itemNamed(name, type)};
+        items[0].clientHandle = ++lastItem;
+        Codes ignored;
+        group.addItems(items, ignored, false);
+        return items[0].serverHandle;
+    }
+
+    // One item, read from the device as its own type or `type`.
+    HRESULT read(std::uint32_t handle, std::uint32_t maxAge = 0, Opx::VType type = Opx::VType::Empty) {
+        return group.read(maxAge, {handle}, {type}, values, errors);
+    }
+    HRESULT write(std::uint32_t handle, const OpxOpc::OpxVariant& value, Opx::VType type = Opx::VType::Empty) {
+        return group.write({handle}, {value}, {type}, errors);
+    }
+
+    // Registers a transaction, with the client's ID 77, of the item added last.
+    std::uint32_t startTransaction(Opx::VType requested = Opx::VType::Empty) {
+        const std::map<std::uint32_t, std::uint32_t> positions = {{lastItem, 0}};
+        return group.registerTransaction(
+            std::make_shared<OpxOpc::ComAsyncTransaction>(77, positions, Types{requested}, Handles{100 + lastItem}));
+    }
+
+    std::uint32_t lastItem = 0;
+    Values values;
+    Codes errors;
+};
+
+// An operation that goes wrong: what is switched on before it, what it answers, what it writes to the trace.
+struct Failure {
+    const char* command;
+    HRESULT (*call)(Connection&);
+    HRESULT result;
+    const char* line;
+    const char* otherLine = "";
+};
+
+// Carries each row out on a connection of its own, which `prepare` makes before the row's command.
+template <std::size_t N>
+void expectFailures(const Failure (&failures)[N], SimulationControl& sim, TraceCapture& trace,
+                    HRESULT (*prepare)(Connection&)) {
+    for (const Failure& failure : failures) {
+        SCOPED_TRACE(failure.line);
+        sim.reset();
+        Connection connection;
+        ASSERT_EQ(prepare(connection), S_OK);
+        trace.clear();
+        if (*failure.command) sim.execute(failure.command);
+        EXPECT_EQ(hex(failure.call(connection)), hex(failure.result));
+        for (const std::string line : {failure.line, failure.otherLine}) {
+            EXPECT_TRUE(line.empty() || trace.has(line)) << line << "\n" << trace.dump();
+        }
+        EXPECT_TRUE(connection.errors.empty());
+    }
+}
+
+inline HRESULT nothing(Connection&) {
+    return S_OK;
+}
+inline HRESULT connected(Connection& c) {
+    return c.connect();
+}
+inline HRESULT withGroup(Connection& c) {
+    return c.connectWithGroup();
+}
+
+}  // namespace Korvex::Testing
