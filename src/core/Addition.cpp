@@ -18,7 +18,7 @@ struct Obstacle {
 
 // Never destroyed: connections may end as late as the process.
 struct Waiting {
-    Signal changed;  // guards the obstacles and the ends of all additions
+    Signal changed;                                              // guards the obstacles and the ends of all additions
     std::map<std::thread::id, std::vector<Obstacle>> obstacles;  // the innermost one last
 };
 

@@ -10,10 +10,10 @@
 #include <gtest/gtest.h>
 
 #include "com/opc_interfaces.h"
-#include "threads/OpxThread.h"
 #include "tests/support/RecordingCallback.h"
 #include "tests/support/SimulationFixture.h"
 #include "tests/support/simulation_url.h"
+#include "threads/OpxThread.h"
 
 namespace OpxOpc {
 namespace {

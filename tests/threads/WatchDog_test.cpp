@@ -169,10 +169,9 @@ TEST_F(WatchDogTest, WhatAReconnectLeftOutDoesNotLengthenTheWaitAfterTheNextLoss
         connection->current = SERVERSTATUS_CONNECTED;
         return E_FAIL;
     };
-    EXPECT_THAT(watch(2000, 11),
-                ElementsAre("2200 probe", "2400 drop", "2400 report 2", "2400 bad quality", "6400 reconnect",
-                            "8600 probe", "10800 probe", "11000 drop", "11000 report 2", "11000 bad quality",
-                            "15000 reconnect"));
+    EXPECT_THAT(watch(2000, 11), ElementsAre("2200 probe", "2400 drop", "2400 report 2", "2400 bad quality",
+                                             "6400 reconnect", "8600 probe", "10800 probe", "11000 drop",
+                                             "11000 report 2", "11000 bad quality", "15000 reconnect"));
 }
 
 TEST_F(WatchDogTest, AnExceptionCostsOnePassAndNotTheThread) {

@@ -6,8 +6,8 @@
 
 namespace OpxOpc {
 
-// Counts the server connections, and whoever else needs COM as they found it. The first one brings COM up for its thread and settles the process's
-// security, the last one takes COM down again. Any thread may call.
+// Counts the server connections, and whoever else needs COM as they found it. The first one brings COM up for its
+// thread and settles the process's security, the last one takes COM down again. Any thread may call.
 class ApartmentMode {
 public:
     static void enter();

@@ -4,8 +4,8 @@
 #include <optional>
 #include <utility>
 
-#include "opc/group/DaGroupMgt.h"
 #include "opc/browse/ItemPropertiesInterface.h"
+#include "opc/group/DaGroupMgt.h"
 #include "opc/rpc_errors.h"
 
 namespace OpxOpc {

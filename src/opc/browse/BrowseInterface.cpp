@@ -3,8 +3,8 @@
 #include <new>
 #include <utility>
 
-#include "opc/browse/ItemPropertyRecords.h"
 #include "opc/ServerArrays.h"
+#include "opc/browse/ItemPropertyRecords.h"
 #include "opc/server_texts.h"
 #include "trace/TraceScope.h"
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <optional>
 
-#include "opc/browse/ItemPropertyRecords.h"
 #include "opc/ServerArrays.h"
+#include "opc/browse/ItemPropertyRecords.h"
 #include "opc/rpc_errors.h"
 #include "opc/server_texts.h"
 #include "trace/TraceScope.h"

@@ -3,11 +3,11 @@
 #include <utility>
 
 #include "com/ComCalls.h"
-#include "opc/group/DaGroupMgtPrivate.h"
+#include "opc/ServerArrays.h"
 #include "opc/callbacks/DeliveredItem.h"
 #include "opc/callbacks/KeptSinks.h"
-#include "opc/ServerArrays.h"
 #include "opc/callbacks/ValueText.h"
+#include "opc/group/DaGroupMgtPrivate.h"
 #include "trace/TraceScope.h"
 
 namespace OpxOpc {

@@ -1,7 +1,7 @@
-#include "opc/group/DaGroupMgtPrivate.h"
-#include "opc/callbacks/DeliveredItem.h"
 #include "opc/ServerArrays.h"
+#include "opc/callbacks/DeliveredItem.h"
 #include "opc/callbacks/ValueText.h"
+#include "opc/group/DaGroupMgtPrivate.h"
 #include "opc/group/WriteConversion.h"
 #include "trace/TraceScope.h"
 

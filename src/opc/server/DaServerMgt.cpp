@@ -5,9 +5,9 @@
 #include "com/ComCalls.h"
 #include "com/owners.h"
 #include "com/platform.h"
-#include "opc/server/DaServerMgtPrivate.h"
 #include "opc/apartment/InterfaceQueries.h"
 #include "opc/callbacks/KeptSinks.h"
+#include "opc/server/DaServerMgtPrivate.h"
 #include "opc/server/LocaleIds.h"
 #include "trace/TraceScope.h"
 

@@ -10,11 +10,11 @@
 
 #include "com/ComPtr.h"
 #include "com/opc_interfaces.h"
-#include "opc/browse/AddressSpaceBrowser.h"
 #include "opc/apartment/ApartmentInterface.h"
+#include "opc/browse/AddressSpaceBrowser.h"
 #include "opc/browse/BrowseRequest.h"
-#include "opc/group/DaGroupMgt.h"
 #include "opc/callbacks/OpxOPCShutdown.h"
+#include "opc/group/DaGroupMgt.h"
 
 namespace OpxOpc {
 

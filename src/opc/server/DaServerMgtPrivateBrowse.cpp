@@ -2,8 +2,8 @@
 #include <utility>
 
 #include "opc/browse/BrowseInterface.h"
-#include "opc/server/DaServerMgtPrivate.h"
 #include "opc/browse/ItemPropertiesInterface.h"
+#include "opc/server/DaServerMgtPrivate.h"
 #include "trace/TraceScope.h"
 
 namespace OpxOpc {

@@ -8,9 +8,9 @@
 
 #include <gmock/gmock.h>
 
+#include "opc/callbacks/unowned.h"
 #include "opc/group/DaGroupMgt.h"
 #include "opc/server/DaServerMgt.h"
-#include "opc/callbacks/unowned.h"
 #include "tests/support/RecordingCallback.h"
 #include "tests/support/SimulationFixture.h"
 
