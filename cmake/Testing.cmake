@@ -7,16 +7,13 @@ if(KORVEX_BUILD_TESTS)
   add_subdirectory(${KORVEX_GOOGLETEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 endif()
 
-# korvex_add_test(NAME SOURCES ... LIBRARIES ... [LABELS ...] [SANDBOX])
+# korvex_add_test(NAME SOURCES ... LIBRARIES ... [LABELS ...])
 # One program of tests, one CTest test. Label "threads" marks those that the thread sanitizer runs.
 function(korvex_add_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
-  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} GTest::gmock GTest::gtest korvex_warnings)
+  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main korvex_warnings)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src)
-  if(NOT "main" IN_LIST ARG_LABELS)
-    target_link_libraries(${name} PRIVATE GTest::gtest_main)
-  endif()
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 600
                                           WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
