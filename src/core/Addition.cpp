@@ -3,6 +3,7 @@
 #include <map>
 #include <vector>
 
+#include "core/CallGate.h"
 #include "opc/apartment/Signal.h"
 
 namespace OpxOpc {
@@ -10,10 +11,11 @@ namespace {
 
 constexpr int kLongestChain = 100;  // of threads that wait for each other; a longer one goes round in a circle
 
-// What keeps a thread that adds items from going on: one of the two.
+// What keeps a thread from going on: one of the three.
 struct Obstacle {
     const Addition* addition = nullptr;
-    const std::atomic<int>* gate = nullptr;
+    const CallGate* gate = nullptr;
+    std::thread::id thread = {};
 };
 
 // Never destroyed: connections may end as late as the process.
@@ -27,14 +29,8 @@ Waiting& waiting() {
     return one;
 }
 
-// The calling thread's additions under way.
-thread_local int ownAdditions = 0;
-
-// False where nobody can be waiting for this thread.
-bool meet(const Obstacle& obstacle) {
-    if (ownAdditions == 0) return false;
+void meet(const Obstacle& obstacle) {
     waiting().changed.change([&] { waiting().obstacles[std::this_thread::get_id()].push_back(obstacle); });
-    return true;
 }
 
 void pass() {
@@ -47,16 +43,8 @@ void pass() {
 
 }  // namespace
 
-Addition::Addition() {
-    ++ownAdditions;
-}
-
 void Addition::end() noexcept {
-    waiting().changed.change([this] {
-        if (ended_) return;
-        ended_ = true;
-        --ownAdditions;
-    });
+    waiting().changed.change([this] { ended_ = true; });
 }
 
 bool Addition::wait() const {
@@ -66,31 +54,45 @@ bool Addition::wait() const {
         return ended || isHopeless();
     };
     if (waiting().changed.look(isOver)) return ended;
-    const bool noted = meet({.addition = this});
+    meet({.addition = this});
     waiting().changed.wait(isOver);
-    if (noted) pass();
+    pass();
     return ended;
 }
 
 // Follows what the adding thread waits for, and so on.
 bool Addition::isHopeless() const {
-    const Addition* at = this;
+    const auto self = std::this_thread::get_id();
+    const Addition* addition = this;
+    std::thread::id thread;
     for (int i = 0; i < kLongestChain; ++i) {
-        if (at->ended_) return false;
-        if (at->isOwn()) return true;
-        const auto standing = waiting().obstacles.find(at->thread_);
+        if (addition && addition->ended_) return false;
+        if (addition) thread = addition->thread_;
+        if (thread == self) return true;
+        const auto standing = waiting().obstacles.find(thread);
         if (standing == waiting().obstacles.end()) return false;
         const Obstacle& obstacle = standing->second.back();
-        if (obstacle.gate) return *obstacle.gate != 0;
-        at = obstacle.addition;
+        if (obstacle.gate && obstacle.gate->isClosed()) return true;
+        addition = obstacle.addition;
+        thread = obstacle.gate ? obstacle.gate->owner() : obstacle.thread;
     }
     return true;
 }
 
-Addition::AtGate::AtGate(const std::atomic<int>& closed) : noted_(meet({.gate = &closed})) {}
+Addition::AtGate::AtGate(const CallGate& gate) {
+    meet({.gate = &gate});
+}
 
 Addition::AtGate::~AtGate() {
-    if (noted_) pass();
+    pass();
+}
+
+Addition::AtThread::AtThread(std::thread::id thread) {
+    meet({.thread = thread});
+}
+
+Addition::AtThread::~AtThread() {
+    pass();
 }
 
 void Addition::gateClosed() {

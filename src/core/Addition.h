@@ -1,11 +1,12 @@
 // The adding of new items to the server, while others wait for it.
 #pragma once
 
-#include <atomic>
 #include <memory>
 #include <thread>
 
 namespace OpxOpc {
+
+class CallGate;
 
 // Belongs to the thread that begins it. A request of another thread that needs one of its items waits for
 // its end instead of adding the item once more.
@@ -15,7 +16,7 @@ namespace OpxOpc {
 class Addition {
 public:
     // Begins.
-    Addition();
+    Addition() = default;
     Addition(const Addition&) = delete;
     Addition& operator=(const Addition&) = delete;
 
@@ -29,17 +30,22 @@ public:
     // meanwhile. False if this thread would wait for itself, or for one that waits for it.
     bool wait() const;
 
-    // While it stands, the calling thread waits at a gate. As long as that is `closed` (not 0), the gate
-    // waits in turn for every call in progress, also for those that wait for what this thread adds.
+    // While it stands, the calling thread waits at a gate, for the thread that has it; or, where the gate is
+    // closed, with that one for every call in progress, also for those that wait for what this thread adds.
     class AtGate {
     public:
-        explicit AtGate(const std::atomic<int>& closed);
+        explicit AtGate(const CallGate& gate);
         ~AtGate();
         AtGate(const AtGate&) = delete;
         AtGate& operator=(const AtGate&) = delete;
-
-    private:
-        const bool noted_;
+    };
+    // While it stands, the calling thread waits for the end of another.
+    class AtThread {
+    public:
+        explicit AtThread(std::thread::id thread);
+        ~AtThread();
+        AtThread(const AtThread&) = delete;
+        AtThread& operator=(const AtThread&) = delete;
     };
     // A gate has been closed.
     static void gateClosed();

@@ -9,10 +9,10 @@
 namespace OpxOpc {
 namespace {
 
-// While it stands, the gate waits for calls in progress for as long as they take.
+// While it stands, the calling thread waits for calls in progress for as long as they take.
 class Closed {
 public:
-    explicit Closed(std::atomic<int>& count) : count_(count) {
+    Closed(const CallGate& gate, std::atomic<int>& count) : here_(gate), count_(count) {
         ++count_;
         Addition::gateClosed();
     }
@@ -21,6 +21,7 @@ public:
     Closed& operator=(const Closed&) = delete;
 
 private:
+    const Addition::AtGate here_;
     std::atomic<int>& count_;
 };
 
@@ -41,7 +42,7 @@ void CallGate::lock() {
         return true;
     };
     if (changed_.look(take)) return;
-    const Addition::AtGate here(closed_);
+    const Addition::AtGate here(*this);
     // Taken out of the list too: a handler that the wait lets in may come here once more.
     const auto own = static_cast<std::uint32_t>(std::erase(ownCalls, this));
     changed_.change([&] { busyCount_ -= own; });
@@ -62,6 +63,10 @@ void CallGate::enter() {
     changed_.look([this] { ++busyCount_; });
 }
 
+std::thread::id CallGate::owner() const {
+    return changed_.look([this] { return depth_ > 0 ? owner_ : std::thread::id(); });
+}
+
 // The gate may be gone as soon as the count is given back.
 void CallGate::leave() noexcept {
     const auto last = std::find(ownCalls.rbegin(), ownCalls.rend(), this);
@@ -70,9 +75,8 @@ void CallGate::leave() noexcept {
 }
 
 bool CallGate::waitUntilQuiet(Signal::Duration limit) {
-    const Addition::AtGate here(closed_);
     std::optional<Closed> closed;
-    if (limit == Signal::kForever) closed.emplace(closed_);
+    if (limit == Signal::kForever) closed.emplace(*this, closed_);
     return changed_.wait([this, own = ownDepth(this)] { return busyCount_ == own; }, limit);
 }
 

@@ -36,12 +36,17 @@ public:
     // or false after `limit`.
     bool waitUntilQuiet(Signal::Duration limit = Signal::kForever);
 
+    // Whether somebody waits, without a limit, for every call in progress.
+    bool isClosed() const noexcept { return closed_ != 0; }
+    // Who has the lock, if anybody.
+    std::thread::id owner() const;
+
 private:
     Signal changed_;  // guards what follows
     std::thread::id owner_;
     std::uint32_t depth_ = 0;  // of the owner's locking; 0 when the gate is open
     std::uint32_t busyCount_ = 0;
-    std::atomic<int> closed_ = 0;  // waits, without a limit, for calls in progress
+    std::atomic<int> closed_ = 0;
 };
 
 }  // namespace OpxOpc

@@ -222,15 +222,20 @@ void DaServerComPrivate::stopReconnecting() {
 }
 
 HRESULT DaServerComPrivate::bringBackSubscriptions() {
-    HRESULT hr;
-    {
-        const std::lock_guard guard(lock);
-        // What calls did to the subscriptions while there was no server has to be complete.
-        lock.waitUntilQuiet();
-        hr = guarded([this] { return recoverSubscriptions(); });
+    try {
+        HRESULT hr;
+        {
+            const std::lock_guard guard(lock);
+            // What calls did to the subscriptions while there was no server has to be complete.
+            lock.waitUntilQuiet();
+            hr = recoverSubscriptions();
+        }
+        reportRefusedItems();
+        return hr;
+    } catch (...) {
+        LibT::lError("Error: DaServerComPrivate::internalConnect - Unexpected Error");
+        return E_FAIL;
     }
-    reportRefusedItems();
-    return hr;
 }
 
 // The client's handler, and whatever a wait lets in, may have ended the connection or lost it again.

@@ -5,6 +5,7 @@
 
 #include <korvex/native/OpxCmnClient.h>
 
+#include "core/Addition.h"
 #include "core/guarded.h"
 #include "opc/apartment/ApartmentMode.h"
 #include "trace/LibT.h"
@@ -84,7 +85,7 @@ HRESULT DaServerComPrivate::openLink(Attempt& attempt, const LocaleStep& localeS
     ServerLink& made = attempt.made;
     made.mainItems = std::make_shared<MainItemCache>();
     made.server = std::make_shared<DaServerMgt>();
-    if (!apartment_) apartment_.emplace();
+    if (!apartment_) apartment_ = std::make_unique<ApartmentShare>();
     HRESULT hr = made.server->connectOPCServer(nodeName, clsid);
     if (isDone(hr)) hr = localeStep(*made.server);
     if (!isDone(hr)) return hr;
@@ -169,7 +170,7 @@ bool DaServerComPrivate::end(bool& wasConnected) {
     wasConnected = serverState == SERVERSTATUS_CONNECTED;
     // Objects of a server may live in the watch-dog's apartment, which has to stand until they are gone.
     leftAlone_ = connecting_;
-    if (watchDog_ && (leftAlone_ || !ApartmentMode::isSingleThreaded())) watchDog_->requestStop();
+    if (watchDog_ && !ApartmentMode::isSingleThreaded()) watchDog_->requestStop();
     serverState = SERVERSTATUS_DISCONNECTED;
     lock.waitUntilQuiet();
     return true;
@@ -198,12 +199,17 @@ void DaServerComPrivate::closeConnection(bool wasConnected) {
         LibT::lError("Error: DaServerCom::disconnect - Error at releasing server interfaces");
     }
     if (watchDogGoesLast) {
-        for (const auto& thread : teardownThreads_) thread->wait();
+        if (!isLeftAlone()) waitForTearDowns();
         stopWatchDog();
     }
+    std::unique_ptr<ApartmentShare> ended;  // outlives the lock: ending an apartment may let calls in
     const std::lock_guard guard(lock);
     link.clear();
-    if (!leftAlone_) apartment_.reset();
+    if (!leftAlone_) ended.swap(apartment_);
+}
+
+void DaServerComPrivate::waitForTearDowns() {
+    for (const auto& thread : teardownThreads_) thread->wait();
 }
 
 // One that is trying to reach a server is not waited for: it shares this record until it has ended.
@@ -217,7 +223,9 @@ void DaServerComPrivate::stopWatchDog() {
     }
     if (!stopped) return;
     stopped->requestStop();
-    if (!leftAlone) stopped->wait();
+    if (leftAlone) return;
+    const Addition::AtThread here(stopped->id());
+    stopped->wait();
 }
 
 bool DaServerComPrivate::isLeftAlone() {

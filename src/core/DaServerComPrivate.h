@@ -128,12 +128,13 @@ private:
     void reportRefusedItems();
 
     void removeSubscriptions(bool wasConnected);
+    void waitForTearDowns();
     void stopWatchDog();
     void startTearDown(bool removeGroups, std::shared_ptr<DaServerMgt> server, TerminateOpcThread::Groups groups);
     bool report(ServerStatus status) noexcept;
 
     // What a connection takes COM up for stays up from its first server to its end.
-    std::optional<ApartmentShare> apartment_;
+    std::unique_ptr<ApartmentShare> apartment_;
     std::shared_ptr<WatchDog> watchDog_;
     std::vector<std::unique_ptr<TerminateOpcThread>> teardownThreads_;
     OpxString askedLocale_;         // empty for none

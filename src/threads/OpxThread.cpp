@@ -59,9 +59,13 @@ void OpxThread::wait() {
     joinHandle();
 }
 
-bool OpxThread::isOwnThread() const {
+std::thread::id OpxThread::id() const {
     const std::lock_guard guard(lock_);
-    return thread_.get_id() == std::this_thread::get_id();
+    return thread_.get_id();
+}
+
+bool OpxThread::isOwnThread() const {
+    return id() == std::this_thread::get_id();
 }
 
 void OpxThread::joinHandle() {

@@ -28,6 +28,7 @@ public:
     void start();
 
     bool isRunning() const noexcept { return running_; }
+    std::thread::id id() const;
 
     // Returns when the body has; at once on the thread itself, which ends by itself. A thread that was
     // created and not started ends without its body.

@@ -36,20 +36,25 @@ void WatchDog::ServerStatusChange(std::uint32_t, ServerStatus) {
 
 void WatchDog::run() {
     LibT::lInOut("--> WatchDog::run");
-    if (const auto connection = connection_.lock()) {
+    {
         const BackgroundApartment apartment;
-        lastCheck_ = clock_.now();
-        reconnectInterval_ = kFirstRetryPeriods * period_;
-        while (!stop_.isSet()) {
-            try {
-                waitForNextPass();
-                if (!stop_.isSet()) pass(*connection);
-            } catch (...) {
-                LibT::lError("Error: WatchDog::run - Error in watchdog function");
-            }
-        }
+        // Its last owner perhaps, where what is being torn down may still need this thread's apartment.
+        if (const auto connection = connection_.lock()) watch(*connection);
     }
     LibT::lInOut("<-- WatchDog::run");
+}
+
+void WatchDog::watch(WatchedConnection& connection) {
+    lastCheck_ = clock_.now();
+    reconnectInterval_ = kFirstRetryPeriods * period_;
+    while (!stop_.isSet()) {
+        try {
+            waitForNextPass();
+            if (!stop_.isSet()) pass(connection);
+        } catch (...) {
+            LibT::lError("Error: WatchDog::run - Error in watchdog function");
+        }
+    }
 }
 
 void WatchDog::waitForNextPass() {

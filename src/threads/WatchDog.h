@@ -37,6 +37,7 @@ public:
 
 private:
     void run() override;
+    void watch(WatchedConnection& connection);
     void waitForNextPass();
     void pass(WatchedConnection& connection);
     void handleLoss(WatchedConnection& connection, ServerStatus why);

@@ -1,5 +1,6 @@
 #include "core/Addition.h"
 
+#include <atomic>
 #include <functional>
 #include <future>
 #include <memory>
@@ -70,13 +71,35 @@ TEST(Addition, IsWaitedForByOtherThreads) {
 TEST(Addition, OfTwoThatWaitForEachOtherOneGivesUp) {
     Adder one;
     Adder other;
-    bool oneSucceeded = false;
-    one.inside([&] { oneSucceeded = other.addition().wait(); });
-    std::this_thread::sleep_for(50ms);
-    other.inside([&] { EXPECT_FALSE(one.addition().wait()); });
+    std::atomic<int> gaveUp = 0;
+    one.inside([&] { gaveUp += other.addition().wait() ? 0 : 1; });
+    other.inside([&] { gaveUp += one.addition().wait() ? 0 : 1; });
     one.join();
     other.join();
-    EXPECT_TRUE(oneSucceeded);
+    EXPECT_EQ(gaveUp, 1);
+}
+
+// A thread that has the gate, or that is waited for, may need what a thread adds that waits for it.
+TEST(Addition, AWaitOfWhomTheAddingThreadWaitsForIsGivenUp) {
+    CallGate gate;
+    std::promise<void> reached;
+    {
+        Adder adder;
+        const std::lock_guard guard(gate);
+        adder.inside([&] {
+            reached.set_value();
+            const std::lock_guard inside(gate);
+        });
+        reached.get_future().wait();
+        EXPECT_FALSE(adder.addition().wait());
+    }
+    Adder adder;
+    std::thread waiting([&] { EXPECT_FALSE(adder.addition().wait()); });
+    adder.inside([&] {
+        const Addition::AtThread here(waiting.get_id());
+        waiting.join();
+    });
+    adder.join();
 }
 
 // Who waits for the calls in progress at a gate would wait for a call that waits for an addition whose own

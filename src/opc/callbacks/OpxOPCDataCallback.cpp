@@ -136,7 +136,7 @@ HRESULT STDMETHODCALLTYPE OpxOPCDataCallback::OnReadComplete(DWORD transactionId
             LibT::lIfCall("<== OPCDataCallback::OnReadComplete - callback pointer is NULL");
             return;
         }
-        const auto transaction = claimTransaction(transactionId);
+        auto transaction = claimTransaction(transactionId);
         if (!transaction) {
             LibT::lIfCall("<== OPCDataCallback::OnReadComplete - can not find transaction");
             return;
@@ -144,11 +144,13 @@ HRESULT STDMETHODCALLTYPE OpxOPCDataCallback::OnReadComplete(DWORD transactionId
 
         const CallbackRecords records = readRecords(*transaction, locale_, masterQuality, masterError, count,
                                                     clientItems, {values, qualities, timestamps, errors});
+        const std::uint32_t clientId = transaction->clientTransactionId();
+        transaction.reset();
 
         if (const auto receiver = client()) {
             LibT::lIfCall("CALL ReadComplete");
-            receiver->ReadComplete(transaction->clientTransactionId(), records.masterQuality, records.masterError,
-                                   records.count(), records.clientHandles, records.values, records.errors);
+            receiver->ReadComplete(clientId, records.masterQuality, records.masterError, records.count(),
+                                   records.clientHandles, records.values, records.errors);
             LibT::lIfCall("DONE ReadComplete");
         }
         LibT::lIfCall("<== OPCDataCallback::OnReadComplete [hr=S_OK]");
@@ -163,18 +165,20 @@ HRESULT STDMETHODCALLTYPE OpxOPCDataCallback::OnWriteComplete(DWORD transactionI
             LibT::lIfCall("<== OPCDataCallback::OnWriteComplete - callback pointer is NULL");
             return;
         }
-        const auto transaction = claimTransaction(transactionId);
+        auto transaction = claimTransaction(transactionId);
         if (!transaction) {
             LibT::lIfCall("<== OPCDataCallback::OnWriteComplete - can not find transaction");
             return;
         }
 
         const CallbackRecords records = writeRecords(*transaction, masterError, count, clientItems, errors);
+        const std::uint32_t clientId = transaction->clientTransactionId();
+        transaction.reset();
 
         if (const auto receiver = client()) {
             LibT::lIfCall("CALL WriteComplete");
-            receiver->WriteComplete(transaction->clientTransactionId(), records.masterError, records.count(),
-                                    records.clientHandles, records.errors);
+            receiver->WriteComplete(clientId, records.masterError, records.count(), records.clientHandles,
+                                    records.errors);
             LibT::lIfCall("DONE WriteComplete");
         }
         LibT::lIfCall("<== OPCDataCallback::OnWriteComplete [hr=S_OK]");

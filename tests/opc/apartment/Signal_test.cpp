@@ -1,6 +1,5 @@
 #include "opc/apartment/Signal.h"
 
-#include <algorithm>
 #include <chrono>
 #include <future>
 #include <thread>
@@ -10,6 +9,7 @@
 #include "com/ComPtr.h"
 #include "opc/apartment/ApartmentMode.h"
 #include "tests/com/TestObject.h"
+#include "tests/support/fastest.h"
 
 namespace OpxOpc {
 namespace {
@@ -17,20 +17,9 @@ namespace {
 using namespace std::chrono_literals;
 using Korvex::Com::ComPtr;
 using Korvex::Testing::Apartment;
+using Korvex::Testing::fastestOfFive;
 using Korvex::Testing::TestObject;
 using Time = std::chrono::steady_clock;
-
-// The machine may be busy with other things meanwhile, though not every time.
-template <typename Action>
-Time::duration fastestOfFive(Action&& action) {
-    auto fastest = Time::duration::max();
-    for (int i = 0; i < 5; ++i) {
-        const auto begun = Time::now();
-        action();
-        fastest = std::min(fastest, Time::now() - begun);
-    }
-    return fastest;
-}
 
 class SignalTest : public ::testing::TestWithParam<Signal::Messages> {};
 

@@ -310,8 +310,8 @@ TEST_F(OpxOPCDataCallbackTest, a_transaction_ends_with_its_completion_its_remova
     Delivery().add(11, variantOf(true)).completeRead(*sink.get(), key);
     EXPECT_TRUE(watched[0].expired());
     EXPECT_THAT(trace.texts(),
-                ElementsAre("==> OPCDataCallback::OnReadComplete (1 items)", "CALL ReadComplete", "DONE ReadComplete",
-                            "<== OPCDataCallback::OnReadComplete [hr=S_OK]", "<-- Dtor ComAsyncTransaction"));
+                ElementsAre("==> OPCDataCallback::OnReadComplete (1 items)", "<-- Dtor ComAsyncTransaction",
+                            "CALL ReadComplete", "DONE ReadComplete", "<== OPCDataCallback::OnReadComplete [hr=S_OK]"));
     sink->removeTransaction(removedKey);
     sink->removeTransaction(removedKey);
     EXPECT_TRUE(watched[1].expired());
