@@ -57,11 +57,17 @@ public:
     void** putVoid() noexcept { return reinterpret_cast<void**>(put()); }
     IUnknown** putUnknown() noexcept { return reinterpret_cast<IUnknown**>(put()); }
 
-    // Asks the object for another of its interfaces; `out` is empty on failure.
+    // Asks the object for another of its interfaces; `out` is empty on failure, whatever the object left in
+    // it. Success with no interface is E_NOINTERFACE.
     template <typename Other>
     HRESULT query(ComPtr<Other>& out) const noexcept {
         out.release();
-        return pointer_ ? pointer_->QueryInterface(iidOf<Other>(), out.putVoid()) : E_POINTER;
+        if (!pointer_) return E_POINTER;
+        void* found = nullptr;
+        const HRESULT hr = pointer_->QueryInterface(iidOf<Other>(), &found);
+        if (failed(hr)) return hr;
+        out = ComPtr<Other>::adopt(static_cast<Other*>(found));
+        return out ? hr : E_NOINTERFACE;
     }
 
 private:

@@ -1,5 +1,7 @@
 #include <korvex/opc_da_client/DateTime.h>
 
+#include <algorithm>
+#include <cmath>
 #include <stdexcept>
 
 #include "values/NumberText.h"
@@ -17,8 +19,9 @@ constexpr std::int64_t kMillisecondsOfDay = 86'400'000;
 constexpr std::int64_t kTicksTo1601 = 584'388 * kTicksOfDay;
 constexpr std::int64_t kTicksTo1899 = 693'593 * kTicksOfDay;   // 30 December 1899
 constexpr std::int64_t kFirstOleTicks = 36'159 * kTicksOfDay;  // 1 January 100
-constexpr double kFirstOleDate = -657'435.0;
-constexpr double kEndOfOleDates = 2'958'466.0;  // 1 January 10000
+constexpr double kBeforeOleDates = -657'435.0;                 // 31 December 99
+constexpr double kEndOfOleDates = 2'958'466.0;                 // 1 January 10000
+constexpr std::int64_t kLastMillisecond = DateTime::kMaxTicks / kTicksOfMillisecond * kTicksOfMillisecond;
 
 std::int64_t inRange(std::int64_t ticks) {
     if (ticks < 0 || ticks > DateTime::kMaxTicks) throw std::out_of_range("date outside the years 1 to 9999");
@@ -27,10 +30,11 @@ std::int64_t inRange(std::int64_t ticks) {
 
 // Before 1899-12-30 an OLE date's whole days count backwards while its fraction still counts forwards
 // from midnight: -1.25 is 06:00 on 29 December. These two translate between such a number and the plain
-// distance, both in milliseconds.
-std::int64_t distanceOf(std::int64_t oleMilliseconds) noexcept {
-    if (oleMilliseconds >= 0) return oleMilliseconds;
-    return oleMilliseconds - 2 * (oleMilliseconds % kMillisecondsOfDay);
+// distance in milliseconds.
+std::int64_t distanceOf(double oleDate) noexcept {
+    const double day = std::trunc(oleDate);
+    const double ofDay = std::floor(std::fabs(oleDate - day) * static_cast<double>(kMillisecondsOfDay) + 0.5);
+    return static_cast<std::int64_t>(day) * kMillisecondsOfDay + static_cast<std::int64_t>(ofDay);
 }
 
 std::int64_t oleMillisecondsOf(std::int64_t distance) noexcept {
@@ -58,10 +62,11 @@ std::int64_t DateTime::toFileTimeTicks() const {
 }
 
 DateTime DateTime::fromOleDate(double oleDate) {
-    const bool representable = oleDate >= kFirstOleDate && oleDate < kEndOfOleDates;
+    const bool representable = oleDate > kBeforeOleDates && oleDate < kEndOfOleDates;
     if (!representable) throw std::out_of_range("OLE date");  // not-a-number too
-    const double rounded = oleDate * static_cast<double>(kMillisecondsOfDay) + (oleDate >= 0 ? 0.5 : -0.5);
-    return DateTime(kTicksTo1899 + distanceOf(static_cast<std::int64_t>(rounded)) * kTicksOfMillisecond);
+    const std::int64_t ticks = kTicksTo1899 + distanceOf(oleDate) * kTicksOfMillisecond;
+    // Rounding leads into no other year than the number's.
+    return DateTime(std::min(ticks, kLastMillisecond));
 }
 
 double DateTime::toOleDate() const {

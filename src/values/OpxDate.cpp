@@ -25,6 +25,8 @@ constexpr int kOleDayOf1970 = 25569;
 constexpr double kBeforeOleDates = -657435.0;  // 31 December 99
 constexpr double kEndOfOleDates = 2958466.0;   // 1 January 10000
 constexpr double kMillisecondsOfDay = 86400e3;
+constexpr chrono::milliseconds kLastOleTime =
+    chrono::days(static_cast<int>(kEndOfOleDates) - kOleDayOf1970) - chrono::milliseconds(1);
 
 [[noreturn]] void throwInvalidDate() {
     throw OpxTypeConversionException(OpxTypeConversionException::kInvalidDate);
@@ -199,8 +201,10 @@ OpxDate OpxDate::fromOleDate(double oleDate) {
     const double day = std::trunc(oleDate);
     // The time of day counts forward from midnight, before 1899-12-30 too.
     const double ofDay = std::floor(std::fabs(oleDate - day) * kMillisecondsOfDay + 0.5);
-    const chrono::milliseconds time =
+    const chrono::milliseconds rounded =
         chrono::days(static_cast<int>(day) - kOleDayOf1970) + chrono::milliseconds(static_cast<int>(ofDay));
+    // Rounding leads into no other year than the number's.
+    const chrono::milliseconds time = std::min(rounded, kLastOleTime);
     const auto whole = chrono::floor<chrono::seconds>(time);
     return withCurrentZone(whole.count(), static_cast<std::uint16_t>((time - whole).count()));
 }

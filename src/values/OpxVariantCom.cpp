@@ -24,19 +24,28 @@ const void* payloadOf(const VARIANT& variant) noexcept {
 }
 
 // What the elements own is reached through pointers, so that the array itself must say that it holds
-// such elements; a number may be read as any other of its size.
+// such elements, by its type or, where it has none, by its features; a number may be read as any other of
+// its size.
 bool holdsElementsOf(const VariantForm& form, SAFEARRAY* array) noexcept {
     if (SafeArrayGetDim(array) != 1 || SafeArrayGetElemsize(array) != form.size) return false;
     if (form.varType != VT_BSTR && form.varType != VT_VARIANT) return true;
     VARTYPE actual = VT_EMPTY;
-    return succeeded(SafeArrayGetVartype(array, &actual)) && actual == form.varType;
+    if (succeeded(SafeArrayGetVartype(array, &actual))) return actual == form.varType;
+    return (array->fFeatures & (form.varType == VT_BSTR ? FADF_BSTR : FADF_VARIANT)) != 0;
 }
 
-// Arrays of VARIANTs may hold such arrays again, and one that a server made holds perhaps itself.
+// Arrays of VARIANTs may hold such arrays again, and one that a server made holds perhaps itself, or
+// another one several times, which in turn does so.
 class Nesting {
 public:
-    Nesting() {
-        if (depth_ == kDeepest) throwInvalidType();
+    explicit Nesting(std::size_t elements) {
+        if (depth_ == 0) {
+            nestedElements_ = 0;
+        } else if (depth_ == kDeepest || elements > kMostNestedElements - nestedElements_) {
+            throwInvalidType();
+        } else {
+            nestedElements_ += elements;
+        }
         ++depth_;
     }
     ~Nesting() { --depth_; }
@@ -45,14 +54,17 @@ public:
 
 private:
     static constexpr int kDeepest = 64;
+    static constexpr std::size_t kMostNestedElements = 4'194'304;
     static thread_local int depth_;
+    static thread_local std::size_t nestedElements_;
 };
 thread_local int Nesting::depth_ = 0;
+thread_local std::size_t Nesting::nestedElements_ = 0;
 
 OpxVariant loadArray(const VariantForm* form, SAFEARRAY* array) {
     if (!form || !array || !holdsElementsOf(*form, array)) throwInvalidType();
-    const Nesting nesting;
     const std::size_t count = array->rgsabound[0].cElements;
+    const Nesting nesting(count);
     const SafeArrayAccess<const unsigned char> memory(array);
     if (count > 0 && !memory.data()) throwInvalidType();
 

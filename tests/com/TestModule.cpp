@@ -1,4 +1,4 @@
-// A server module with one class, as the registry of servers names one, and two that answer nonsense.
+// A server module with one class, as the registry of servers names one, and three that answer nonsense.
 #include "tests/com/TestObject.h"
 
 namespace {
@@ -28,5 +28,6 @@ STDAPI DllGetClassObject(REFCLSID clsid, REFIID riid, void** ppv) {
     *ppv = nullptr;
     if (IsEqualCLSID(clsid, kTestClass)) return object->QueryInterface(riid, ppv);
     if (IsEqualCLSID(clsid, kNoObject)) return factoryOfNothing->QueryInterface(riid, ppv);
+    if (IsEqualCLSID(clsid, kStrayPointer)) *ppv = object;
     return IsEqualCLSID(clsid, kNoClassObject) ? S_OK : CLASS_E_CLASSNOTAVAILABLE;
 }

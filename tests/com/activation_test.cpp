@@ -126,6 +126,15 @@ TEST_F(Activation, AClassObjectThatAnswersNothingIsNone) {
     EXPECT_EQ(CoCreateInstance(kTestClass, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid()), E_NOINTERFACE);
 }
 
+TEST_F(Activation, WhatAFailedCreationLeavesIsNotReleased) {
+    TestObject stray;
+    factory.stray = &stray;
+    ComPtr<IUnknown> object;
+    EXPECT_EQ(CoCreateInstance(kTestClass, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid()), E_FAIL);
+    EXPECT_FALSE(object);
+    EXPECT_EQ(stray.references, 0u);
+}
+
 // Wine hands such a class object out again and again.
 TEST_F(Activation, AClassObjectForASingleUseIsHandedOutOnce) {
     TestObject single;

@@ -81,6 +81,19 @@ TEST(Apartment, AThreadThatEndsLeavesIt) {
     });
 }
 
+TEST(Apartment, AThreadsObjectsMayLeaveItAtTheThreadsEnd) {
+    struct Guard {
+        ~Guard() { CoUninitialize(); }
+        bool entered = false;
+    };
+    onFreshThread([] {
+        thread_local Guard guard;  // older than the thread's stay
+        guard.entered = CoInitializeEx(nullptr, COINIT_MULTITHREADED) == S_OK;
+        EXPECT_TRUE(guard.entered);
+    });
+    expectOnFreshThread(CO_E_NOTINITIALIZED);
+}
+
 TEST(Apartment, TheMultiThreadedOneCanBeKeptForThreadsToCome) {
     void* hold = nullptr;
     onFreshThread([&] {

@@ -35,6 +35,20 @@ TEST(ComPtr, CountsEveryReferenceItTakesAndGives) {
     EXPECT_EQ(object.references, 0u);
 }
 
+TEST(ComPtr, TakesNothingFromAQueryThatFailsOrAnswersNothing) {
+    TestObject object;
+    TestObject stray;
+    const ComPtr<IClassFactory> factory(&object);
+    object.stray = &stray;
+    ComPtr<IEnumString> missing;
+    EXPECT_EQ(factory.query(missing), E_NOINTERFACE);
+    EXPECT_FALSE(missing);
+    EXPECT_EQ(stray.references, 0u);
+    object.answersNothing = true;
+    ComPtr<IUnknown> nothing;
+    EXPECT_EQ(factory.query(nothing), E_NOINTERFACE);
+}
+
 TEST(TaskArray, FreesWhatItsElementsOwn) {
     Com::TaskArray<LPOLESTR> texts(2);
     *texts.put() = Com::allocateTaskArray<LPOLESTR>(2);

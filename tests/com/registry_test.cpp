@@ -116,6 +116,9 @@ TEST_F(Registry, ActivatesAClassFromItsModule) {
     ComPtr<IClassFactory> object;
     EXPECT_EQ(CoCreateInstance(kTestClass, nullptr, CLSCTX_ALL, IID_IClassFactory, object.putVoid()), S_OK);
     EXPECT_TRUE(object);
+    EXPECT_EQ(CoCreateInstance(kTestClass, nullptr, CLSCTX_LOCAL_SERVER, IID_IClassFactory, object.putVoid()),
+              REGDB_E_CLASSNOTREG)
+        << "a module is no program";
 }
 
 TEST_F(Registry, AModuleThatCannotBeUsedIsTold) {
@@ -139,12 +142,16 @@ TEST_F(Registry, AModuleThatCannotBeUsedIsTold) {
     EXPECT_EQ(createOther(), CLASS_E_CLASSNOTAVAILABLE);
 }
 
-TEST_F(Registry, AModuleThatAnswersSuccessAndNothingHarmsNobody) {
+TEST_F(Registry, AModuleThatAnswersNonsenseHarmsNobody) {
     write("2.server", server("Nonsense.1", "{0A1B2C3D-3333-4222-8333-010203040506}", testModule));
     write("3.server", server("Nonsense.2", "{0A1B2C3D-4444-4222-8333-010203040506}", testModule));
     ComPtr<IUnknown> object;
     EXPECT_EQ(CoCreateInstance(kNoClassObject, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid()), CO_E_ERRORINDLL);
     EXPECT_EQ(CoCreateInstance(kNoObject, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid()), E_UNEXPECTED);
+    EXPECT_FALSE(object);
+    write("4.server", server("Nonsense.3", "{0A1B2C3D-5555-4222-8333-010203040506}", testModule));
+    EXPECT_EQ(CoGetClassObject(kStrayPointer, CLSCTX_ALL, nullptr, IID_IUnknown, object.putVoid()),
+              CLASS_E_CLASSNOTAVAILABLE);
     EXPECT_FALSE(object);
 }
 

@@ -48,7 +48,11 @@ TEST(DateTime, OleDatesBeforeTheirEpochCountTheirTimeOfDayForwards) {
         EXPECT_EQ(toUtf8(time.toText()), c.text);
         EXPECT_EQ(time.toOleDate(), c.oleDate);
     }
-    for (const double none : {-657435.5, 2958466.0, 1e300, std::nan("")}) {
+    const Case rounded[] = {{-0.9999999999, "1899-12-31T00:00:00.000Z"},
+                            {-1.9999999999, "1899-12-30T00:00:00.000Z"},
+                            {2958465.9999999995, "9999-12-31T23:59:59.999Z"}};
+    for (const Case& c : rounded) EXPECT_EQ(toUtf8(DateTime::fromOleDate(c.oleDate).toText()), c.text);
+    for (const double none : {-657435.5, -657435.0, 2958466.0, 1e300, std::nan("")}) {
         EXPECT_THROW(DateTime::fromOleDate(none), std::out_of_range) << none;
     }
 }

@@ -142,7 +142,8 @@ TEST(OpxDate, OleDatesMayBeAnyOfTheYears100To9999) {
                           {-109205.0, -109205 * kDay},  // 1601-01-01
                           {-657434.0, -657434 * kDay},
                           {2958465.5, 2958465 * kDay + kDay / 2},
-                          {39508.99999999999, 39509 * kDay}};
+                          {39508.99999999999, 39509 * kDay},
+                          {2958465.9999999995, 2958466 * kDay - 1}};
     for (const Case& c : cases) {
         const OpxDate date = OpxDate::fromOleDate(c.oleDate);
         EXPECT_EQ(date.time() * 1000 + date.millitm(), c.milliseconds - 25569 * kDay) << c.oleDate;

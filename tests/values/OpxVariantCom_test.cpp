@@ -1,3 +1,5 @@
+#include <array>
+
 #include <gtest/gtest.h>
 
 #include "com/owners.h"
@@ -214,6 +216,30 @@ TEST(OpxVariantCom, ArraysThatHoldSomethingElseThanTheVariantSaysAreRefused) {
     EXPECT_EQ(reasonFor(numbers), std::nullopt);
 }
 
+TEST(OpxVariantCom, ArraysWithoutATypeAreTakenByTheirFeatures) {
+    const auto kept = makeBstr(OLESTR("own"));
+    BSTR texts[] = {kept.get()};
+    UniqueVariant numbers[1];
+    of(std::int32_t{5}).toVariant(numbers[0]);
+    SAFEARRAY array = {};
+    array.cDims = 1;
+    array.rgsabound[0].cElements = 1;
+    VARIANT variant = {};
+    variant.parray = &array;
+    const auto taken = [&](VARTYPE type, std::size_t size, void* data, unsigned features) {
+        array.fFeatures = static_cast<USHORT>(FADF_STATIC | FADF_FIXEDSIZE | features);
+        array.cbElements = static_cast<ULONG>(size);
+        array.pvData = data;
+        variant.vt = static_cast<VARTYPE>(VT_ARRAY | type);
+        return toUtf8(OpxVariant::of(static_cast<const VARIANT&>(variant)).toString());
+    };
+    EXPECT_EQ(taken(VT_BSTR, sizeof(BSTR), texts, FADF_BSTR), "{own}");
+    EXPECT_EQ(taken(VT_VARIANT, sizeof(VARIANT), numbers, FADF_VARIANT), "{5}");
+    EXPECT_EQ(reasonOf([&] { taken(VT_BSTR, sizeof(BSTR), texts, 0); }), 1);
+    EXPECT_EQ(reasonOf([&] { taken(VT_BSTR, sizeof(BSTR), texts, FADF_VARIANT); }), 1);
+    EXPECT_EQ(reasonOf([&] { taken(VT_VARIANT, sizeof(VARIANT), numbers, FADF_BSTR); }), 1);
+}
+
 TEST(OpxVariantCom, AFailedConversionKeepsWhatTheVariantHeld) {
     UniqueVariant variant;
     text(OLESTR("kept")).toVariant(variant);
@@ -264,6 +290,30 @@ TEST(OpxVariantCom, AnArrayNestedTooDeeplyIsNoValue) {
         }
         loaded = OpxVariant();
     }
+}
+
+// Each array holds the next one twice: a few arrays stand for more elements than there is memory.
+TEST(OpxVariantCom, AnArrayThatStandsForTooManyElementsIsNoValue) {
+    constexpr std::size_t kArrays = 40;
+    UniqueVariant numbers = arrayVariant(VT_I4, UniqueSafeArray(SafeArrayCreateVector(VT_I4, 0, 4096)));
+    VARIANT variant = numbers;
+    std::vector<std::array<VARIANT, 2>> elements(kArrays);
+    std::vector<SAFEARRAY> arrays(kArrays);
+    for (std::size_t i = 0; i < kArrays; ++i) {
+        elements[i].fill(variant);
+        arrays[i] = {};
+        arrays[i].cDims = 1;
+        arrays[i].fFeatures = FADF_STATIC | FADF_FIXEDSIZE | FADF_VARIANT;
+        arrays[i].cbElements = sizeof(VARIANT);
+        arrays[i].pvData = elements[i].data();
+        arrays[i].rgsabound[0].cElements = 2;
+        variant.vt = VT_ARRAY | VT_VARIANT;
+        variant.parray = &arrays[i];
+        if (i == 7) {
+            EXPECT_EQ(reasonFor(variant), std::nullopt);
+        }
+    }
+    EXPECT_EQ(reasonFor(variant), 1);
 }
 
 }  // namespace

@@ -149,6 +149,10 @@ TEST(TypeConverter, DatesThatCannotBeWrittenAreReadAsTheyAre) {
     EXPECT_EQ(TypeConverter::toPublic(none), publicNone);
     const OpxVariant dates = OpxVariant::arrayOf(VType::Date, {late, none});
     EXPECT_EQ(TypeConverter::toPublic(dates), (std::vector<DateTime>{publicLate, publicNone}));
+    const OpxVariant last = OpxVariant::of(OpxDate::fromOleDate(2958465.9999999995));
+    const DateTime publicLast = sys_days(year(9999) / 12 / 31) + hours(24) - milliseconds(1);
+    EXPECT_EQ(TypeConverter::toPublic(OpxVariant::arrayOf(VType::Date, {last, none})),
+              (std::vector<DateTime>{publicLast, publicNone}));
     EXPECT_EQ(TypeConverter::toPublic(OpxVariant::arrayOf(VType::Variant, {OpxVariant::of(1), none, dates})),
               (std::vector<Object>{1, publicNone, std::vector<DateTime>{publicLate, publicNone}}));
     EXPECT_EQ(TypeConverter::toPublic(OpxVariant::of(OpxDate(-62135596800, 0))), DateTime());

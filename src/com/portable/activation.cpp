@@ -85,6 +85,7 @@ HRESULT classObjectFromModule(const RegisteredServer& server, REFCLSID clsid, RE
     GetClassObjectFunction entryPoint = nullptr;
     if (const HRESULT hr = entryPointOf(server.module, entryPoint); failed(hr)) return hr;
     const HRESULT hr = entryPoint(clsid, riid, ppv);
+    if (failed(hr)) *ppv = nullptr;
     return succeeded(hr) && !*ppv ? CO_E_ERRORINDLL : hr;
 }
 
@@ -115,6 +116,7 @@ HRESULT localClassObject(REFCLSID clsid, DWORD context, REFIID riid, void** ppv)
     if (const auto registered = takeRegisteredClass(clsid, context)) return queryFor(*registered, riid, ppv);
     const HRESULT builtIn = builtInClassObject(clsid, riid, ppv);  // needs no look at the registry's files
     if (builtIn != REGDB_E_CLASSNOTREG) return builtIn;
+    if ((context & CLSCTX_INPROC_SERVER) == 0) return REGDB_E_CLASSNOTREG;  // which is what modules are
     const auto server = ServerRegistry::read().find(clsid);
     return server ? classObjectFromModule(*server, clsid, riid, ppv) : REGDB_E_CLASSNOTREG;
 }
@@ -123,8 +125,11 @@ HRESULT createLocalInstance(REFCLSID clsid, IUnknown* outer, DWORD context, ComP
     ComPtr<IClassFactory> factory;
     if (const HRESULT hr = localClassObject(clsid, context, IID_IClassFactory, factory.putVoid()); failed(hr))
         return hr;
-    const HRESULT hr = factory->CreateInstance(outer, IID_IUnknown, instance.putVoid());
-    return succeeded(hr) && !instance ? E_UNEXPECTED : hr;
+    void* created = nullptr;
+    const HRESULT hr = factory->CreateInstance(outer, IID_IUnknown, &created);
+    if (failed(hr)) return hr;  // with whatever the factory left there
+    instance = ComPtr<IUnknown>::adopt(static_cast<IUnknown*>(created));
+    return instance ? hr : E_UNEXPECTED;
 }
 
 // Where a transport to other machines will stand. There is none yet, so no host can be reached.

@@ -1,6 +1,7 @@
 #include "com/portable/apartment.h"
 
 #include <atomic>
+#include <utility>
 
 namespace Korvex::Com {
 namespace {
@@ -15,21 +16,24 @@ bool isMultiThreaded(DWORD model) {
     return (model & COINIT_APARTMENTTHREADED) == 0;
 }
 
-// An apartment is a thread's state; COM has a count of entries and no trace of who made them. A thread
-// that ends leaves it.
+// An apartment is a thread's state; COM has a count of entries and no trace of who made them. It has no
+// destructor, so that those of the thread's other objects may still leave.
 struct ThreadApartment {
-    ThreadApartment() = default;
-    ThreadApartment(const ThreadApartment&) = delete;
-    ThreadApartment& operator=(const ThreadApartment&) = delete;
-    ~ThreadApartment() {
-        if (entries != 0 && isMultiThreaded(model)) --multiThreadedMembers;
-    }
-
     DWORD model = COINIT_MULTITHREADED;
     ULONG entries = 0;
 };
 
 thread_local ThreadApartment thisThread;
+
+// A thread that ends leaves its apartment.
+struct ThreadEnd {
+    ThreadEnd() = default;
+    ThreadEnd(const ThreadEnd&) = delete;
+    ThreadEnd& operator=(const ThreadEnd&) = delete;
+    ~ThreadEnd() {
+        if (std::exchange(thisThread.entries, 0) != 0 && isMultiThreaded(thisThread.model)) --multiThreadedMembers;
+    }
+};
 
 }  // namespace
 
@@ -51,6 +55,7 @@ HRESULT CoInitializeEx(void* pvReserved, DWORD dwCoInit) {
         ++thisThread.entries;
         return S_FALSE;
     }
+    thread_local const ThreadEnd leaves;
     thisThread.model = model;
     thisThread.entries = 1;
     if (isMultiThreaded(model)) ++multiThreadedMembers;

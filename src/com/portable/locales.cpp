@@ -122,8 +122,9 @@ constexpr const LocaleConventions* kLocales[] = {&kEnglish, &kBritish, &kGerman,
 }  // namespace
 
 const LocaleConventions& conventionsOf(LCID id) noexcept {
+    constexpr LCID kLanguageWithoutSortOrder = 0xFFFF;
     for (const LocaleConventions* locale : kLocales) {
-        if (locale->id == id) return *locale;
+        if (locale->id == (id & kLanguageWithoutSortOrder)) return *locale;
     }
     constexpr LCID kPrimaryLanguage = 0x3FF;
     for (const LocaleConventions* locale : kLocales) {

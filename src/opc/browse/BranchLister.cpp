@@ -193,16 +193,29 @@ public:
             if (!keepId(branch)) withoutId.push_back(&branch);
         }
         if (!withoutId.empty()) noteLeaves();
-        for (ListedElement* branch : withoutId) takeName(*branch, 1);
+        std::vector<Alias> aliases;
+        for (ListedElement* branch : withoutId) {
+            if (isAlias(*branch)) aliases.push_back({branch, branch->itemName});
+            takeName(*branch, 1);
+        }
 
         std::vector<bool> areItems;
-        if (const HRESULT hr = test(itemTest, areItems); failed(hr)) return hr;
+        if (const HRESULT hr = test(itemTest, aliases, areItems); failed(hr)) return hr;
         for (std::size_t i = 0; i < branches_.size(); ++i) branches_[i].isItem = areItems[i];
         for (ListedElement* branch : withoutId) giveUpItemsName(*branch);
+        for (std::size_t i = 0; i < aliases.size(); ++i) {
+            if (areItems[branches_.size() + i] || leafNames_.contains(aliases[i].id)) goByItemsId(aliases[i]);
+        }
         return S_OK;
     }
 
 private:
+    // A branch with the ID of one that is known from elsewhere.
+    struct Alias {
+        ListedElement* branch;
+        OpxString id;
+    };
+
     Route routeTo(const OpxString& name, bool isOnlyWay) const {
         Route route = routeToParent_;
         route.names.push_back(name);
@@ -214,14 +227,33 @@ private:
         for (const ListedElement& leaf : leaves_) leafNames_.emplace(leaf.itemName, &leaf.name);
     }
 
+    bool hasOwnId(const ListedElement& branch) const {
+        return !branch.itemName.empty() && owners_.at(branch.itemName) != nullptr;
+    }
+
     bool keepId(const ListedElement& branch) {
         const OpxString& id = branch.itemName;
-        const bool isItsOwn = !id.empty() && id != routeToParent_.start && owners_.at(id) != nullptr;
-        if (!isItsOwn) return false;
+        if (!hasOwnId(branch) || id == routeToParent_.start) return false;
         Route route = routeTo(branch.name, false);
         if (lister_.leadsElsewhere(id, route)) return false;
         lister_.routes_.try_emplace(id, std::move(route));
         return true;
+    }
+
+    // Some servers tell the browsed branch's ID as that of every branch below.
+    bool isAlias(const ListedElement& branch) const {
+        const OpxString& id = branch.itemName;
+        if (!hasOwnId(branch) || id == parent_) return false;
+        const auto known = lister_.routes_.find(id);
+        return id == routeToParent_.start || (known != lister_.routes_.end() && !known->second.isOnlyWay);
+    }
+
+    // The server takes an item's ID for the same wherever it lists it. What lies below is listed from the
+    // place that is known.
+    void goByItemsId(Alias& alias) {
+        lister_.routes_.erase(alias.branch->itemName);
+        alias.branch->itemName = std::move(alias.id);
+        alias.branch->isItem = true;
     }
 
     // The path, with a number from the second attempt on.
@@ -253,14 +285,15 @@ private:
         takeName(branch, 2);
     }
 
-    // A server that does not say has no items among its branches.
-    HRESULT test(const ItemTest& itemTest, std::vector<bool>& areItems) const {
-        areItems.assign(branches_.size(), false);
-        if (!itemTest || branches_.empty()) return S_OK;
+    // Of the branches' names, then of the aliases' IDs. A server that does not say has no items among them.
+    HRESULT test(const ItemTest& itemTest, const std::vector<Alias>& aliases, std::vector<bool>& areItems) const {
         Names names;
         for (const ListedElement& branch : branches_) names.push_back(branch.itemName);
+        for (const Alias& alias : aliases) names.push_back(alias.id);
+        areItems.assign(names.size(), false);
+        if (!itemTest || names.empty()) return S_OK;
         const HRESULT hr = itemTest(names, areItems);
-        if (failed(hr)) areItems.assign(branches_.size(), false);
+        if (failed(hr)) areItems.assign(names.size(), false);
         return isRpcError(hr) ? hr : S_OK;
     }
 

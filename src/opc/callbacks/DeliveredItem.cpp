@@ -10,14 +10,20 @@ HRESULT codeOf(const HRESULT* codes, std::size_t i, bool delivered) noexcept {
     return succeeded(code) && !delivered ? E_FAIL : code;
 }
 
-HRESULT assign(const VARIANT& value, OpxVariant& out) {
+HRESULT assign(const VARIANT& value, OpxVariant& out, HRESULT onOverflow = kOpcBadType) {
     try {
         out = value;
         return S_OK;
-    } catch (const OpxTypeConversionException&) {
+    } catch (const OpxTypeConversionException& e) {
         out.clear();
-        return kOpcBadType;
+        return e.reason() == OpxTypeConversionException::kOverflow ? onOverflow : kOpcBadType;
     }
+}
+
+// A decimal is taken as a currency exactly, which the platform's conversion need not be; arrays it refuses.
+bool isDecimalAsCurrency(VARTYPE requested, VARTYPE delivered) noexcept {
+    return (requested == VT_CY && delivered == VT_DECIMAL) ||
+           (requested == (VT_ARRAY | VT_CY) && delivered == (VT_ARRAY | VT_DECIMAL));
 }
 
 }  // namespace
@@ -60,10 +66,9 @@ HRESULT takeValue(const DeliveredItem& item, OpxVariant& out) {
 
 HRESULT takeValueAs(VARTYPE requested, LCID locale, const DeliveredItem& item, OpxVariant& out) {
     const VARTYPE delivered = item.value->vt;
-    // A decimal is taken as a currency exactly, which the platform's conversion need not be.
-    const bool isExact = requested == VT_CY && delivered == VT_DECIMAL;
-    if (requested == VT_EMPTY || requested == delivered || isExact) {
-        const HRESULT hr = takeValue(item, out);
+    const bool isConverted = isDecimalAsCurrency(requested, delivered);
+    if (requested == VT_EMPTY || requested == delivered || isConverted) {
+        const HRESULT hr = assign(*item.value, out, isConverted ? DISP_E_OVERFLOW : kOpcBadType);
         return failed(hr) ? hr : item.code;
     }
     // A reference into the server's memory is not followed.

@@ -53,7 +53,8 @@ VARTYPE requestedVarType(Opx::VType type) noexcept;
 HRESULT takeValue(const DeliveredItem& item, OpxVariant& out);
 
 // The same, converted by the rules of `locale` unless the value has the requested type already or
-// VT_EMPTY is requested. Answers the conversion's code, or the item's where nothing was converted.
+// VT_EMPTY is requested. Answers the conversion's code, or the item's where nothing was converted. A decimal
+// that is too large for the currency requested is DISP_E_OVERFLOW.
 HRESULT takeValueAs(VARTYPE requested, LCID locale, const DeliveredItem& item, OpxVariant& out);
 
 // The item's time; the all-zero date where it is missing or not a date from 1970 on.

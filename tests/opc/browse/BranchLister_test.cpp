@@ -2,6 +2,7 @@
 #include "opc/browse/BranchLister.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 #include <string>
 #include <utility>
@@ -20,6 +21,7 @@ using OpxOpc::BranchLister;
 using OpxOpc::ListedElement;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Pair;
 using ::testing::SizeIs;
 
 constexpr HRESULT kUnknownItemId = hresult(0xC0040007u);
@@ -68,6 +70,7 @@ public:
     bool givesPositionsId = false;  // as every branch's
     bool endless = false;
     std::size_t idsAsked = 0;
+    std::map<OPCBROWSEDIRECTION, int> moves;
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
     ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
@@ -76,6 +79,7 @@ public:
     HRESULT STDMETHODCALLTYPE BrowseAccessPaths(LPCWSTR, LPENUMSTRING*) override { return E_NOTIMPL; }
 
     HRESULT STDMETHODCALLTYPE ChangeBrowsePosition(OPCBROWSEDIRECTION direction, LPCWSTR target) override {
+        ++moves[direction];
         if (direction == OPC_BROWSE_UP) {
             if (way_.empty()) return E_FAIL;
             way_.pop_back();
@@ -220,6 +224,43 @@ TEST_F(BranchListerTest, RepeatedIdsLeadToTheirOwnBranches) {
     }
 }
 
+TEST_F(BranchListerTest, AnItemListedInASecondPlaceIsTheSameItem) {
+    const Branch plant = {OLESTR("Plant"), OLESTR("Plant"), {{OLESTR("Unit"), OLESTR("Plant.Unit"), {}, {}}}, {}};
+    const Branch area = {OLESTR("Area"), OLESTR("Area"), {}, {}};
+    space.root.branches = {plant, area, {OLESTR("Favorites"), OLESTR("Favorites"), {plant, area}, {}}};
+    const auto& favorites = space.root.branches[2];
+    itemTest = [](const std::vector<OpxString>& names, std::vector<bool>& areItems) {
+        areItems.clear();
+        for (const OpxString& name : names) areItems.push_back(name == OLESTR("Plant"));
+        return S_OK;
+    };
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_THAT(list(), ElementsAre("Plant=Plant/*", "Area=Area/", "Favorites=Favorites/"));
+        EXPECT_THAT(list(OLESTR("Favorites")), ElementsAre("Plant=Plant/*", "Area=Favorites/Area/"));
+        EXPECT_THAT(list(OLESTR("Plant")), ElementsAre("Unit=Plant.Unit/"));
+    }
+    itemTest = nullptr;
+    EXPECT_THAT(list(OLESTR("Favorites")), ElementsAre("Plant=Favorites/Plant/", "Area=Favorites/Area/"));
+    space.root.branches[2].leaves = {{OLESTR("Plant"), favorites.branches[0].id}};
+    EXPECT_THAT(list(OLESTR("Favorites")), ElementsAre("Plant=Plant/*", "Area=Favorites/Area/")) << "its own leaf";
+}
+
+TEST_F(BranchListerTest, AnItemBelowItselfIsKnownByItsId) {
+    itemTest = [](const std::vector<OpxString>& names, std::vector<bool>& areItems) {
+        areItems.assign(names.size(), true);
+        return S_OK;
+    };
+    Branch inner = {OLESTR("A"), OLESTR("A"), {}, {}};
+    for (int depth = 0; depth < 2; ++depth) inner.branches = {{OLESTR("B"), OLESTR("B"), {inner}, {}}};
+    space.root.branches = {inner};
+    for (const bool fromRoot : {false, true}) {
+        space.findsIds = true;
+        if (fromRoot) list();
+        EXPECT_THAT(list(OLESTR("A")), ElementsAre("B=B/*"));
+        EXPECT_THAT(list(OLESTR("B")), ElementsAre("A=A/*"));
+    }
+}
+
 TEST_F(BranchListerTest, ABranchKnownFromElsewhereKeepsItsId) {
     space.findsIds = true;
     space.root.branches = {
@@ -290,12 +331,14 @@ TEST_F(BranchListerTest, ManyBranchesWithTheBrowsedOnesIdAreListedInTimeOfTheirN
     space.root.branches = {{OLESTR("A"), OLESTR("A"), {}, {}}};
     auto& below = space.root.branches[0].branches;
     for (int i = 0; i < 40960; ++i) below.push_back({fromUtf8(std::to_string(i)), {}, {}, {}});
-    // Routes that grow with every branch would take minutes here.
-    for (int round = 0; round < 2; ++round) {
+    for (int round = 0; round < 3; ++round) {
         const auto listed = list(OLESTR("A"));
         ASSERT_THAT(listed, SizeIs(40960));
         EXPECT_EQ(listed.back(), "40959=A/40959/");
     }
+    space.moves.clear();
+    EXPECT_THAT(list(OLESTR("A/40959")), IsEmpty());
+    EXPECT_THAT(space.moves, ElementsAre(Pair(OPC_BROWSE_DOWN, 1), Pair(OPC_BROWSE_TO, 1))) << "routes do not grow";
 }
 
 // ---- Answers -------------------------------------------------------------------------------------

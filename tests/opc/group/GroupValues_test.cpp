@@ -16,6 +16,7 @@ using ::testing::IsEmpty;
 constexpr std::int32_t kBadType = static_cast<std::int32_t>(0xC0040004u);
 constexpr std::int32_t kBadRights = static_cast<std::int32_t>(0xC0040006u);
 constexpr std::int32_t kInvalidHandle = static_cast<std::int32_t>(0xC0040001u);
+constexpr std::int32_t kOverflow = static_cast<std::int32_t>(0x8002000Au);
 constexpr std::int32_t kTypeMismatch = static_cast<std::int32_t>(0x80020005u);
 
 // A connection in a language of its own.
@@ -70,6 +71,12 @@ TEST_F(GroupValuesTest, values_are_read_as_the_type_asked_for_in_the_connection_
         {"reference", "value 16387", OLESTR("Register.Int32"), VType::String, false, "", 0xC0, kBadType},
         {"two dimensions", "array2d", OLESTR("Register.Int32"), VType::Empty, false, "", 0xC0, kBadType},
         {"no array", "nullarray", OLESTR("Register.Int32"), VType::Empty, false, "", 0xC0, kBadType},
+        {"decimals", "value 8206 1.5,2", OLESTR("Register.Int32"), VType::Empty, false, "{1.5|2}", 0xC0, S_OK},
+        {"decimals as what they were read as", "value 8206 1.5,2", OLESTR("Register.Int32"),
+         Opx::arrayOf(VType::Decimal), false, "{1.5|2}", 0xC0, S_OK},
+        {"no currency", "value 14 1e15", OLESTR("Register.Int32"), VType::Decimal, false, "", 0xC0, kOverflow},
+        {"no currencies", "value 8206 1,1e15", OLESTR("Register.Int32"), Opx::arrayOf(VType::Decimal), false, "", 0xC0,
+         kOverflow},
         {"no type at all", "value 4095 7", OLESTR("Register.Int32"), VType::Empty, false, "", 0xC0, kBadType},
     };
     for (const ReadCase& each : cases) {
