@@ -4,6 +4,7 @@
 
 #include "com/owners.h"
 #include "core/serverList.h"
+#include "opc/broken_registrations.h"
 #include "trace/TraceScope.h"
 
 namespace OpxOpc {
