@@ -16,7 +16,7 @@ namespace Korvex::OPC::OpcDaClient {
 
 // Handlers are called in the order of their registration from a snapshot of the list, with no lock
 // held: a handler may add and remove handlers, which counts from the next event on. A handler that
-// throws keeps the later ones from being called, and leaves a line in the trace, one a minute at most.
+// throws keeps the later ones from being called, and leaves a line in the trace, at most one a minute.
 template <typename Handler>
 class HandlerList {
 public:
@@ -24,7 +24,7 @@ public:
     std::uint64_t add(Handler handler) {
         if (!handler) return 0;
         std::lock_guard guard(lock_);
-        handlers_.emplace_back(++lastToken_, std::make_shared<const Handler>(std::move(handler)));
+        handlers_.emplace_back(++lastToken_, std::make_shared<Registered>(std::move(handler)));
         return lastToken_;
     }
 
@@ -47,33 +47,45 @@ public:
     // `event` names it in the trace.
     template <typename... Args>
     void invoke(const char* event, const Args&... args) const {
-        try {
-            for (const Entry& entry : snapshot()) (*entry.second)(args...);
-        } catch (const std::exception& exception) {
-            traceThrown(event, exception.what());
-            throw;
-        } catch (...) {
-            traceThrown(event, "of an unknown kind");
-            throw;
-        }
+        for (const Entry& entry : snapshot()) call(*entry.second, event, args...);
     }
 
 private:
     static constexpr std::int64_t kTraceInterval = 60'000;
 
-    void traceThrown(const char* event, const char* what) const noexcept {
+    // Shared with the snapshots: a handler with state of its own exists once.
+    struct Registered {
+        explicit Registered(Handler taken) : handler(std::move(taken)) {}
+
+        const Handler handler;
+        std::optional<std::int64_t> lastTraced;  // under the list's lock
+    };
+    using Entry = std::pair<std::uint64_t, std::shared_ptr<Registered>>;
+
+    template <typename... Args>
+    void call(Registered& registered, const char* event, const Args&... args) const {
+        try {
+            registered.handler(args...);
+        } catch (const std::exception& exception) {
+            traceThrown(registered, event, exception.what());
+            throw;
+        } catch (...) {
+            traceThrown(registered, event, "of an unknown kind");
+            throw;
+        }
+    }
+
+    void traceThrown(Registered& registered, const char* event, const char* what) const noexcept {
         const std::int64_t now = OpxOpc::Clock::current().now();
         {
             std::lock_guard guard(lock_);
-            const bool isRecent = lastTraced_ && now >= *lastTraced_ && now - *lastTraced_ < kTraceInterval;
+            std::optional<std::int64_t>& last = registered.lastTraced;
+            const bool isRecent = last && now >= *last && now - *last < kTraceInterval;
             if (isRecent) return;
-            lastTraced_ = now;
+            last = now;
         }
         OpxOpc::LibT::lError("Error: MCPP::DaServerMgt::%s - A handler has thrown an exception: %s", event, what);
     }
-
-    // Shared with the snapshots: a handler with state of its own exists once.
-    using Entry = std::pair<std::uint64_t, std::shared_ptr<const Handler>>;
 
     std::vector<Entry> snapshot() const {
         std::lock_guard guard(lock_);
@@ -83,7 +95,6 @@ private:
     mutable std::mutex lock_;
     std::vector<Entry> handlers_;
     std::uint64_t lastToken_ = 0;
-    mutable std::optional<std::int64_t> lastTraced_;
 };
 
 }  // namespace Korvex::OPC::OpcDaClient

@@ -7,8 +7,8 @@
 
 namespace Korvex::Com {
 
-// Where the system has modes, others than owner and group may not read it. A link in the place of the file is
-// followed only if it is the superuser's or the process's own.
+// Where the system has modes, others than owner and group may not read it, and a file or a link in its place counts
+// only if it is the superuser's or the process's own.
 class OutputFile {
 public:
     OutputFile() = default;

@@ -119,17 +119,27 @@ private:
 
     Look recentLook() {
         const std::lock_guard guard(lock_);
-        const auto now = std::chrono::steady_clock::now();
-        if (!look_ || now - taken_ > kLookLasts) {
-            look_ = lookAtServers();
-            taken_ = now;
-        }
+        const bool isRecent = look_ && std::chrono::steady_clock::now() - taken_ <= kLookLasts;
+        return isRecent ? look_ : lookAnew();
+    }
+    // Of whatever age: a listing may take longer than a look counts as recent.
+    Look lastLook() {
+        const std::lock_guard guard(lock_);
+        return look_ ? look_ : lookAnew();
+    }
+    Look newLook() {
+        const std::lock_guard guard(lock_);
+        return lookAnew();
+    }
+    Look lookAnew() {
+        look_ = lookAtServers();
+        taken_ = std::chrono::steady_clock::now();
         return look_;
     }
     // A class that has come since the last look is found.
     std::optional<ClassDetails> detailsOf(REFCLSID clsid) {
-        auto details = detailsOfClass(*recentLook(), clsid);
-        return details ? details : detailsOfClass(*lookAtServers(), clsid);
+        auto details = detailsOfClass(*lastLook(), clsid);
+        return details ? details : detailsOfClass(*newLook(), clsid);
     }
 
     ProcessHold hold_;

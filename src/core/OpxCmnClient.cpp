@@ -11,6 +11,7 @@
 #include "core/guarded.h"
 #include "core/serverList.h"
 #include "opc/apartment/ApartmentMode.h"
+#include "opc/broken_registrations.h"
 #include "trace/TraceScope.h"
 
 namespace OpxOpc {

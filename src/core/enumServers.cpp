@@ -4,6 +4,7 @@
 
 #include "com/owners.h"
 #include "core/serverList.h"
+#include "opc/broken_registrations.h"
 #include "trace/TraceScope.h"
 
 namespace OpxOpc {
@@ -79,6 +80,22 @@ void append(List& list, const CLSID& clsid, const OpxString& host, ServerCategor
     servers.emplace_back(host, std::move(progId), std::move(clsidText), category);
 }
 
+template <typename List, typename Enumerator>
+HRESULT appendAll(List& list, Enumerator& classes, const OpxString& host, ServerCategory category,
+                  std::vector<OpxServerIdentifier>& servers) {
+    constexpr int kMostClasses = 100'000;
+    CLSID clsid = {};
+    ULONG fetched = 0;
+    for (int count = 0; classes.Next(1, &clsid, &fetched) == S_OK && fetched == 1; ++count) {
+        if (count == kMostClasses) {
+            LibT::lError("Error: CmnClient::enumComServer - The list has more than %d classes", kMostClasses);
+            return E_FAIL;
+        }
+        append(list, clsid, host, category, servers);
+    }
+    return S_OK;
+}
+
 template <typename List>
 HRESULT enumCategory(List& list, const OpxString& host, ServerCategory category,
                      std::vector<OpxServerIdentifier>& servers) {
@@ -96,10 +113,7 @@ HRESULT enumCategory(List& list, const OpxString& host, ServerCategory category,
         LibT::lError("Error: CmnClient::enumComServer - IOPCServerList::EnumClassesOfCategories failed");
         return hr;
     }
-    CLSID clsid = {};
-    for (ULONG fetched = 0; classes && classes->Next(1, &clsid, &fetched) == S_OK && fetched == 1;)
-        append(list, clsid, host, category, servers);
-    return S_OK;
+    return classes ? appendAll(list, *classes, host, category, servers) : S_OK;
 }
 
 HRESULT enumCategories(const ServerList& list, const OpxString& host, const std::vector<ServerCategory>& categories,

@@ -2,7 +2,6 @@
 
 #include "com/ComCalls.h"
 #include "com/owners.h"
-#include "com/platform.h"
 #include "trace/TraceScope.h"
 
 namespace OpxOpc {
@@ -34,12 +33,6 @@ HRESULT create(const OpxString& host, bool traced, Korvex::Com::ComPtr<Interface
 HRESULT ServerList::open(const OpxString& host, bool traced) {
     const HRESULT hr = create(host, traced, newer_);
     return hr == E_NOINTERFACE ? create(host, traced, first_) : hr;
-}
-
-void traceBrokenRegistrations(const char* operation) {
-    for (const OpxString& broken : Korvex::Com::takeBrokenRegistrations()) {
-        LibT::lError("Error: %s - skipped the registration %ls", operation, broken);
-    }
 }
 
 HRESULT textOf(const CLSID& clsid, OpxString& text) {

@@ -24,10 +24,6 @@ private:
     Korvex::Com::ComPtr<IOPCServerList> first_;
 };
 
-// Writes a line for each registration that the calling thread's last look at the list of this machine passed
-// over.
-void traceBrokenRegistrations(const char* operation);
-
 // A class identifier with braces.
 HRESULT textOf(const CLSID& clsid, OpxString& text);
 

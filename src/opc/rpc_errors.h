@@ -18,9 +18,13 @@ inline bool isFailureOfOneCall(HRESULT hr) noexcept {
         case 0x80010104u:  // RPC_E_FAULT
         case 0x80010105u:  // RPC_E_SERVERFAULT
         case 0x80010107u:  // RPC_E_INVALIDMETHOD
+        case 0x800706C6u:  // RPC_X_INVALID_BOUND
         case 0x800706D1u:  // RPC_S_PROCNUM_OUT_OF_RANGE
         case 0x800706E7u:  // RPC_S_ZERO_DIVIDE
         case 0x800706E8u:  // RPC_S_ADDRESS_ERROR
+        case 0x800706E9u:  // RPC_S_FP_DIV_ZERO
+        case 0x800706EAu:  // RPC_S_FP_UNDERFLOW
+        case 0x800706EBu:  // RPC_S_FP_OVERFLOW
         case 0x800706F4u:  // RPC_X_NULL_REF_POINTER
         case 0x800706F5u:  // RPC_X_ENUM_VALUE_OUT_OF_RANGE
         case 0x800706F6u:  // RPC_X_BYTE_COUNT_TOO_SMALL

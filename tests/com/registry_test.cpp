@@ -1,14 +1,17 @@
 // The registry of servers that a system without COM has: its files, modules and the server list.
 #include <grp.h>
 #include <sys/inotify.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -41,22 +44,25 @@ std::string otherServer(const std::string& progId, const std::string& module) {
     return server(progId, "{0A1B2C3D-2222-4222-8333-010203040506}", module);
 }
 
-// An environment variable for the time of a test.
+// An environment variable, or that there is none, for the time of a test.
 class Variable {
 public:
-    Variable(const char* name, const std::string& value) : name_(name), before_(Com::environmentVariable(name)) {
-        ::setenv(name, value.c_str(), 1);
+    Variable(const char* name, const std::optional<std::string>& value) : name_(name) {
+        if (const auto before = Com::environmentVariable(name)) before_ = toUtf8(*before);
+        set(value);
     }
-    ~Variable() {
-        if (before_)
-            ::setenv(name_, toUtf8(*before_).c_str(), 1);
+    ~Variable() { set(before_); }
+
+private:
+    void set(const std::optional<std::string>& value) const {
+        if (value)
+            ::setenv(name_, value->c_str(), 1);
         else
             ::unsetenv(name_);
     }
 
-private:
     const char* const name_;
-    const std::optional<OpxString> before_;
+    std::optional<std::string> before_;
 };
 
 // What a command prints.
@@ -184,6 +190,14 @@ TEST_F(Registry, FoldersAreSearchedInTheirOrder) {
     fs::remove(installedFile);
 }
 
+TEST_F(Registry, WithoutAFolderForDataTheHomeHasOne) {
+    const Variable noData("XDG_DATA_HOME", std::nullopt);
+    const Variable home("HOME", (base / "home").string());
+    writeTo(base / "home/.local/share/korvex-opc/servers", "a.server", otherServer("Home.1", "x"));
+    CLSID clsid = {};
+    EXPECT_EQ(CLSIDFromProgID(OLESTR("Home.1"), &clsid), S_OK);
+}
+
 TEST_F(Registry, ProgIdsResolveWithoutRegardToCase) {
     CLSID clsid = {};
     for (const OLECHAR* progId : {OLESTR("Vendor.Server.1"), OLESTR("VENDOR.server.1"), OLESTR("vendor.server")}) {
@@ -266,19 +280,16 @@ TEST_F(Registry, AListingReadsEachFileOnce) {
     ComPtr<IOPCServerList2> list;
     ASSERT_EQ(serverList(list), S_OK);
     CATID categories[] = {CATID_OPCDAServer20, CATID_OPCDAServer30};
+    ComPtr<IOPCEnumGUID> ids;
+    ASSERT_EQ(list->EnumClassesOfCategories(2, categories, 0, nullptr, ids.put()), S_OK);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1100));  // by then the next listing would look anew
     std::size_t described = 0;
-    for (CATID& category : categories) {
-        ComPtr<IOPCEnumGUID> ids;
-        ASSERT_EQ(list->EnumClassesOfCategories(1, &category, 0, nullptr, ids.put()), S_OK);
-        GUID id = {};
-        while (ids->Next(1, &id, nullptr) == S_OK) {
-            LPOLESTR texts[3] = {};
-            EXPECT_EQ(list->GetClassDetails(id, &texts[0], &texts[1], &texts[2]), S_OK);
-            for (LPOLESTR text : texts) CoTaskMemFree(text);
-            ++described;
-        }
+    for (GUID id = {}; ids->Next(1, &id, nullptr) == S_OK; ++described) {
+        LPOLESTR texts[3] = {};
+        EXPECT_EQ(list->GetClassDetails(id, &texts[0], &texts[1], &texts[2]), S_OK);
+        for (LPOLESTR text : texts) CoTaskMemFree(text);
     }
-    EXPECT_EQ(described, 22u);
+    EXPECT_EQ(described, 21u);
     EXPECT_EQ(openings.count(), 21);
 
     write("late.server", otherServer("Late.1", "x"));
@@ -317,7 +328,13 @@ TEST_F(Registry, AFileThatOthersMayWriteToSaysNoServer) {
     EXPECT_TRUE(isKnown()) << "parents are not looked at";
 }
 
+bool isMountedWithoutSetgid(const fs::path& folder) {
+    struct statvfs status = {};
+    return ::statvfs(folder.c_str(), &status) == 0 && (status.f_flag & ST_NOSUID) != 0;
+}
+
 TEST_F(Registry, AProgramWithMoreRightsThanItsCallerDoesNotBelieveItsEnvironment) {
+    if (isMountedWithoutSetgid(bin)) GTEST_SKIP() << "no program has more rights than its caller there";
     write("2.server", otherServer("Named.1", "x"));
     writeTo(usersFolder, "a.server", server("Users.1", "{0A1B2C3D-3333-4222-8333-010203040506}", "x"));
     const fs::path probe = bin / "korvex_environment_probe";

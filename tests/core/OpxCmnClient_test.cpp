@@ -22,11 +22,15 @@ using Korvex::Com::platformComCalls;
 constexpr CLSID kKnownClass = {0x11111111, 0x2222, 0x3333, {0x44, 0x44, 0x55, 0x55, 0x55, 0x55, 0x55, 0x5A}};
 const OLECHAR* const kKnownProgId = OLESTR("Vendor.Server.1");
 
+// Has one class, or no end.
 class OneClass final : public Korvex::Com::ComObject<IEnumGUID> {
 public:
+    explicit OneClass(bool isEndless) : isEndless_(isEndless) {}
+
     HRESULT STDMETHODCALLTYPE Next(ULONG, GUID* ids, ULONG* fetched) override {
         *ids = kKnownClass;
         *fetched = left_;
+        if (isEndless_) return S_OK;
         return std::exchange(left_, 0) == 1 ? S_OK : S_FALSE;
     }
     HRESULT STDMETHODCALLTYPE Skip(ULONG) override { return E_NOTIMPL; }
@@ -34,6 +38,7 @@ public:
     HRESULT STDMETHODCALLTYPE Clone(IEnumGUID**) override { return E_NOTIMPL; }
 
 private:
+    const bool isEndless_;
     ULONG left_ = 1;
 };
 
@@ -63,7 +68,7 @@ public:
     ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
     ULONG STDMETHODCALLTYPE Release() override { return --references; }
     HRESULT STDMETHODCALLTYPE EnumClassesOfCategories(ULONG, CATID*, ULONG, CATID*, IEnumGUID** classes) override {
-        *classes = new OneClass;
+        *classes = new OneClass(isEndless);
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetClassDetails(REFCLSID, LPOLESTR* progId, LPOLESTR* type) override {
@@ -76,6 +81,7 @@ public:
         return S_OK;
     }
 
+    bool isEndless = false;
     ULONG references = 0;
 };
 
@@ -178,6 +184,15 @@ TEST_F(OpxCmnClientTest, AnOldMachinesListIsAskedThroughItsOnlyInterface) {
     calls_.creation = E_ACCESSDENIED;
     EXPECT_EQ(OpxCmnClient().clsidFromProgId({}, kKnownProgId, clsid), E_ACCESSDENIED);
     EXPECT_EQ(calls_.creations, 1) << "no other failure says that the machine is old";
+}
+
+TEST_F(OpxCmnClientTest, AListWithoutAnEndIsAFailure) {
+    Korvex::Testing::TraceCapture trace;
+    calls_.isOld = true;
+    calls_.oldList.isEndless = true;
+    std::vector<OpxServerIdentifier> servers;
+    EXPECT_EQ(OpxCmnClient().enumComServer(OLESTR("plant7"), false, {ServerCategory::OPCDA}, servers), E_FAIL);
+    EXPECT_TRUE(trace.has("Error: CmnClient::enumComServer - The list has more than 100000 classes"));
 }
 
 TEST_F(OpxCmnClientTest, WithoutAListOfServersThisMachineIsAskedItself) {

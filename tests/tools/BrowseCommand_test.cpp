@@ -19,7 +19,7 @@ using ::testing::Not;
 using ::testing::StartsWith;
 
 Printed browse(std::vector<std::string> arguments, bool errorTerminal = false) {
-    return run<BrowseCommand>("browse", std::move(arguments), errorTerminal);
+    return run<BrowseCommand>("browse", std::move(arguments), {.error = errorTerminal});
 }
 Printed props(std::vector<std::string> arguments) {
     return run<PropsCommand>("props", std::move(arguments));

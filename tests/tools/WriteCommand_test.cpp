@@ -117,7 +117,14 @@ TEST_F(WriteCommandTest, WhatServersSayMovesNoCursorAndStartsNoLine) {
     expectVisible(run<ReadCommand>("read", {item}).out, "\n" + item + "  " + visible + "  String ");
     expectVisible(run<WatchCommand>("watch", {"--count", "1", item}).out, "  " + item + "  " + visible + " ");
     expectVisible(run<PropsCommand>("props", {"--id", "2", item}).out, "  " + visible);
-    EXPECT_EQ(nlohmann::json::parse(run<ReadCommand>("read", {"--json", item}).out)[0]["value"], text);
+    const std::string raw = run<ReadCommand>("read", {"--json", item}).out;
+    EXPECT_EQ(nlohmann::json::parse(raw)[0]["value"], text);
+    EXPECT_NE(raw.find("\xE2\x80\xAE"), std::string::npos) << raw;
+    for (const std::string& printed : {run<ReadCommand>("read", {"--json", item}, {.out = true}).out,
+                                       run<WatchCommand>("watch", {"--json", "--count", "1", item}, {.out = true}).out,
+                                       run<PropsCommand>("props", {"--json", "--id", "2", item}, {.out = true}).out}) {
+        expectVisible(printed, "\\u001b[2J\\r\\nb\\u009b\\u202e");
+    }
 
     expectVisible(write({text + "=1"}).err, "opcda: " + visible + ": OPC_E_");
     expectVisible(run<PropsCommand>("props", {text}).out, visible + "\n");

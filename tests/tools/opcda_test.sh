@@ -149,6 +149,10 @@ else
     echo 'no shared object' >"$work/servers/text.so"
     (cd "$work" && "$bin/opcda" read "opcda:///Unloadable.1/$clsid" x 2>/dev/null) && { echo "a text was loaded"; exit 1; }
     grep -rq 'cannot be loaded: .*text.so: ' "$work" || { echo "nothing is told of text.so"; exit 1; }
+    chmod o+w "$work/servers/unloadable.server"
+    (cd "$work" && "$bin/opcda" read "opcda:///Unloadable.1/$clsid" x 2>/dev/null) && { echo "all may say a server"; exit 1; }
+    grep -rq 'CoCreateInstanceEx - skipped the registration .*unloadable.server: others' "$work" ||
+        { echo "nothing is told of a registration for all to write"; exit 1; }
     (cd "$work" && "$bin/opcda" read opcda:///No.Such.1 x 2>/dev/null) && { echo "No.Such.1 is there"; exit 1; }
     grep -rq 'clsidFromProgId - skipped the registration .*broken.server' "$work" ||
         { echo "nothing is told of broken.server by its name"; exit 1; }

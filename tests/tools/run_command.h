@@ -22,8 +22,14 @@ struct Printed {
     std::string err;
 };
 
+// What of a command's output is a terminal.
+struct Terminals {
+    bool out = false;
+    bool error = false;
+};
+
 template <typename Command>
-Printed run(const char* name, std::vector<std::string> arguments, bool errorTerminal = false) {
+Printed run(const char* name, std::vector<std::string> arguments, Terminals terminals = {}) {
     CLI::App app;
     const Command command(app);
     arguments.insert(arguments.begin(), {name, kUrl});
@@ -31,7 +37,7 @@ Printed run(const char* name, std::vector<std::string> arguments, bool errorTerm
     app.parse(arguments);
     std::ostringstream out;
     std::ostringstream err;
-    const int status = command.run({out, err, false, errorTerminal});
+    const int status = command.run({out, err, terminals.out, terminals.error});
     return {status, out.str(), err.str()};
 }
 

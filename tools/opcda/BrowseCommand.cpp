@@ -116,7 +116,7 @@ int BrowseCommand::run(const Output& output) const {
         output.err << "opcda: there is more below level " << kDefaultDepth << ": see --depth\n";
         status = kItemsFailed;
     }
-    if (json_) output.out << dump(jsonTree.roots(), 2) << '\n';
+    if (json_) output.out << dump(jsonTree.roots(), output.terminal, 2) << '\n';
     return status;
 }
 

@@ -9,7 +9,6 @@
 
 #include "columns.h"
 #include "com/visible_text.h"
-#include "json.h"
 
 namespace Korvex::Tool {
 
@@ -63,20 +62,20 @@ struct ChangePrinter::Change {
         return start + padded(valueText, kValueColumns) + kColumnGap + quality();
     }
 
-    std::string json() const {
-        return dump({{"time", time()},
-                     {"item", item},
-                     {"value", toJson(value.Value())},
-                     {"type", toUtf8(value.Value().type().name())},
-                     {"quality", quality()},
-                     {"result", toUtf8(value.ResultID()->Name())},
-                     {"code", value.ResultID()->Code()}});
+    Json json() const {
+        return {{"time", time()},
+                {"item", item},
+                {"value", toJson(value.Value())},
+                {"type", toUtf8(value.Value().type().name())},
+                {"quality", quality()},
+                {"result", toUtf8(value.ResultID()->Name())},
+                {"code", value.ResultID()->Code()}};
     }
 };
 
-ChangePrinter::ChangePrinter(std::ostream& out, Form form, std::vector<std::string> items,
+ChangePrinter::ChangePrinter(const Output& output, Form form, std::vector<std::string> items,
                              std::optional<std::int32_t> limit)
-    : out_(out), form_(form), items_(std::move(items)), changesLeft_(limit) {
+    : output_(output), form_(form), items_(std::move(items)), changesLeft_(limit) {
     for (const std::string& item : items_) itemWidth_ = std::max(itemWidth_, width(item));
 }
 
@@ -89,34 +88,45 @@ void ChangePrinter::changes(const std::vector<ItemValueCallback>& items) {
 }
 
 void ChangePrinter::print(const Change& change) {
-    printLine(form_ == Form::JsonLines ? change.json() : change.text(itemWidth_));
+    if (form_ == Form::JsonLines)
+        printRecord(change.json());
+    else
+        printText(change.text(itemWidth_));
     if (changesLeft_ && *changesLeft_ > 0) --*changesLeft_;
 }
 
 void ChangePrinter::state(ServerState state) {
     const std::lock_guard guard(lock_);
     if (form_ == Form::JsonLines)
-        printLine(dump({{"time", currentTime()}, {"state", nameOf(state)}}));
+        printRecord({{"time", currentTime()}, {"state", nameOf(state)}});
     else
-        printLine(currentTime() + kColumnGap + nameOf(state));
+        printText(currentTime() + kColumnGap + nameOf(state));
 }
 
 void ChangePrinter::refused(const ItemIdentifier& item) {
     const std::lock_guard guard(lock_);
     const std::string name = toUtf8(item.ItemName().valueOrEmpty());
     if (form_ == Form::JsonLines) {
-        printLine(dump({{"time", currentTime()},
-                        {"item", name},
-                        {"result", toUtf8(item.ResultID().Name())},
-                        {"code", item.ResultID().Code()}}));
+        printRecord({{"time", currentTime()},
+                     {"item", name},
+                     {"result", toUtf8(item.ResultID().Name())},
+                     {"code", item.ResultID().Code()}});
     } else {
-        printLine(currentTime() + kColumnGap + padded(name, itemWidth_) + kColumnGap + "refused, " +
+        printText(currentTime() + kColumnGap + padded(name, itemWidth_) + kColumnGap + "refused, " +
                   nameAndDescription(item.ResultID()));
     }
 }
 
+void ChangePrinter::printText(const std::string& text) {
+    printLine(Com::visibleText(text));
+}
+
+void ChangePrinter::printRecord(const Json& record) {
+    printLine(dump(record, output_.terminal));
+}
+
 void ChangePrinter::printLine(const std::string& line) {
-    if (!isFinished()) out_ << (form_ == Form::JsonLines ? line : Com::visibleText(line)) << std::endl;
+    if (!isFinished()) output_.out << line << std::endl;
 }
 
 bool ChangePrinter::finished() const {
@@ -125,7 +135,7 @@ bool ChangePrinter::finished() const {
 }
 
 bool ChangePrinter::isFinished() const {
-    return !out_ || changesLeft_ == 0;
+    return !output_.out || changesLeft_ == 0;
 }
 
 }  // namespace Korvex::Tool

@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <iosfwd>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -12,6 +11,9 @@
 #include <korvex/opc_da_client/ItemIdentifier.h>
 #include <korvex/opc_da_client/ItemValueCallback.h>
 #include <korvex/opc_da_client/ServerState.h>
+
+#include "Command.h"
+#include "json.h"
 
 namespace Korvex::Tool {
 
@@ -22,7 +24,7 @@ public:
     enum class Form { Text, JsonLines };
 
     // The client handle of an item is its index in `items`. After `limit` changes nothing more is printed.
-    ChangePrinter(std::ostream& out, Form form, std::vector<std::string> items, std::optional<std::int32_t> limit);
+    ChangePrinter(const Output& output, Form form, std::vector<std::string> items, std::optional<std::int32_t> limit);
 
     void changes(const std::vector<OPC::OpcDaClient::ItemValueCallback>& items);
     void state(OPC::OpcDaClient::ServerState state);
@@ -35,10 +37,12 @@ private:
     struct Change;
 
     void print(const Change& change);
+    void printText(const std::string& text);
+    void printRecord(const Json& record);
     void printLine(const std::string& line);
     bool isFinished() const;
 
-    std::ostream& out_;
+    const Output output_;
     const Form form_;
     const std::vector<std::string> items_;
     std::size_t itemWidth_ = 0;

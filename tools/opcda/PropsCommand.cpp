@@ -115,7 +115,7 @@ int PropsCommand::run(const Output& output) const {
         if (i > 0) output.out << '\n';
         printTable(identifiers[i], properties[i], output);
     }
-    if (json_) output.out << dump(list, 2) << '\n';
+    if (json_) output.out << dump(list, output.terminal, 2) << '\n';
     return complete ? kSuccess : kItemsFailed;
 }
 

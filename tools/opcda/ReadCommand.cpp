@@ -54,7 +54,7 @@ void printTable(const std::vector<ReadItem>& items, const Output& output) {
 void printJson(const std::vector<ReadItem>& items, const Output& output) {
     Json list = Json::array();
     for (const ReadItem& item : items) list.push_back(jsonRecord(item));
-    output.out << dump(list, 2) << '\n';
+    output.out << dump(list, output.terminal, 2) << '\n';
 }
 
 }  // namespace

@@ -59,7 +59,7 @@ void printJson(const std::vector<ServerIdentifier>& servers, const Output& outpu
                         {"clsid", text(server.CLSID())},
                         {"url", text(server.Url())}});
     }
-    output.out << list.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+    output.out << dump(list, output.terminal, 2) << '\n';
 }
 
 // A host that is named is asked as a remote machine, which this one need not allow of itself.

@@ -49,7 +49,7 @@ bool WatchCommand::chosen() const {
 int WatchCommand::run(const Output& output) const {
     const Interruption interruption;
     const auto printer = std::make_shared<ChangePrinter>(
-        output.out, json_ ? ChangePrinter::Form::JsonLines : ChangePrinter::Form::Text, items_, count_);
+        output, json_ ? ChangePrinter::Form::JsonLines : ChangePrinter::Form::Text, items_, count_);
     DaServerMgt server;
     server.add_ServerStateChanged([printer](std::int32_t, ServerState state) { printer->state(state); });
     server.add_DataChanged(

@@ -79,8 +79,8 @@ Json toJson(const Object& value) {
                    std::uint32_t, std::uint64_t, float, double, char16_t, OpxString, DateTime, Decimal>(value);
 }
 
-std::string dump(const Json& value, int indent) {
-    return value.dump(indent, ' ', false, Json::error_handler_t::replace);
+std::string dump(const Json& value, bool terminal, int indent) {
+    return value.dump(indent, ' ', terminal, Json::error_handler_t::replace);
 }
 
 }  // namespace Korvex::Tool

@@ -14,7 +14,7 @@ using Json = nlohmann::ordered_json;
 Json toJson(const OPC::OpcDaClient::Object& value);
 
 // In one line without `indent`, else in lines indented by so many blanks. Text that is not UTF-8 gets
-// replacement characters.
-std::string dump(const Json& value, int indent = -1);
+// replacement characters; a `terminal` gets ASCII alone, for no text of a server may steer it.
+std::string dump(const Json& value, bool terminal, int indent = -1);
 
 }  // namespace Korvex::Tool

@@ -6,6 +6,7 @@
 #include "com/owners.h"
 #include "com/platform.h"
 #include "opc/apartment/InterfaceQueries.h"
+#include "opc/broken_registrations.h"
 #include "opc/callbacks/KeptSinks.h"
 #include "opc/server/DaServerMgtPrivate.h"
 #include "opc/server/LocaleIds.h"
@@ -31,6 +32,7 @@ HRESULT createServer(const OpxString& node, const CLSID& clsid, ComPtr<IOPCServe
                             : comCalls().coCreateInstanceEx(clsid, CLSCTX_REMOTE_SERVER, &remote, 1, &query);
     });
     server = ComPtr<IOPCServer>::adopt(static_cast<IOPCServer*>(query.pItf));
+    if (node.empty()) traceBrokenRegistrations("CoCreateInstanceEx");
     if (failed(hr)) traceModuleFailure();
     if (failed(hr)) return hr;
     if (failed(query.hr)) return query.hr;

@@ -369,7 +369,8 @@ TEST_F(BranchListerTest, AFaultOfOneCallIsNotTheServersEnd) {
     for (const std::uint32_t end : {0x800706BAu, 0x800706BEu, 0x800706BFu, 0x80010108u, 0x80010012u, 0x80010007u}) {
         EXPECT_TRUE(OpxOpc::isRpcError(hresult(end)));
     }
-    for (const std::uint32_t one : {0x80010105u, 0x800706F7u, 0x8001000Eu, 0x80010104u, 0x80004005u}) {
+    for (const std::uint32_t one : {0x80010105u, 0x800706F7u, 0x8001000Eu, 0x80010104u, 0x80004005u, 0x800706C6u,
+                                    0x800706E9u, 0x800706EAu, 0x800706EBu}) {
         EXPECT_FALSE(OpxOpc::isRpcError(hresult(one)));
     }
 }
