@@ -1,5 +1,5 @@
 // The proxies register themselves: with regsvr32, or by whoever calls the exported functions.
-#include "com/ProxyRegistration.h"
+#include "com/hosting/ProxyRegistration.h"
 #include "com/platform.h"
 #include "idl/proxied_interfaces.h"
 

@@ -1,6 +1,6 @@
 #include "sim/ServerClass.h"
 
-#include "com/ProcessHold.h"
+#include "com/hosting/ProcessHold.h"
 #include "sim/SimulationControl.h"
 #include "sim/com/interface_names.h"
 #include "sim/server/ServerObject.h"

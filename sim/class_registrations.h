@@ -1,7 +1,7 @@
 // What COM's registry is told of the simulation's classes, whether a module or a program serves them.
 #pragma once
 
-#include "com/ModuleRegistration.h"
+#include "com/hosting/ModuleRegistration.h"
 
 namespace Korvex::Simulation {
 

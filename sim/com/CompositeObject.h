@@ -1,7 +1,7 @@
 // Objects with many interfaces, each of which is a part of its own.
 #pragma once
 
-#include "com/ProcessHold.h"
+#include "com/hosting/ProcessHold.h"
 #include "sim/com/ObjectCore.h"
 
 namespace Korvex::Simulation {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "com/ProcessHold.h"
+#include "com/hosting/ProcessHold.h"
 #include "sim/com/ComClass.h"
 #include "sim/com/Results.h"
 #include "sim/com/interface_names.h"

@@ -5,7 +5,7 @@
 #include <mutex>
 
 #include "com/ComPtr.h"
-#include "com/FreeThreadedMarshaler.h"
+#include "com/hosting/FreeThreadedMarshaler.h"
 
 namespace Korvex::Simulation {
 

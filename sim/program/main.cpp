@@ -2,9 +2,9 @@
 // servers too where the machine has none.
 #include <cstdio>
 
-#include "com/LocalServer.h"
 #include "com/ServerList.h"
 #include "com/console.h"
+#include "com/hosting/LocalServer.h"
 #include "com/opc_interfaces.h"
 #include "com/platform.h"
 #include "sim/ProcessEnd.h"

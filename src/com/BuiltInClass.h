@@ -2,7 +2,7 @@
 #pragma once
 
 #include "com/ComObject.h"
-#include "com/ProcessHold.h"
+#include "com/hosting/ProcessHold.h"
 
 namespace Korvex::Com {
 

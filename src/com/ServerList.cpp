@@ -12,8 +12,8 @@
 #include "com/BuiltInClass.h"
 #include "com/ComObject.h"
 #include "com/ComPtr.h"
-#include "com/ProcessHold.h"
 #include "com/ServerClasses.h"
+#include "com/hosting/ProcessHold.h"
 #include "com/opc_interfaces.h"
 #include "com/owners.h"
 

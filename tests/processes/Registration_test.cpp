@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "com/hosting/windows/RegistryKey.h"
 #include "com/opc_interfaces.h"
-#include "com/windows/RegistryKey.h"
 #include "sim/SimulationControl.h"
 #include "tests/processes/ServerProgram.h"
 

@@ -1,7 +1,7 @@
-#include "com/ProxyRegistration.h"
+#include "com/hosting/ProxyRegistration.h"
 
-#include "com/windows/ClassesKeys.h"
-#include "com/windows/RegistryKey.h"
+#include "com/hosting/windows/ClassesKeys.h"
+#include "com/hosting/windows/RegistryKey.h"
 
 namespace Korvex::Com {
 namespace {

@@ -2,8 +2,8 @@
 #include <iterator>
 
 #include "com/ServerClasses.h"
-#include "com/windows/ClassesKeys.h"
-#include "com/windows/RegistryKey.h"
+#include "com/hosting/windows/ClassesKeys.h"
+#include "com/hosting/windows/RegistryKey.h"
 
 namespace Korvex::Com {
 namespace {

@@ -1,6 +1,6 @@
-#include "com/windows/ClassRegistration.h"
+#include "com/hosting/windows/ClassRegistration.h"
 
-#include "com/windows/RegistryKey.h"
+#include "com/hosting/windows/RegistryKey.h"
 
 namespace Korvex::Com {
 

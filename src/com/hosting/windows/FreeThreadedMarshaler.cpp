@@ -1,4 +1,4 @@
-#include "com/FreeThreadedMarshaler.h"
+#include "com/hosting/FreeThreadedMarshaler.h"
 
 namespace Korvex::Com {
 

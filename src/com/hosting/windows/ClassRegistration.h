@@ -1,8 +1,8 @@
 // What the registry says of a class, whether a module or a program serves it.
 #pragma once
 
-#include "com/ModuleRegistration.h"
-#include "com/windows/ClassesKeys.h"
+#include "com/hosting/ModuleRegistration.h"
+#include "com/hosting/windows/ClassesKeys.h"
 
 namespace Korvex::Com {
 

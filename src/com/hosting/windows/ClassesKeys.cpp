@@ -1,4 +1,4 @@
-#include "com/windows/ClassesKeys.h"
+#include "com/hosting/windows/ClassesKeys.h"
 
 namespace Korvex::Com {
 namespace {

@@ -1,10 +1,10 @@
-#include "com/ModuleRegistration.h"
+#include "com/hosting/ModuleRegistration.h"
 
 #include <filesystem>
 #include <system_error>
 
-#include "com/windows/ClassRegistration.h"
-#include "com/windows/RegistryKey.h"
+#include "com/hosting/windows/ClassRegistration.h"
+#include "com/hosting/windows/RegistryKey.h"
 
 namespace Korvex::Com {
 namespace {

@@ -1,5 +1,5 @@
-#include "com/com.h"
 #include "com/console.h"
+#include "com/com.h"
 
 #include <io.h>
 #include <shellapi.h>

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "com/ComPtr.h"
-#include "com/ModuleRegistration.h"
+#include "com/hosting/ModuleRegistration.h"
 
 namespace Korvex::Com {
 

@@ -1,12 +1,12 @@
-#include "com/LocalServer.h"
+#include "com/hosting/LocalServer.h"
 
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
 
-#include "com/ProcessHold.h"
-#include "com/windows/ClassRegistration.h"
+#include "com/hosting/ProcessHold.h"
+#include "com/hosting/windows/ClassRegistration.h"
 
 namespace Korvex::Com {
 namespace {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "com/com.h"
-#include "com/windows/RegistryKey.h"
+#include "com/hosting/windows/RegistryKey.h"
 
 namespace Korvex::Com {
 
