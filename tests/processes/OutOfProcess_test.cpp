@@ -171,7 +171,7 @@ TEST_F(OutOfProcess, AClientThatComesSoonAfterTheLastFindsTheSameProcess) {
     const auto process = Testing::serverProcesses();
     ASSERT_EQ(process.size(), 1u);
     leave();
-    std::this_thread::sleep_for(std::chrono::seconds(2));
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
     steerAgain();
     EXPECT_EQ(Testing::serverProcesses(), process);
 }

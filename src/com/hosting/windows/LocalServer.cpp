@@ -1,6 +1,5 @@
 #include "com/hosting/LocalServer.h"
 
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -17,8 +16,6 @@ constexpr std::chrono::milliseconds kUnderWay(300);
 // about to end.
 constexpr std::chrono::seconds kLinger(5);
 
-std::atomic<bool> isRevoked{false};
-
 class Holds {
 public:
     void change(int by) {
@@ -29,22 +26,34 @@ public:
     }
     void waitForFirst(std::chrono::milliseconds patience) {
         std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, patience, [this] { return hadAny_; });
+        changed_.wait_for(lock, patience, [this] { return hadAny_ || isRevoked_; });
     }
     // Until there have been none for as long as others may come.
     void waitForLast() {
         std::unique_lock lock(mutex_);
-        const auto isHeld = [this] { return count_ > 0; };
         do {
             changed_.wait(lock, [this] { return count_ == 0; });
-        } while (changed_.wait_for(lock, isRevoked ? kUnderWay : std::chrono::milliseconds(kLinger), isHeld));
+        } while (areHeldAgain(lock));
+    }
+    // Waits for no new clients any more.
+    void revoke() {
+        const std::lock_guard lock(mutex_);
+        isRevoked_ = true;
+        changed_.notify_all();
     }
 
 private:
+    bool areHeldAgain(std::unique_lock<std::mutex>& lock) {
+        changed_.wait_for(lock, kLinger, [this] { return count_ > 0 || isRevoked_; });
+        const auto more = isRevoked_ ? kUnderWay : std::chrono::milliseconds(0);
+        return changed_.wait_for(lock, more, [this] { return count_ > 0; });
+    }
+
     std::mutex mutex_;
     std::condition_variable changed_;
     int count_ = 0;
     bool hadAny_ = false;
+    bool isRevoked_ = false;
 };
 
 class ClassObjects {
@@ -137,8 +146,8 @@ HRESULT serveClasses(const std::vector<ServedClass>& classes) {
 }
 
 void revokeServedClasses() {
+    holds().revoke();
     classObjects().revoke();
-    isRevoked = true;
 }
 
 }  // namespace Korvex::Com
