@@ -6,6 +6,7 @@
 #include <korvex/opc_da_client/DaServerMgt.h>
 
 using namespace Korvex::OPC::OpcDaClient;
+using Korvex::toUtf8;
 
 namespace {
 

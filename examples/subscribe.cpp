@@ -9,6 +9,8 @@
 #include <korvex/opc_da_client/DaServerMgt.h>
 
 using namespace Korvex::OPC::OpcDaClient;
+using Korvex::OpxString;
+using Korvex::toUtf8;
 
 namespace {
 

@@ -11,7 +11,7 @@ Korvex::Com::ProxyRegistration registration() {
         *korvexProxyClass(), OLESTR("Korvex OPC proxies"), Korvex::Com::modulePathOf(&address), {}};
     KorvexProxiedInterface each = {};
     for (unsigned i = 0; korvexProxiedInterface(i, &each); ++i) {
-        proxies.interfaces.push_back({*each.id, fromUtf8(each.name), each.methods});
+        proxies.interfaces.push_back({*each.id, Korvex::fromUtf8(each.name), each.methods});
     }
     return proxies;
 }

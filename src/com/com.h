@@ -3,7 +3,7 @@
 // This is the one header that decides which, and everything above it is free of such decisions.
 #pragma once
 
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 #ifdef _WIN32
 #include "com/windows/com_windows.h"

@@ -1,7 +1,7 @@
 // Texts on their way to servers and back.
 #pragma once
 
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 #include "com/com.h"
 

@@ -6,7 +6,7 @@
 #include <functional>
 #include <string>
 
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 #include "com/OutputFile.h"
 

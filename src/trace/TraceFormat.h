@@ -8,7 +8,7 @@
 #include <string_view>
 #include <type_traits>
 
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 namespace OpxOpc {
 

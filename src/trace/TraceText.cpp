@@ -35,7 +35,7 @@ std::string_view untilZero(std::string_view text) {
 std::string wideText(OpxStringView text) {
     std::string out;
     while (!text.empty() && text.front() != 0 && out.size() < kLongestTraceText) {
-        detail::appendUtf8(out, detail::takeUtf16(text));
+        Korvex::detail::appendUtf8(out, Korvex::detail::takeUtf16(text));
     }
     return out;
 }

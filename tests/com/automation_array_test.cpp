@@ -9,6 +9,7 @@
 #include "com/owners.h"
 #include "tests/com/TestObject.h"
 
+using Korvex::toUtf8;
 using namespace Korvex::Com;
 using namespace Korvex::Testing;
 

@@ -8,6 +8,7 @@
 #include "tests/com/TestObject.h"
 #include "tests/com/VariantText.h"
 
+using Korvex::OpxStringView;
 using namespace Korvex::Com;
 using namespace Korvex::Testing;
 

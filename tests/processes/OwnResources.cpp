@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <vector>
 
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 #include "tests/processes/ServerProgram.h"
 

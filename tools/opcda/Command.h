@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 namespace CLI {
 class App;

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include <korvex/native/OpxItemProperties.h>
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 namespace OpxOpc {
 

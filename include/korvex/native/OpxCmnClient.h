@@ -6,7 +6,7 @@
 
 #include <korvex/export.h>
 #include <korvex/native/OpxServerIdentifier.h>
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 namespace OpxOpc {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include <korvex/export.h>
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 struct _FILETIME;
 

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include <korvex/native/OpxString.h>
 #include <korvex/native/OpxVType.h>
+#include <korvex/text.h>
 
 namespace OpxOpc {
 

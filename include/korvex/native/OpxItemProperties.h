@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <vector>
 
-#include <korvex/native/OpxString.h>
 #include <korvex/native/OpxVType.h>
 #include <korvex/native/OpxVariant.h>
+#include <korvex/text.h>
 
 namespace OpxOpc {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 namespace OpxOpc {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include <korvex/export.h>
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 namespace OpxOpc {
 

@@ -9,9 +9,9 @@
 #include <korvex/export.h>
 #include <korvex/native/OpxDate.h>
 #include <korvex/native/OpxDecimal.h>
-#include <korvex/native/OpxString.h>
 #include <korvex/native/OpxTypeConversionException.h>
 #include <korvex/native/OpxVType.h>
+#include <korvex/text.h>
 
 struct tagVARIANT;
 

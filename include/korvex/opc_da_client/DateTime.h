@@ -7,7 +7,7 @@
 #include <ratio>
 
 #include <korvex/export.h>
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 namespace Korvex::OPC::OpcDaClient {
 

@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include <korvex/export.h>
-#include <korvex/native/OpxString.h>
 #include <korvex/opc_da_client/NullableText.h>
+#include <korvex/text.h>
 
 namespace Korvex::OPC::OpcDaClient {
 

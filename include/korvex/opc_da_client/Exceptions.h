@@ -6,9 +6,9 @@
 #include <string>
 
 #include <korvex/export.h>
-#include <korvex/native/OpxString.h>
 #include <korvex/opc_da_client/NullableText.h>
 #include <korvex/opc_da_client/ResultID.h>
+#include <korvex/text.h>
 
 namespace Korvex::OPC::OpcDaClient {
 

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 namespace Korvex::OPC::OpcDaClient {
 

@@ -8,10 +8,10 @@
 #include <utility>
 
 #include <korvex/export.h>
-#include <korvex/native/OpxString.h>
 #include <korvex/opc_da_client/NullableText.h>
 #include <korvex/opc_da_client/Type.h>
 #include <korvex/opc_da_client/detail/ObjectValue.h>
+#include <korvex/text.h>
 
 namespace Korvex::OPC::OpcDaClient {
 

@@ -8,10 +8,10 @@
 #include <vector>
 
 #include <korvex/export.h>
-#include <korvex/native/OpxString.h>
 #include <korvex/opc_da_client/DateTime.h>
 #include <korvex/opc_da_client/Decimal.h>
 #include <korvex/opc_da_client/NullableText.h>
+#include <korvex/text.h>
 
 namespace Korvex::OPC::OpcDaClient {
 

@@ -1,7 +1,7 @@
 // Reads a text from its front, as the parsers of numbers and dates need it.
 #pragma once
 
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 namespace Korvex::Com {
 

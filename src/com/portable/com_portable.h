@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 #define KORVEX_COM_API __attribute__((visibility("default")))
 #define STDMETHODCALLTYPE

@@ -9,6 +9,8 @@
 
 namespace {
 
+using Korvex::OpxString;
+using Korvex::OpxStringView;
 using Korvex::Com::ServerRegistry;
 
 // "{11111111-2222-3333-4444-555555555555}"

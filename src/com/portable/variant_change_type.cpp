@@ -8,6 +8,7 @@
 #include "com/portable/number_text.h"
 #include "com/portable/variant_types.h"
 
+using Korvex::OpxStringView;
 using namespace Korvex::Com;
 
 namespace {

@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 #include "com/opc_interfaces.h"
 #include "opc/apartment/Signal.h"

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include <korvex/native/OpxBrowseElement.h>
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 #include "opc/browse/BranchLister.h"
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <korvex/native/OpxDate.h>
-#include <korvex/native/OpxString.h>
 #include <korvex/native/OpxVariant.h>
+#include <korvex/text.h>
 
 namespace OpxOpc {
 

@@ -6,7 +6,7 @@
 
 #include <korvex/native/OpxDataCallback.h>
 #include <korvex/native/OpxItemIdentifier.h>
-#include <korvex/native/OpxString.h>
+#include <korvex/text.h>
 
 #include "com/com.h"
 #include "opc/browse/BrowseRequest.h"

@@ -19,6 +19,8 @@ using OLECHAR = std::conditional_t<sizeof(wchar_t) == sizeof(char16_t), wchar_t,
 #endif
 #endif
 
+namespace Korvex {
+
 // Owned UTF-16 text.
 using OpxString = std::basic_string<OLECHAR>;
 
@@ -31,7 +33,7 @@ std::string toUtf8(OpxStringView text);
 // Returns the UTF-8 `text` as UTF-16. A malformed sequence becomes U+FFFD.
 OpxString fromUtf8(std::string_view text);
 
-namespace OpxOpc::detail {
+namespace detail {
 
 inline constexpr char32_t kReplacementCharacter = 0xFFFD;
 
@@ -95,18 +97,30 @@ inline char32_t takeUtf8(std::string_view& text) {
     return c;
 }
 
-}  // namespace OpxOpc::detail
+}  // namespace detail
 
 inline std::string toUtf8(OpxStringView text) {
     std::string out;
     out.reserve(text.size());
-    while (!text.empty()) OpxOpc::detail::appendUtf8(out, OpxOpc::detail::takeUtf16(text));
+    while (!text.empty()) detail::appendUtf8(out, detail::takeUtf16(text));
     return out;
 }
 
 inline OpxString fromUtf8(std::string_view text) {
     OpxString out;
     out.reserve(text.size());
-    while (!text.empty()) OpxOpc::detail::appendUtf16(out, OpxOpc::detail::takeUtf8(text));
+    while (!text.empty()) detail::appendUtf16(out, detail::takeUtf8(text));
     return out;
 }
+
+}  // namespace Korvex
+
+// The native classes use them under their own namespace.
+namespace OpxOpc {
+
+using Korvex::fromUtf8;
+using Korvex::OpxString;
+using Korvex::OpxStringView;
+using Korvex::toUtf8;
+
+}  // namespace OpxOpc
