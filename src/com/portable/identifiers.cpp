@@ -27,16 +27,16 @@ int digitValue(OLECHAR c) {
 // The bytes of an identifier in the order in which its text has them.
 std::array<std::uint8_t, 16> textOrder(const GUID& guid) {
     std::array<std::uint8_t, 16> bytes{};
-    for (int i = 0; i < 4; ++i) bytes[i] = static_cast<std::uint8_t>(guid.Data1 >> (24 - 8 * i));
-    for (int i = 0; i < 2; ++i) bytes[4 + i] = static_cast<std::uint8_t>(guid.Data2 >> (8 - 8 * i));
-    for (int i = 0; i < 2; ++i) bytes[6 + i] = static_cast<std::uint8_t>(guid.Data3 >> (8 - 8 * i));
+    for (std::size_t i = 0; i < 4; ++i) bytes[i] = static_cast<std::uint8_t>(guid.Data1 >> (24 - 8 * i));
+    for (std::size_t i = 0; i < 2; ++i) bytes[4 + i] = static_cast<std::uint8_t>(guid.Data2 >> (8 - 8 * i));
+    for (std::size_t i = 0; i < 2; ++i) bytes[6 + i] = static_cast<std::uint8_t>(guid.Data3 >> (8 - 8 * i));
     std::memcpy(&bytes[8], guid.Data4, 8);
     return bytes;
 }
 
 GUID fromTextOrder(const std::array<std::uint8_t, 16>& bytes) {
     GUID guid = {};
-    for (int i = 0; i < 4; ++i) guid.Data1 = (guid.Data1 << 8) | bytes[i];
+    for (std::size_t i = 0; i < 4; ++i) guid.Data1 = (guid.Data1 << 8) | bytes[i];
     guid.Data2 = static_cast<std::uint16_t>((bytes[4] << 8) | bytes[5]);
     guid.Data3 = static_cast<std::uint16_t>((bytes[6] << 8) | bytes[7]);
     std::memcpy(guid.Data4, &bytes[8], 8);
