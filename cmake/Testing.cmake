@@ -14,6 +14,10 @@ function(korvex_add_test name)
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main korvex_warnings)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src)
+  # Tests are compiled more often than they are waited for: only the code under test is optimised.
+  if(KORVEX_SANITIZE OR MINGW)
+    target_compile_options(${name} PRIVATE -O0)
+  endif()
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 600
                                           WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/bin)

@@ -13,7 +13,7 @@ namespace {
 
 void print(const ItemIdentifier& item, const ItemValue& value) {
     std::cout << toUtf8(item.ItemName().valueOrEmpty()) << ": ";
-    // What goes wrong with one item is told by its result and never thrown.
+    // An error of one item is told by its result and never thrown.
     if (!item.ResultID().Succeeded()) {
         std::cout << toUtf8(item.ResultID().Description()) << '\n';
         return;

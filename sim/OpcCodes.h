@@ -18,7 +18,7 @@ inline constexpr HRESULT OPC_S_INUSE = hresult(0x0004000F);
 inline constexpr HRESULT OPC_E_INVALID_PID = hresult(0xC0040203);
 inline constexpr HRESULT OPC_E_INVALIDCONTINUATIONPOINT = hresult(0xC0040403);
 
-// What COM answers for a server that is gone.
+// COM's answer for a server that is gone.
 inline constexpr HRESULT kServerUnavailable = hresult(0x800706BA);
 
 inline constexpr WORD kQualityBad = 0x00;

@@ -1,4 +1,4 @@
-// What the simulation's process can be told about its end.
+// Tells the simulation's process how to end.
 #pragma once
 
 namespace Korvex::Simulation {

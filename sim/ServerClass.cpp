@@ -16,7 +16,7 @@ public:
             if (outer) return CLASS_E_NOAGGREGATION;
             return makeObject<ServerObject>()->giveInterface(riid, object);
         };
-        // What steers the server is never at fault.
+        // The steering interface has no faults.
         const std::string wanted = interfaceName(riid);
         if (wanted.empty()) return object ? guarded(create) : E_POINTER;
         return serve(methodAbout("IClassFactory::CreateInstance", wanted), note(), outputs(out(object)), create);

@@ -1,4 +1,4 @@
-// What COM's registry is told of the simulation's classes, whether a module or a program serves them.
+// The registrations of the simulation's classes, whether a module or a program serves them.
 #pragma once
 
 #include "com/hosting/ModuleRegistration.h"

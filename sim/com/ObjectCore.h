@@ -1,4 +1,4 @@
-// What every COM object of this server is made of: its reference count and its marshaler.
+// The core of every COM object of this server: its reference count and its marshaler.
 #pragma once
 
 #include <atomic>

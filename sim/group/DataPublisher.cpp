@@ -72,7 +72,7 @@ void DataPublisher::cycle(unsigned generation) {
     schedule(begun + milliseconds(pause), generation);
 }
 
-// What the clients are to be told now, if anything.
+// Returns the notification that is due now, if there is one.
 std::optional<Callback> DataPublisher::due(const GroupSettings& settings) {
     if (tellAll_.exchange(false)) told_.clear();
     if (!settings.callbacksEnabled) return std::nullopt;

@@ -1,4 +1,4 @@
-// What the interfaces of a group have in common.
+// The common part of a group's interfaces.
 #pragma once
 
 #include "sim/com/CompositeObject.h"

@@ -1,4 +1,4 @@
-// What a client may set about a group.
+// The settings of a group that a client may change.
 #pragma once
 
 #include "com/opc_interfaces.h"

@@ -9,7 +9,7 @@
 namespace Korvex::Simulation {
 namespace {
 
-// What a blob holds means something to the server only; here it is a pattern of bytes.
+// A blob has a meaning for the server only; here it is a pattern of bytes.
 constexpr BYTE kBlob[] = {0x4B, 0x4F, 0x52, 0x56, 0x45, 0x58};
 
 void addBlob(OPCITEMRESULT& result) {

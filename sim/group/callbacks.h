@@ -9,7 +9,7 @@ namespace Korvex::Simulation {
 
 class Group;
 
-// What a callback tells of one item.
+// One item of a callback.
 struct Delivery {
     OPCHANDLE clientHandle;
     Sample sample;  // of a write only its error counts

@@ -18,7 +18,7 @@ bool isIdentifier(OpxStringView id) {
     return std::none_of(id.begin(), id.end(), [](OLECHAR c) { return c < ' ' || c == '\\' || c == '/'; });
 }
 
-// What the paths of everything below a branch begin with.
+// Returns the prefix of all paths below a branch.
 OpxString prefixOf(OpxStringView branch) {
     OpxString prefix(branch);
     if (!prefix.empty()) prefix += kSeparator;

@@ -27,7 +27,7 @@ public:
     // True for the root, which is "", and for every path that has something below.
     bool isBranch(OpxStringView path) const;
     bool exists(OpxStringView path) const;
-    // What lies directly below a branch, in the order of the identifiers.
+    // Returns the children of a branch, in the order of the identifiers.
     std::vector<Element> children(OpxStringView branch) const;
     // All items below a branch.
     std::vector<std::shared_ptr<PlantItem>> itemsBelow(OpxStringView branch) const;

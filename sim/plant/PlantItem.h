@@ -18,7 +18,7 @@ struct AnalogRange {
     OpxString units;
 };
 
-// What an item is, from the beginning of the process to its end.
+// The part of an item that never changes.
 struct ItemDefinition {
     OpxString id;
     Value initial;  // its type is the item's canonical type
@@ -32,7 +32,7 @@ struct ItemDefinition {
     HRESULT readError = S_OK;
 };
 
-// What commands have changed about an item.
+// The part of an item that commands change.
 struct ItemOverrides {
     std::optional<HRESULT> readError;
     std::optional<HRESULT> writeError;
@@ -68,7 +68,7 @@ public:
     HRESULT write(const VARIANT& value, LCID lcid, std::optional<WORD> quality = std::nullopt,
                   std::optional<FILETIME> time = std::nullopt);
 
-    // What the last write brought, as it came; empty if none did.
+    // Returns the last written value as it came; empty if none did.
     Value written() const;
 
     template <typename Change>

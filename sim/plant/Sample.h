@@ -1,4 +1,4 @@
-// What a read of an item gives.
+// The result of reading an item.
 #pragma once
 
 #include "sim/OpcCodes.h"

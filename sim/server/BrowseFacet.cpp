@@ -79,7 +79,7 @@ bool passes(const Element& element, OPCBROWSEFILTER filter, OpxStringView patter
     return matchesPattern(element.name, pattern);
 }
 
-// What lies below a branch; an item without branch has nothing below it.
+// Returns the children of a branch; an item without branch has none.
 HRESULT findElements(OpxStringView branch, OPCBROWSEFILTER filter, OpxStringView pattern, std::vector<Element>& found) {
     std::shared_ptr<PlantItem> item;
     if (!simulation().plant.isBranch(branch)) return simulation().plant.find(branch, item);

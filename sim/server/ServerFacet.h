@@ -1,4 +1,4 @@
-// What the interfaces of a server object have in common.
+// The common part of a server object's interfaces.
 #pragma once
 
 #include "sim/com/CompositeObject.h"

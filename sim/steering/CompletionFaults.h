@@ -1,4 +1,4 @@
-// What is to become of the completions of asynchronous calls.
+// The faults of the completions of asynchronous calls.
 #pragma once
 
 #include <condition_variable>

@@ -28,7 +28,7 @@ enum class Nonsense {
 // interface holds for every interface.
 class FaultSwitches {
 public:
-    // What is to become of a call.
+    // The fate of a call.
     struct Verdict {
         std::optional<HRESULT> answer;  // instead of carrying it out
         Nonsense nonsense = Nonsense::none;

@@ -1,4 +1,4 @@
-// What clients have asked of the server, in the order of arrival.
+// The calls that the server got, in the order of arrival.
 #pragma once
 
 #include <cstddef>

@@ -14,7 +14,7 @@
 namespace Korvex::Simulation {
 namespace {
 
-// What a command does, once all of it has been understood.
+// The action of a command that has been parsed.
 using Action = std::function<void()>;
 
 template <typename Meaning>

@@ -8,10 +8,10 @@
 
 namespace Korvex::Simulation {
 
-// What "ID WHAT ..." does; the word "item" has been taken off.
+// Runs "ID WHAT ..."; the word "item" has been taken off.
 std::function<void()> changeItem(CommandWords& words);
 
-// What "written ID" answers; its word has been taken off.
+// Returns the answer to "written ID"; its word has been taken off.
 std::string writtenValue(CommandWords& words);
 
 }  // namespace Korvex::Simulation

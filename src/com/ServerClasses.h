@@ -9,7 +9,7 @@
 
 namespace Korvex::Com {
 
-// What is registered at a moment. Where the registry is a database of the system, that is asked each time.
+// The classes registered at a moment. Where the registry is a database of the system, that is asked each time.
 struct RegisteredServers;
 std::shared_ptr<const RegisteredServers> lookAtServers();
 
@@ -17,7 +17,7 @@ std::shared_ptr<const RegisteredServers> lookAtServers();
 // the classes that implement any.
 std::vector<CLSID> classesOfCategories(const RegisteredServers& servers, const std::vector<CATID>& categories);
 
-// What the registry says of a class; a text may be empty.
+// The registry's texts of a class; each may be empty.
 struct ClassDetails {
     OpxString progId;
     OpxString description;

@@ -35,7 +35,7 @@ inline LPOLESTR copyToTaskMemory(OpxStringView text) noexcept {
     return copy;
 }
 
-// What an element of a task array owns besides its own bytes; most own nothing.
+// Frees what an element of a task array owns besides its own bytes; most own nothing.
 template <typename T>
 void clearTaskElement(T&) noexcept {}
 inline void clearTaskElement(VARIANT& element) noexcept {

@@ -1,4 +1,4 @@
-// What else differs between the platforms, behind plain functions.
+// Everything but COM that differs between the platforms, behind plain functions.
 #pragma once
 
 #include <chrono>
@@ -44,7 +44,7 @@ std::optional<OpxString> environmentVariable(const char* name);
 // Sets one, in UTF-8, for this process and those that it starts. To be called while there is one thread.
 void setEnvironmentVariable(const char* name, const std::string& value);
 
-// What the calling thread's last look at COM's registry on this machine found and no server could be read
+// Returns what the calling thread's last look at COM's registry on this machine found and no server could be read
 // from: a sentence each, told once. Always empty where the registry is a database of the system.
 std::vector<OpxString> takeBrokenRegistrations();
 

@@ -16,7 +16,7 @@ class AddressSpaceWalk {
 public:
     using Element = OPC::OpcDaClient::BrowseElement;
 
-    // What becomes of the elements; `leave` comes when everything below the element has come.
+    // Takes the elements; `leave` comes when everything below the element has come.
     struct Visitor {
         virtual ~Visitor() = default;
         virtual void enter(const Element& element, std::size_t depth) = 0;

@@ -1,4 +1,4 @@
-// What happens to watched items, a line each, as it happens.
+// Prints what happens to watched items, a line each, as it happens.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// What the tool's commands share.
+// The common part of the tool's commands.
 #pragma once
 
 #include <cstdint>
@@ -33,7 +33,7 @@ struct Output {
     bool errorTerminal = false;  // the latter is one
 };
 
-// What to tell of a call that failed, with its code: not every code has a name.
+// Returns the sentence about a failed call, with its code: not every code has a name.
 std::string messageOf(const OPC::OpcDaClient::OPCException& error);
 
 }  // namespace Korvex::Tool

@@ -13,7 +13,7 @@ public:
 
     explicit Table(Row header) : rows_{std::move(header)} {}
 
-    // What a cell holds appears as visible text.
+    // The content of a cell appears as visible text.
     void add(Row row);
 
     // With `styled`, the header is set off with terminal attributes.

@@ -1,4 +1,4 @@
-// What keeps the process of a server alive that is a program of its own. Everywhere else nothing needs to be
+// Keeps the process of a server program alive. Everywhere else nothing needs to be
 // kept, and holding costs nothing.
 #pragma once
 

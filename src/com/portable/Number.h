@@ -7,7 +7,7 @@
 
 namespace Korvex::Com {
 
-// What a floating-point type says of a number.
+// A number as a floating-point type holds it.
 struct RealPrecision {
     int printedDigits;
     std::uint64_t largestMantissa;

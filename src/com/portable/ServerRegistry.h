@@ -62,7 +62,7 @@ private:
 // A sentence for each file that the calling thread's last look found broken, told once.
 KORVEX_COM_API std::vector<OpxString> takeBrokenFiles();
 
-// What the loader said of the module that the calling thread's last creation of an object could not load;
+// Returns the loader's message about the module that the calling thread's last activation could not load;
 // told once, empty where none failed.
 KORVEX_COM_API OpxString takeLoadFailure();
 

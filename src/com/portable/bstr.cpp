@@ -8,7 +8,7 @@
 
 namespace {
 
-// What stands before the text: the byte length right before it, and padding that keeps it aligned.
+// The header of a BSTR: the byte length right before the text, and padding that keeps it aligned.
 struct Header {
     std::uint32_t padding;
     std::uint32_t byteLength;

@@ -29,7 +29,7 @@ int thisYear() {
     return static_cast<int>(chrono::year_month_day(today).year());
 }
 
-// What a text says of a date: numbers whose meaning is open, and perhaps a month by its name.
+// The parts of a date in a text: numbers whose order is open, and perhaps a month's name.
 struct DateParts {
     std::vector<int> numbers;
     int month = 0;

@@ -12,7 +12,7 @@
 namespace Korvex::Com {
 namespace {
 
-// What an object aggregates to say that it may be called from any thread. It answers no IMarshal, which
+// The object that another one aggregates to become agile. It answers no IMarshal, which
 // nothing asks for.
 class FreeThreadedMarshaler final : public ComObject<IUnknown> {};
 

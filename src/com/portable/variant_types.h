@@ -1,4 +1,4 @@
-// What is known of the types that a VARIANT can carry.
+// The properties of the types that a VARIANT can carry.
 #pragma once
 
 #include "com/portable/com_portable.h"

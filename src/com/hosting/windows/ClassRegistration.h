@@ -1,4 +1,4 @@
-// What the registry says of a class, whether a module or a program serves it.
+// The registry's entries of a class, whether a module or a program serves it.
 #pragma once
 
 #include "com/hosting/ModuleRegistration.h"
