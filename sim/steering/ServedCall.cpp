@@ -3,7 +3,7 @@
 
 namespace Korvex::Simulation {
 
-ServedCall::ServedCall(std::string method, const std::string& arguments)
+ServedCall::ServedCall(const std::string& method, const std::string& arguments)
     : entry_(simulation().journal.begin(method + arguments)), verdict_(simulation().faults.admit(method)) {}
 
 HRESULT ServedCall::finish(HRESULT result) const {

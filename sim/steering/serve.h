@@ -99,7 +99,7 @@ std::tuple<Places...> outputs(Places... places) {
 // A call from its arrival to its result.
 class ServedCall {
 public:
-    ServedCall(std::string method, const std::string& arguments);
+    ServedCall(const std::string& method, const std::string& arguments);
 
     const FaultSwitches::Verdict& verdict() const noexcept { return verdict_; }
     HRESULT finish(HRESULT result) const;
@@ -140,11 +140,11 @@ HRESULT carryOut(const FaultSwitches::Verdict& verdict, const std::tuple<Places.
 
 // Answers one call: `body` does the work and may throw. A missing output is E_INVALIDARG.
 template <typename Body, typename... Places>
-HRESULT serve(std::string method, const std::string& arguments, const std::tuple<Places...>& places,
+HRESULT serve(const std::string& method, const std::string& arguments, const std::tuple<Places...>& places,
               const Body& body) noexcept {
     return guarded([&] {
         std::apply([](const auto&... place) { (place.clear(), ...); }, places);
-        const ServedCall call(std::move(method), arguments);
+        const ServedCall call(method, arguments);
         return call.finish(carryOut(call.verdict(), places, body));
     });
 }

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
+#include <utility>
 
 #include <korvex/native/OpxTypeConversionException.h>
 
@@ -79,25 +80,12 @@ OpxDate withCurrentZone(std::int64_t seconds, std::uint16_t milliseconds) {
     return {seconds, milliseconds, now.minutesWest, now.daylightSaving};
 }
 
-// ---- The platform's calendar record --------------------------------------------------------------
+// ---- File times ----------------------------------------------------------------------------------
 
-OpxDate fromSystemTime(const SYSTEMTIME& t) {
-    const CalendarTime calendar{t.wYear, t.wMonth, t.wDay, t.wHour, t.wMinute, t.wSecond};
-    return withCurrentZone(secondsOf(calendar), t.wMilliseconds);
-}
-
-SYSTEMTIME toSystemTime(const OpxDate& date) {
-    const CalendarTime t = utcCalendarTime(date.time());
-    SYSTEMTIME result = {};
-    result.wYear = static_cast<WORD>(t.year);
-    result.wMonth = static_cast<WORD>(t.month);
-    result.wDay = static_cast<WORD>(t.day);
-    result.wHour = static_cast<WORD>(t.hour);
-    result.wMinute = static_cast<WORD>(t.minute);
-    result.wSecond = static_cast<WORD>(t.second);
-    result.wMilliseconds = date.millitm();
-    return result;
-}
+constexpr std::uint64_t kTicksOfSecond = 10'000'000;
+constexpr std::uint64_t kTicksOfMillisecond = 10'000;
+constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;
+constexpr std::uint16_t kLastMillisecond = 999;
 
 // ---- Text out ------------------------------------------------------------------------------------
 
@@ -210,9 +198,10 @@ OpxDate OpxDate::fromOleDate(double oleDate) {
 }
 
 OpxDate OpxDate::fromFileTime(const FILETIME& fileTime) {
-    SYSTEMTIME calendar = {};
-    if (!FileTimeToSystemTime(&fileTime, &calendar)) throwInvalidDate();
-    return fromSystemTime(calendar);
+    const std::uint64_t ticks = (std::uint64_t{fileTime.dwHighDateTime} << 32) | fileTime.dwLowDateTime;
+    if (!std::in_range<std::int64_t>(ticks)) throwInvalidDate();
+    const auto seconds = static_cast<std::int64_t>(ticks / kTicksOfSecond) - kSecondsFrom1601To1970;
+    return withCurrentZone(seconds, static_cast<std::uint16_t>(ticks / kTicksOfMillisecond % 1000));
 }
 
 OpxDate OpxDate::fromIsoText(OpxStringView text) {
@@ -224,16 +213,18 @@ OpxDate OpxDate::fromIsoText(OpxStringView text) {
 
 double OpxDate::toOleDate() const {
     const CalendarTime t = utcCalendarTime(time_);
+    const std::int64_t day = time_ / kSecondsOfDay + kOleDayOf1970;
     // Added one after the other, as others do who make such dates: the last bit depends on it.
-    return static_cast<double>(time_ / kSecondsOfDay + kOleDayOf1970) + t.hour / 24.0 + t.minute / (24.0 * 60) +
+    return static_cast<double>(day) + t.hour / 24.0 + t.minute / (24.0 * 60) +
            t.second / static_cast<double>(kSecondsOfDay) + millitm_ / kMillisecondsOfDay;
 }
 
 FILETIME OpxDate::toFileTime() const {
-    const SYSTEMTIME calendar = toSystemTime(*this);
-    FILETIME fileTime = {};
-    if (!SystemTimeToFileTime(&calendar, &fileTime)) throwInvalidDate();
-    return fileTime;
+    requireRepresentable(time_);
+    if (millitm_ > kLastMillisecond) throwInvalidDate();
+    const auto seconds = static_cast<std::uint64_t>(time_ + kSecondsFrom1601To1970);
+    const std::uint64_t ticks = seconds * kTicksOfSecond + millitm_ * kTicksOfMillisecond;
+    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
 }
 
 OpxString OpxDate::toDateTimeText(std::int32_t mode) const {

@@ -35,7 +35,7 @@ private:
     static constexpr OpxStringView hexadecimal(std::int32_t qualityBits) {
         constexpr OpxStringView all = OLESTR("0004080C1014181C2024282C3034383C4044484C5054585C6064686C7074787C")
             OLESTR("8084888C9094989CA0A4A8ACB0B4B8BCC0C4C8CCD0D4D8DCE0E4E8ECF0F4F8FC");
-        return all.substr(static_cast<std::size_t>((qualityBits & 0xFC) / 4 * 2), 2);
+        return all.substr(static_cast<std::size_t>(qualityBits & 0xFC) / 4 * 2, 2);
     }
 
     static constexpr Name kNames[] = {

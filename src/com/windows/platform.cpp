@@ -124,10 +124,20 @@ std::filesystem::path fileNameOf(HMODULE module) {
 
 }  // namespace
 
+// The C runtime asks the system for the zone each time, which costs more than all else that is done with a value:
+// once a second and thread is enough.
 ZonedTime currentTime() {
-    __timeb64 now = {};
-    ::_ftime64(&now);
-    return {now.time, now.millitm, now.timezone, now.dstflag};
+    constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;
+    FILETIME now = {};
+    ::GetSystemTimeAsFileTime(&now);
+    const auto ticks = static_cast<std::int64_t>((std::uint64_t{now.dwHighDateTime} << 32) | now.dwLowDateTime);
+    const std::int64_t seconds = ticks / 10'000'000 - kSecondsFrom1601To1970;
+    thread_local __timeb64 zone = {};
+    if (zone.time != seconds) {
+        ::_ftime64(&zone);
+        zone.time = seconds;
+    }
+    return {seconds, static_cast<std::uint16_t>(ticks / 10'000 % 1000), zone.timezone, zone.dstflag};
 }
 
 std::optional<CalendarTime> localCalendarTime(std::int64_t seconds) {

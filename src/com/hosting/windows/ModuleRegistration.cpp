@@ -47,7 +47,7 @@ HRESULT unregisterModule(const ModuleRegistration& registration) {
 }
 
 bool isServedElsewhere(const ModuleRegistration& registration) {
-    for (const REGSAM view : {KEY_WOW64_64KEY, KEY_WOW64_32KEY}) {
+    for (const REGSAM view : {REGSAM{KEY_WOW64_64KEY}, REGSAM{KEY_WOW64_32KEY}}) {
         const RegistryKey key(HKEY_CLASSES_ROOT, classKeyOf(registration.clsid), view);
         if (!key) continue;
         for (const OLECHAR* serverKey : {kModuleKey, kProgramKey}) {
