@@ -1,6 +1,8 @@
 #include "values/TypeConverter.h"
 
 #include <chrono>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "com/owners.h"
@@ -75,6 +77,78 @@ std::vector<T> publicElements(const OpxOpc::OpxVariant& array, T (*convert)(cons
     return result;
 }
 
+// Most values by far: plain scalars have the same form on both sides and need no VARIANT in between.
+std::optional<Object> publicPlain(const OpxOpc::OpxVariant& native) {
+    switch (native.type()) {
+        case VType::Empty:
+            return Object();
+        case VType::Bool:
+            return native.toBool();
+        case VType::Int8:
+            return native.toInt8();
+        case VType::Int16:
+            return native.toInt16();
+        case VType::Int32:
+            return native.toInt32();
+        case VType::Int64:
+            return native.toInt64();
+        case VType::UInt8:
+            return native.toUInt8();
+        case VType::UInt16:
+            return native.toUInt16();
+        case VType::UInt32:
+            return native.toUInt32();
+        case VType::UInt64:
+            return native.toUInt64();
+        case VType::Float:
+            return static_cast<float>(native.toDouble());  // infinities too, which toFloat refuses
+        case VType::Double:
+            return native.toDouble();
+        case VType::String:
+            return native.toString();
+        default:
+            return std::nullopt;
+    }
+}
+
+template <typename T>
+bool assignIf(const Object& value, OpxOpc::OpxVariant& native) {
+    const T* const plain = value.tryGet<T>();
+    if (plain) native = *plain;
+    return plain != nullptr;
+}
+
+bool nativePlain(const Object& value, OpxOpc::OpxVariant& native) {
+    switch (value.type().kind()) {
+        case Kind::Boolean:
+            return assignIf<bool>(value, native);
+        case Kind::Int8:
+            return assignIf<std::int8_t>(value, native);
+        case Kind::Int16:
+            return assignIf<std::int16_t>(value, native);
+        case Kind::Int32:
+            return assignIf<std::int32_t>(value, native);
+        case Kind::Int64:
+            return assignIf<std::int64_t>(value, native);
+        case Kind::UInt8:
+            return assignIf<std::uint8_t>(value, native);
+        case Kind::UInt16:
+            return assignIf<std::uint16_t>(value, native);
+        case Kind::UInt32:
+            return assignIf<std::uint32_t>(value, native);
+        case Kind::UInt64:
+            return assignIf<std::uint64_t>(value, native);
+        case Kind::Float:
+            return assignIf<float>(value, native);
+        case Kind::Double:
+            return assignIf<double>(value, native);
+        case Kind::String:
+            return assignIf<OpxString>(value, native);
+        default:
+            return false;
+    }
+}
+
 }  // namespace
 
 Type TypeConverter::GetType(VType tag) noexcept {
@@ -94,6 +168,7 @@ VType TypeConverter::GetOpxVT(const Type& type) noexcept {
 bool TypeConverter::toNative(const Object& value, OpxOpc::OpxVariant& native) {
     native.clear();
     try {
+        if (nativePlain(value, native)) return true;
         Com::UniqueVariant variant;
         if (!storeObject(value, variant)) return false;
         native = variant;
@@ -105,6 +180,7 @@ bool TypeConverter::toNative(const Object& value, OpxOpc::OpxVariant& native) {
 }
 
 Object TypeConverter::toPublic(const OpxOpc::OpxVariant& native) {
+    if (std::optional<Object> plain = publicPlain(native)) return *std::move(plain);
     if (native.type() == VType::Date) return publicDate(native);
     if (native.type() == Opx::arrayOf(VType::Date)) return publicElements(native, &publicDate);
     if (native.type() == Opx::arrayOf(VType::Variant)) return publicElements(native, &TypeConverter::toPublic);
