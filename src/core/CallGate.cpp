@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <vector>
 
 #include "core/Addition.h"
 
@@ -25,17 +24,11 @@ private:
     std::atomic<int>& count_;
 };
 
-// The calling thread's calls in progress, one entry a call.
-thread_local std::vector<const CallGate*> ownCalls;
-
-std::uint32_t ownDepth(const CallGate* gate) {
-    return static_cast<std::uint32_t>(std::count(ownCalls.begin(), ownCalls.end(), gate));
-}
-
 }  // namespace
 
 void CallGate::lock() {
-    const auto take = [this, self = std::this_thread::get_id()] {
+    const auto self = std::this_thread::get_id();
+    const auto take = [this, self] {
         if (depth_ > 0 && owner_ != self) return false;
         owner_ = self;
         ++depth_;
@@ -43,15 +36,14 @@ void CallGate::lock() {
     };
     if (changed_.look(take)) return;
     const Addition::AtGate here(*this);
-    // Taken out of the list too: a handler that the wait lets in may come here once more.
-    const auto own = static_cast<std::uint32_t>(std::erase(ownCalls, this));
-    changed_.change([&] { busyCount_ -= own; });
+    // Set aside and not only left uncounted: a handler that the wait lets in may come here once more.
+    std::uint32_t own = 0;
+    changed_.change([&] { own = setAside(self); });
     changed_.wait([&] {
         if (!take()) return false;
-        busyCount_ += own;
+        if (own != 0) callsOf(self) += own;
         return true;
     });
-    ownCalls.insert(ownCalls.end(), own, this);
 }
 
 void CallGate::unlock() {
@@ -59,8 +51,7 @@ void CallGate::unlock() {
 }
 
 void CallGate::enter() {
-    ownCalls.push_back(this);
-    changed_.look([this] { ++busyCount_; });
+    changed_.look([this] { ++callsOf(std::this_thread::get_id()); });
 }
 
 std::thread::id CallGate::owner() const {
@@ -69,15 +60,34 @@ std::thread::id CallGate::owner() const {
 
 // The gate may be gone as soon as the count is given back.
 void CallGate::leave() noexcept {
-    const auto last = std::find(ownCalls.rbegin(), ownCalls.rend(), this);
-    ownCalls.erase(std::next(last).base());
-    changed_.change([this] { --busyCount_; });
+    changed_.change([this, self = std::this_thread::get_id()] {
+        if (--callsOf(self) == 0) setAside(self);
+    });
 }
 
 bool CallGate::waitUntilQuiet(Signal::Duration limit) {
     std::optional<Closed> closed;
     if (limit == Signal::kForever) closed.emplace(*this, closed_);
-    return changed_.wait([this, own = ownDepth(this)] { return busyCount_ == own; }, limit);
+    const auto self = std::this_thread::get_id();
+    return changed_.wait(
+        [this, self] {
+            return std::ranges::all_of(calls_, [self](const ThreadCalls& each) { return each.thread == self; });
+        },
+        limit);
+}
+
+std::uint32_t& CallGate::callsOf(std::thread::id thread) {
+    const auto found = std::ranges::find(calls_, thread, &ThreadCalls::thread);
+    return found == calls_.end() ? calls_.emplace_back(ThreadCalls{thread, 0}).count : found->count;
+}
+
+std::uint32_t CallGate::setAside(std::thread::id thread) noexcept {
+    const auto found = std::ranges::find(calls_, thread, &ThreadCalls::thread);
+    if (found == calls_.end()) return 0;
+    const std::uint32_t count = found->count;
+    *found = calls_.back();
+    calls_.pop_back();
+    return count;
 }
 
 }  // namespace OpxOpc

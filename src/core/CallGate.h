@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <thread>
+#include <vector>
 
 #include "opc/apartment/Signal.h"
 
@@ -42,10 +43,20 @@ public:
     std::thread::id owner() const;
 
 private:
+    // A thread's calls in progress. They stand here and not in the thread's own storage: MinGW gives that back
+    // before the destructors run that stand in it.
+    struct ThreadCalls {
+        std::thread::id thread;
+        std::uint32_t count;
+    };
+
+    std::uint32_t& callsOf(std::thread::id thread);
+    std::uint32_t setAside(std::thread::id thread) noexcept;
+
     Signal changed_;  // guards what follows
     std::thread::id owner_;
-    std::uint32_t depth_ = 0;  // of the owner's locking; 0 when the gate is open
-    std::uint32_t busyCount_ = 0;
+    std::uint32_t depth_ = 0;         // of the owner's locking; 0 when the gate is open
+    std::vector<ThreadCalls> calls_;  // one entry a thread that has some
     std::atomic<int> closed_ = 0;
 };
 
