@@ -53,6 +53,7 @@ struct OpxDaServer::Private {
         connected.swap(engine);
     }
     void disconnect() { connect(nullptr); }
+    std::int32_t modify(const ModifyRequest& request, std::uint32_t* revisedUpdateRate);
 
     std::mutex lock;
     std::shared_ptr<OpxDaServerInterface> connected;  // null while disconnected
@@ -84,13 +85,14 @@ std::int32_t OpxDaServer::connect(const OpxString& url, OpxServerConnectInfo& in
     const ExclusiveFlag::Claim claim(d_->changing);
     if (!claim || d_->engine()) return trace.refuse("[E_FAIL] - Server already connected", E_FAIL);
     if (!callback) return trace.refuse("[E_INVALIDARG] - No callback pointer passt", E_INVALIDARG);
-    ParameterTrace::connectInputs(url, info, clientHandle);
+    ConnectRequest request = {url, info, clientHandle, std::move(callback)};
+    ParameterTrace::inputs(request);
     if (!namesDataAccessServer(url)) {
         LibT::lError("Interface pointer DaServerInterface not valid");
         return trace.leave(E_FAIL);
     }
     auto engine = std::make_shared<OpxDaServerCom>();
-    const HRESULT hr = engine->connect(url, info, clientHandle, std::move(callback));
+    const HRESULT hr = engine->connect(std::move(request));
     if (succeeded(hr)) d_->connect(std::move(engine));
     engine.reset();
     return trace.leave(hr);
@@ -113,9 +115,11 @@ std::int32_t OpxDaServer::read(std::uint32_t maxAge, std::vector<OpxItemIdentifi
     const auto engine = d_->engine();
     if (!engine) return trace.refuse(kNotConnected, E_FAIL);
     if (items.empty()) return trace.refuse(kNoItems, E_INVALIDARG);
-    ParameterTrace::readInputs(maxAge, items);
-    const HRESULT hr = engine->read(maxAge, items, values, errors);
-    if (succeeded(hr)) ParameterTrace::readOutputs(items, values, errors);
+    const ReadRequest request = {std::nullopt, maxAge, items};
+    const ReadAnswer answer = {values, errors};
+    ParameterTrace::inputs(request);
+    const HRESULT hr = engine->read(request, answer);
+    if (succeeded(hr)) ParameterTrace::outputs(request, answer);
     return trace.leave(hr);
 }
 
@@ -125,8 +129,9 @@ std::int32_t OpxDaServer::readAsync(std::uint32_t transaction, std::uint32_t max
     const auto engine = d_->engine();
     if (!engine) return trace.refuse(kNotConnected, E_FAIL);
     if (items.empty()) return trace.refuse(kNoItems, E_INVALIDARG);
-    ParameterTrace::readAsyncInputs(transaction, maxAge, items);
-    const HRESULT hr = engine->readAsync(transaction, maxAge, items, errors);
+    const ReadRequest request = {transaction, maxAge, items};
+    ParameterTrace::inputs(request);
+    const HRESULT hr = engine->readAsync(request, errors);
     if (succeeded(hr)) ParameterTrace::errorOutputs(items, errors);
     return trace.leave(hr);
 }
@@ -138,8 +143,9 @@ std::int32_t OpxDaServer::write(std::vector<OpxItemIdentifier>& items, const std
     if (!engine) return trace.refuse(kNotConnected, E_FAIL);
     if (items.empty()) return trace.refuse(kNoItems, E_INVALIDARG);
     if (items.size() != values.size()) return trace.refuse(kDifferentLengths, E_INVALIDARG);
-    ParameterTrace::writeInputs(items, values);
-    const HRESULT hr = engine->write(items, values, errors);
+    const WriteRequest request = {std::nullopt, items, values};
+    ParameterTrace::inputs(request);
+    const HRESULT hr = engine->write(request, errors);
     if (succeeded(hr)) ParameterTrace::errorOutputs(items, errors);
     return trace.leave(hr);
 }
@@ -151,8 +157,9 @@ std::int32_t OpxDaServer::writeAsync(std::uint32_t transaction, std::vector<OpxI
     if (!engine) return trace.refuse(kNotConnected, E_FAIL);
     if (items.empty()) return trace.refuse(kNoItems, E_INVALIDARG);
     if (items.size() != values.size()) return trace.refuse(kDifferentLengths, E_INVALIDARG);
-    ParameterTrace::writeAsyncInputs(transaction, items, values);
-    const HRESULT hr = engine->writeAsync(transaction, items, values, errors);
+    const WriteRequest request = {transaction, items, values};
+    ParameterTrace::inputs(request);
+    const HRESULT hr = engine->writeAsync(request, errors);
     if (succeeded(hr)) ParameterTrace::errorOutputs(items, errors);
     return trace.leave(hr);
 }
@@ -168,51 +175,40 @@ std::int32_t OpxDaServer::subscribe(std::uint32_t clientSubscription, bool activ
     if (!engine) return trace.refuse(kNotConnected, E_FAIL);
     if (items.empty()) return trace.refuse(kNoItems, E_INVALIDARG);
     if (isInvalidDeadband(deadband)) return trace.refuse(kInvalidDeadband, E_INVALIDARG);
-    ParameterTrace::subscribeInputs(clientSubscription, active, updateRate, deadband, items);
-    const HRESULT hr = engine->subscribe(clientSubscription, active, updateRate, deadband, items, revisedUpdateRate,
-                                         serverSubscription, errors);
-    if (succeeded(hr)) ParameterTrace::subscribeOutputs(revisedUpdateRate, serverSubscription, items, errors);
+    const SubscribeRequest request = {clientSubscription, active, updateRate, deadband, items};
+    const SubscribeAnswer answer = {revisedUpdateRate, serverSubscription, errors};
+    ParameterTrace::inputs(request);
+    const HRESULT hr = engine->subscribe(request, answer);
+    if (succeeded(hr)) ParameterTrace::outputs(request, answer);
     return trace.leave(hr);
 }
 
 std::int32_t OpxDaServer::subscriptionModify(std::uint32_t serverSubscription, float deadband) {
-    const InterfaceScope trace("DaServer::subscriptionModify");
-    const auto engine = d_->engine();
-    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
-    if (isInvalidDeadband(deadband)) return trace.refuse(kInvalidDeadband, E_INVALIDARG);
-    ParameterTrace::modifyInputs(serverSubscription, {.deadband = deadband});
-    return trace.leave(engine->subscriptionModify(serverSubscription, deadband));
+    return d_->modify({.serverSubscription = serverSubscription, .deadband = deadband}, nullptr);
 }
 
 std::int32_t OpxDaServer::subscriptionModify(std::uint32_t serverSubscription, std::uint32_t updateRate,
                                              std::uint32_t* revisedUpdateRate) {
-    const InterfaceScope trace("DaServer::subscriptionModify");
-    const auto engine = d_->engine();
-    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
-    ParameterTrace::modifyInputs(serverSubscription, {.updateRate = updateRate});
-    const HRESULT hr = engine->subscriptionModify(serverSubscription, updateRate, revisedUpdateRate);
-    if (succeeded(hr)) ParameterTrace::modifyOutputs(revisedUpdateRate);
-    return trace.leave(hr);
+    return d_->modify({.serverSubscription = serverSubscription, .updateRate = updateRate}, revisedUpdateRate);
 }
 
 std::int32_t OpxDaServer::subscriptionModify(std::uint32_t serverSubscription, bool active) {
-    const InterfaceScope trace("DaServer::subscriptionModify");
-    const auto engine = d_->engine();
-    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
-    ParameterTrace::modifyInputs(serverSubscription, {.active = active});
-    return trace.leave(engine->subscriptionModify(serverSubscription, active));
+    return d_->modify({.serverSubscription = serverSubscription, .active = active}, nullptr);
 }
 
 std::int32_t OpxDaServer::subscriptionModify(std::uint32_t serverSubscription, bool active, std::uint32_t updateRate,
                                              float deadband, std::uint32_t* revisedUpdateRate) {
+    return d_->modify({serverSubscription, active, updateRate, deadband}, revisedUpdateRate);
+}
+
+std::int32_t OpxDaServer::Private::modify(const ModifyRequest& request, std::uint32_t* revisedUpdateRate) {
     const InterfaceScope trace("DaServer::subscriptionModify");
-    const auto engine = d_->engine();
-    if (!engine) return trace.refuse(kNotConnected, E_FAIL);
-    if (isInvalidDeadband(deadband)) return trace.refuse(kInvalidDeadband, E_INVALIDARG);
-    ParameterTrace::modifyInputs(serverSubscription,
-                                 {.active = active, .updateRate = updateRate, .deadband = deadband});
-    const HRESULT hr = engine->subscriptionModify(serverSubscription, active, updateRate, deadband, revisedUpdateRate);
-    if (succeeded(hr)) ParameterTrace::modifyOutputs(revisedUpdateRate);
+    const auto current = engine();
+    if (!current) return trace.refuse(kNotConnected, E_FAIL);
+    if (request.deadband && isInvalidDeadband(*request.deadband)) return trace.refuse(kInvalidDeadband, E_INVALIDARG);
+    ParameterTrace::inputs(request);
+    const HRESULT hr = current->subscriptionModify(request, revisedUpdateRate);
+    if (succeeded(hr) && request.updateRate) ParameterTrace::modifyOutputs(revisedUpdateRate);
     return trace.leave(hr);
 }
 
@@ -222,8 +218,9 @@ std::int32_t OpxDaServer::subscriptionAddItems(std::uint32_t serverSubscription,
     const auto engine = d_->engine();
     if (!engine) return trace.refuse(kNotConnected, E_FAIL);
     if (items.empty()) return trace.refuse(kNoItems, E_INVALIDARG);
-    ParameterTrace::addItemsInputs(serverSubscription, items);
-    const HRESULT hr = engine->subscriptionAddItems(serverSubscription, items, errors);
+    const AddItemsRequest request = {serverSubscription, items};
+    ParameterTrace::inputs(request);
+    const HRESULT hr = engine->subscriptionAddItems(request, errors);
     if (succeeded(hr)) ParameterTrace::itemOutputs(items, errors);
     return trace.leave(hr);
 }
@@ -235,8 +232,9 @@ std::int32_t OpxDaServer::subscriptionRemoveItems(std::uint32_t serverSubscripti
     const auto engine = d_->engine();
     if (!engine) return trace.refuse(kNotConnected, E_FAIL);
     if (items.empty()) return trace.refuse(kNoItems, E_INVALIDARG);
-    ParameterTrace::removeItemsInputs(serverSubscription, items);
-    const HRESULT hr = engine->subscriptionRemoveItems(serverSubscription, items, errors);
+    const RemoveItemsRequest request = {serverSubscription, items};
+    ParameterTrace::inputs(request);
+    const HRESULT hr = engine->subscriptionRemoveItems(request, errors);
     if (succeeded(hr)) ParameterTrace::errorOutputs(items, errors);
     return trace.leave(hr);
 }
@@ -259,11 +257,12 @@ std::int32_t OpxDaServer::browse(const OpxString& itemName, const OpxString& ite
     const InterfaceScope trace("DaServer::browse");
     const auto engine = d_->engine();
     if (!engine) return trace.refuse(kNotConnected, E_FAIL);
-    ParameterTrace::browseInputs(itemName, itemPath, continuationPoint, maxElementsReturned, filter,
-                                 {propertyIds, returnAllProperties, returnPropertyValues});
-    const HRESULT hr = engine->browse(itemName, itemPath, continuationPoint, maxElementsReturned, filter, propertyIds,
-                                      returnAllProperties, returnPropertyValues, elements, moreElements);
-    if (succeeded(hr)) ParameterTrace::browseOutputs(continuationPoint, moreElements, elements);
+    const BrowseRequest request = {
+        itemName, maxElementsReturned, filter, {propertyIds, returnAllProperties, returnPropertyValues}};
+    const BrowseAnswer answer = {continuationPoint, elements, moreElements};
+    ParameterTrace::inputs(request, itemPath, continuationPoint);
+    const HRESULT hr = engine->browse(request, answer);
+    if (succeeded(hr)) ParameterTrace::outputs(answer);
     return trace.leave(hr);
 }
 
@@ -274,9 +273,10 @@ std::int32_t OpxDaServer::getProperties(const std::vector<OpxItemIdentifier>& it
     const auto engine = d_->engine();
     if (!engine) return trace.refuse(kNotConnected, E_FAIL);
     if (propertyIds.empty() && !returnAllProperties) return trace.refuse(kNoProperties, E_INVALIDARG);
-    ParameterTrace::getPropertiesInputs(items, {propertyIds, returnAllProperties, returnPropertyValues});
-    const HRESULT hr = engine->getProperties(items, propertyIds, returnAllProperties, returnPropertyValues, results);
-    if (succeeded(hr)) ParameterTrace::getPropertiesOutputs(items, results);
+    const PropertiesRequest request = {items, {propertyIds, returnAllProperties, returnPropertyValues}};
+    ParameterTrace::inputs(request);
+    const HRESULT hr = engine->getProperties(request, results);
+    if (succeeded(hr)) ParameterTrace::propertyOutputs(items, results);
     return trace.leave(hr);
 }
 

@@ -22,8 +22,7 @@ OpxDaServerCom::~OpxDaServerCom() {
     LibT::lCtor("<-- Dtor DaServerCom");
 }
 
-HRESULT OpxDaServerCom::connect(const OpxString& url, OpxServerConnectInfo& info, std::uint32_t clientHandle,
-                                std::shared_ptr<OpxDataCallback> callback) {
+HRESULT OpxDaServerCom::connect(ConnectRequest request) {
     const TraceScope trace("DaServerCom::connect");
     if (d_->isLeftAlone()) d_ = std::make_shared<DaServerComPrivate>();
     {
@@ -33,15 +32,15 @@ HRESULT OpxDaServerCom::connect(const OpxString& url, OpxServerConnectInfo& info
         }
         d_->reset();
     }
-    if (const HRESULT hr = guarded([&] { return d_->resolveUrl(url); }); failed(hr)) return trace.leave(hr);
-    d_->clientHandle = clientHandle;
-    d_->keepAliveTime = static_cast<std::uint32_t>(info.keepAliveTime);
-    d_->reconnectAfterError = info.reconnectAfterConnectionError;
-    if (callback) d_->callback = std::make_shared<CallbackRelay>(std::move(callback));
+    if (const HRESULT hr = guarded([&] { return d_->resolveUrl(request.url); }); failed(hr)) return trace.leave(hr);
+    d_->clientHandle = request.clientHandle;
+    d_->keepAliveTime = static_cast<std::uint32_t>(request.info.keepAliveTime);
+    d_->reconnectAfterError = request.info.reconnectAfterConnectionError;
+    if (request.callback) d_->callback = std::make_shared<CallbackRelay>(std::move(request.callback));
 
     bool localeChanged = false;
-    const HRESULT hr = guarded([&] { return d_->openConnection(info, localeChanged); });
-    const bool retry = hr == S_FALSE || (failed(hr) && info.retryInitialConnect);
+    const HRESULT hr = guarded([&] { return d_->openConnection(request.info, localeChanged); });
+    const bool retry = hr == S_FALSE || (failed(hr) && request.info.retryInitialConnect);
     const HRESULT goesOn = failed(hr) && !retry ? hr : d_->createWatchDog();
     if (failed(goesOn)) {
         if (succeeded(hr) && !retry) d_->removeMainGroup();
@@ -50,12 +49,12 @@ HRESULT OpxDaServerCom::connect(const OpxString& url, OpxServerConnectInfo& info
         return trace.leave(goesOn);
     }
     if (retry) {
-        LibT::eventWarning("Connect failed to OPC Server %ls", url);
+        LibT::eventWarning("Connect failed to OPC Server %ls", request.url);
         LibT::eventInformation("Continue to try connect");
         d_->begin(SERVERSTATUS_WATCHDOG_ERROR);
         d_->abandonConnection();
     } else {
-        LibT::eventInformation("Successfully connected to OPC Server %ls", url);
+        LibT::eventInformation("Successfully connected to OPC Server %ls", request.url);
         d_->begin(SERVERSTATUS_CONNECTED);
     }
     d_->startWatchDog();

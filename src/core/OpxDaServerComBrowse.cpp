@@ -5,31 +5,23 @@
 
 namespace OpxOpc {
 
-HRESULT OpxDaServerCom::browse(const OpxString& itemName, const OpxString& /*itemPath*/, OpxString& continuationPoint,
-                               std::uint32_t maxElementsReturned, BrowseFilter filter,
-                               const std::vector<std::uint32_t>& propertyIds, bool returnAllProperties,
-                               bool returnPropertyValues, std::vector<OpxBrowseElement>& elements, bool* moreElements) {
+HRESULT OpxDaServerCom::browse(const BrowseRequest& request, const BrowseAnswer& answer) {
     CallFrame frame(*d_, "DaServerCom::browse", CallFrame::Needs::Server);
     if (!frame.entered()) return frame.refuseUnconnected();
-    const BrowseRequest request = {itemName,
-                                   maxElementsReturned,
-                                   filter,
-                                   {propertyIds, returnAllProperties, returnPropertyValues},
-                                   frame.link().mainGroup.get()};
+    BrowseRequest ofServer = request;
+    ofServer.group = frame.link().mainGroup.get();
     bool ignored = false;
-    bool& more = moreElements ? *moreElements : ignored;
-    return frame.leave(
-        guarded([&] { return frame.link().server->browse(request, continuationPoint, elements, more); }));
+    bool& more = answer.moreElements ? *answer.moreElements : ignored;
+    return frame.leave(guarded(
+        [&] { return frame.link().server->browse(ofServer, answer.continuationPoint, answer.elements, more); }));
 }
 
-HRESULT OpxDaServerCom::getProperties(const std::vector<OpxItemIdentifier>& items,
-                                      const std::vector<std::uint32_t>& propertyIds, bool returnAllProperties,
-                                      bool returnPropertyValues, std::vector<OpxItemProperties>& results) {
+HRESULT OpxDaServerCom::getProperties(const PropertiesRequest& request, std::vector<OpxItemProperties>& results) {
     CallFrame frame(*d_, "DaServerCom::getProperties", CallFrame::Needs::Server);
-    if (items.empty()) return E_INVALIDARG;
+    if (request.items.empty()) return E_INVALIDARG;
     if (!frame.entered()) return frame.refuseUnconnected();
-    const PropertyRequest request = {propertyIds, returnAllProperties, returnPropertyValues};
-    return frame.leave(guarded([&] { return frame.link().server->getProperties(items, request, results); }));
+    return frame.leave(
+        guarded([&] { return frame.link().server->getProperties(request.items, request.properties, results); }));
 }
 
 }  // namespace OpxOpc

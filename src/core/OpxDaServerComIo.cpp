@@ -12,18 +12,15 @@
 namespace OpxOpc {
 namespace {
 
-using Items = std::vector<OpxItemIdentifier>;
-using Values = std::vector<OpxItemValue>;
-using Codes = std::vector<std::int32_t>;
 using Types = std::vector<Opx::VType>;
 
 // The accepted items of a request, with the place of each in it.
-struct ServerRequest {
+struct AcceptedItems {
     std::vector<std::size_t> positions;
     std::vector<std::uint32_t> handles;
     Types types;
 
-    ServerRequest(const ResolvedItems& resolved, const Types& typesOfAll) {
+    AcceptedItems(const ResolvedItems& resolved, const Types& typesOfAll) {
         for (std::size_t i = 0; i < typesOfAll.size(); ++i) {
             if (!resolved.isValid(i)) continue;
             positions.push_back(i);
@@ -42,12 +39,12 @@ Types requestedTypes(const Items& items) {
 
 // The codes that the server gave to the items it was asked for, at their places in the request; empty
 // when it gave none.
-Codes spread(const Codes& errors, const ServerRequest& request, std::size_t count) {
+Codes spread(const Codes& errors, const AcceptedItems& accepted, std::size_t count) {
     Codes result;
     if (errors.empty()) return result;
     result.resize(count);
-    for (std::size_t n = 0; n < request.positions.size() && n < errors.size(); ++n) {
-        result[request.positions[n]] = errors[n];
+    for (std::size_t n = 0; n < accepted.positions.size() && n < errors.size(); ++n) {
+        result[accepted.positions[n]] = errors[n];
     }
     return result;
 }
@@ -80,28 +77,29 @@ HRESULT withServerItems(const ServerLink& link, Items& items, Codes& errors, Cal
     return S_FALSE;
 }
 
-HRESULT readItems(const ServerLink& link, std::uint32_t maxAge, Items& items, Values& values, Codes& errors) {
-    const Types types = requestedTypes(items);
-    values.assign(items.size(), OpxItemValue());
-    return withServerItems(link, items, errors, [&](const ResolvedItems& resolved, Codes& codes) {
-        const ServerRequest request(resolved, types);
+HRESULT readItems(const ServerLink& link, const ReadRequest& request, const ReadAnswer& answer) {
+    const Types types = requestedTypes(request.items);
+    answer.values.assign(request.items.size(), OpxItemValue());
+    return withServerItems(link, request.items, answer.errors, [&](const ResolvedItems& resolved, Codes& codes) {
+        const AcceptedItems accepted(resolved, types);
         Values answered;
         Codes answeredCodes;
-        const HRESULT hr = link.mainGroup->read(maxAge, request.handles, request.types, answered, answeredCodes);
+        const HRESULT hr =
+            link.mainGroup->read(request.maxAge, accepted.handles, accepted.types, answered, answeredCodes);
         if (failed(hr)) return hr;
-        for (std::size_t n = 0; n < request.positions.size() && n < answered.size(); ++n) {
-            values[request.positions[n]] = std::move(answered[n]);
+        for (std::size_t n = 0; n < accepted.positions.size() && n < answered.size(); ++n) {
+            answer.values[accepted.positions[n]] = std::move(answered[n]);
         }
-        codes = spread(answeredCodes, request, items.size());
+        codes = spread(answeredCodes, accepted, request.items.size());
         return hr;
     });
 }
 
-std::vector<OpxVariant> valuesToSend(const ServerRequest& request, const Values& values) {
+std::vector<OpxVariant> valuesToSend(const AcceptedItems& accepted, const Values& values) {
     try {
         std::vector<OpxVariant> sent;
-        sent.reserve(request.positions.size());
-        for (const std::size_t position : request.positions) sent.push_back(values[position].value);
+        sent.reserve(accepted.positions.size());
+        for (const std::size_t position : accepted.positions) sent.push_back(values[position].value);
         return sent;
     } catch (const std::exception&) {
         LibT::lError("Error: DaServerCom::write - Error at setting data types");
@@ -109,13 +107,13 @@ std::vector<OpxVariant> valuesToSend(const ServerRequest& request, const Values&
     }
 }
 
-HRESULT writeItems(const ServerLink& link, Items& items, const Values& values, Codes& errors) {
-    return withServerItems(link, items, errors, [&](const ResolvedItems& resolved, Codes& codes) {
-        const ServerRequest request(resolved, resolved.canonicalTypes);
+HRESULT writeItems(const ServerLink& link, const WriteRequest& request, Codes& errors) {
+    return withServerItems(link, request.items, errors, [&](const ResolvedItems& resolved, Codes& codes) {
+        const AcceptedItems accepted(resolved, resolved.canonicalTypes);
         Codes answeredCodes;
-        const HRESULT hr =
-            link.mainGroup->write(request.handles, valuesToSend(request, values), request.types, answeredCodes);
-        if (succeeded(hr)) codes = spread(answeredCodes, request, items.size());
+        const HRESULT hr = link.mainGroup->write(accepted.handles, valuesToSend(accepted, request.values),
+                                                 accepted.types, answeredCodes);
+        if (succeeded(hr)) codes = spread(answeredCodes, accepted, request.items.size());
         return hr;
     });
 }
@@ -144,32 +142,31 @@ HRESULT startTransaction(DaGroupMgt& group, std::shared_ptr<ComAsyncTransaction>
     return hr;
 }
 
-HRESULT startReading(const ServerLink& link, std::uint32_t clientTransaction, std::uint32_t maxAge, Items& items,
-                     Codes& errors) {
-    const Types types = requestedTypes(items);
-    return withServerItems(link, items, errors, [&](const ResolvedItems& resolved, Codes& codes) {
-        const ServerRequest request(resolved, types);
-        auto transaction = transactionFor(clientTransaction, items, resolved, types);
+HRESULT startReading(const ServerLink& link, const ReadRequest& request, Codes& errors) {
+    const Types types = requestedTypes(request.items);
+    return withServerItems(link, request.items, errors, [&](const ResolvedItems& resolved, Codes& codes) {
+        const AcceptedItems accepted(resolved, types);
+        auto transaction = transactionFor(request.transaction.value_or(0), request.items, resolved, types);
         Codes answeredCodes;
         const HRESULT hr = startTransaction(*link.mainGroup, std::move(transaction), [&](std::uint32_t key) {
-            return link.mainGroup->readAsync(key, maxAge, request.handles, answeredCodes);
+            return link.mainGroup->readAsync(key, request.maxAge, accepted.handles, answeredCodes);
         });
-        if (succeeded(hr)) codes = spread(answeredCodes, request, items.size());
+        if (succeeded(hr)) codes = spread(answeredCodes, accepted, request.items.size());
         return hr;
     });
 }
 
-HRESULT startWriting(const ServerLink& link, std::uint32_t clientTransaction, Items& items, const Values& values,
-                     Codes& errors) {
-    return withServerItems(link, items, errors, [&](const ResolvedItems& resolved, Codes& codes) {
-        const ServerRequest request(resolved, resolved.canonicalTypes);
-        const auto sent = valuesToSend(request, values);
-        auto transaction = transactionFor(clientTransaction, items, resolved, resolved.canonicalTypes);
+HRESULT startWriting(const ServerLink& link, const WriteRequest& request, Codes& errors) {
+    return withServerItems(link, request.items, errors, [&](const ResolvedItems& resolved, Codes& codes) {
+        const AcceptedItems accepted(resolved, resolved.canonicalTypes);
+        const auto sent = valuesToSend(accepted, request.values);
+        auto transaction =
+            transactionFor(request.transaction.value_or(0), request.items, resolved, resolved.canonicalTypes);
         Codes answeredCodes;
         const HRESULT hr = startTransaction(*link.mainGroup, std::move(transaction), [&](std::uint32_t key) {
-            return link.mainGroup->writeAsync(key, request.handles, sent, request.types, answeredCodes);
+            return link.mainGroup->writeAsync(key, accepted.handles, sent, accepted.types, answeredCodes);
         });
-        if (succeeded(hr)) codes = spread(answeredCodes, request, items.size());
+        if (succeeded(hr)) codes = spread(answeredCodes, accepted, request.items.size());
         return hr;
     });
 }
@@ -179,38 +176,34 @@ constexpr const char* kDifferentSizes = "[E_INVALIDARG] - value list has differe
 
 }  // namespace
 
-HRESULT OpxDaServerCom::read(std::uint32_t maxAge, std::vector<OpxItemIdentifier>& items,
-                             std::vector<OpxItemValue>& values, std::vector<std::int32_t>& errors) {
+HRESULT OpxDaServerCom::read(const ReadRequest& request, const ReadAnswer& answer) {
     CallFrame frame(*d_, "DaServerCom::read", CallFrame::Needs::Server);
     if (!frame.entered()) return frame.refuseUnconnected();
-    if (items.empty()) return frame.refuse(kNoItems, E_INVALIDARG);
-    return frame.leave(guarded([&] { return readItems(frame.link(), maxAge, items, values, errors); }));
+    if (request.items.empty()) return frame.refuse(kNoItems, E_INVALIDARG);
+    return frame.leave(guarded([&] { return readItems(frame.link(), request, answer); }));
 }
 
-HRESULT OpxDaServerCom::readAsync(std::uint32_t transaction, std::uint32_t maxAge,
-                                  std::vector<OpxItemIdentifier>& items, std::vector<std::int32_t>& errors) {
+HRESULT OpxDaServerCom::readAsync(const ReadRequest& request, Codes& errors) {
     CallFrame frame(*d_, "DaServerCom::readAsync", CallFrame::Needs::Server);
     if (!frame.entered()) return frame.refuseUnconnected();
-    if (items.empty()) return frame.refuse(kNoItems, E_INVALIDARG);
-    return frame.leave(guarded([&] { return startReading(frame.link(), transaction, maxAge, items, errors); }));
+    if (request.items.empty()) return frame.refuse(kNoItems, E_INVALIDARG);
+    return frame.leave(guarded([&] { return startReading(frame.link(), request, errors); }));
 }
 
-HRESULT OpxDaServerCom::write(std::vector<OpxItemIdentifier>& items, const std::vector<OpxItemValue>& values,
-                              std::vector<std::int32_t>& errors) {
+HRESULT OpxDaServerCom::write(const WriteRequest& request, Codes& errors) {
     CallFrame frame(*d_, "DaServerCom::write", CallFrame::Needs::Server);
     if (!frame.entered()) return frame.refuseUnconnected();
-    if (items.empty()) return frame.refuse(kNoItems, E_INVALIDARG);
-    if (items.size() != values.size()) return frame.refuse(kDifferentSizes, E_INVALIDARG);
-    return frame.leave(guarded([&] { return writeItems(frame.link(), items, values, errors); }));
+    if (request.items.empty()) return frame.refuse(kNoItems, E_INVALIDARG);
+    if (request.items.size() != request.values.size()) return frame.refuse(kDifferentSizes, E_INVALIDARG);
+    return frame.leave(guarded([&] { return writeItems(frame.link(), request, errors); }));
 }
 
-HRESULT OpxDaServerCom::writeAsync(std::uint32_t transaction, std::vector<OpxItemIdentifier>& items,
-                                   const std::vector<OpxItemValue>& values, std::vector<std::int32_t>& errors) {
+HRESULT OpxDaServerCom::writeAsync(const WriteRequest& request, Codes& errors) {
     CallFrame frame(*d_, "DaServerCom::writeAsync", CallFrame::Needs::Server);
     if (!frame.entered()) return frame.refuseUnconnected();
-    if (items.empty()) return frame.refuse(kNoItems, E_INVALIDARG);
-    if (items.size() != values.size()) return frame.refuse(kDifferentSizes, E_INVALIDARG);
-    return frame.leave(guarded([&] { return startWriting(frame.link(), transaction, items, values, errors); }));
+    if (request.items.empty()) return frame.refuse(kNoItems, E_INVALIDARG);
+    if (request.items.size() != request.values.size()) return frame.refuse(kDifferentSizes, E_INVALIDARG);
+    return frame.leave(guarded([&] { return startWriting(frame.link(), request, errors); }));
 }
 
 }  // namespace OpxOpc

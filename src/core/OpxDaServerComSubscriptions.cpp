@@ -14,8 +14,6 @@ namespace OpxOpc {
 namespace {
 
 using Reach = DaGroupWrapper::Reach;
-using Items = std::vector<OpxItemIdentifier>;
-using Codes = std::vector<std::int32_t>;
 
 // Two comparisons, so that not-a-number passes.
 bool isInvalidDeadband(float deadband) {
@@ -94,14 +92,14 @@ HRESULT startDelivery(DaGroupWrapper& subscription, const CallFrame& frame, bool
     return S_OK;
 }
 
-HRESULT addItemsAndStart(DaGroupWrapper& subscription, const CallFrame& frame, bool active, bool comesBack,
-                         Items& items, Codes& errors) {
-    Items added = items;
+HRESULT addItemsAndStart(DaGroupWrapper& subscription, const CallFrame& frame, const SubscribeRequest& request,
+                         bool comesBack, Codes& errors) {
+    Items added = request.items;
     activateAll(added);
     const HRESULT hr = subscription.addItems(added, errors, false, frame.reach());
     if (failed(hr)) return hr;
-    copyBack(added, errors, items);
-    const HRESULT started = startDelivery(subscription, frame, active, comesBack);
+    copyBack(added, errors, request.items);
+    const HRESULT started = startDelivery(subscription, frame, request.active, comesBack);
     if (failed(started)) return started;
     return hr == S_FALSE ? S_FALSE : S_OK;
 }
@@ -111,18 +109,6 @@ template <typename Operation>
 HRESULT leaveWith(CallFrame& frame, const SubscriptionTable::Wrapper& subscription, Operation&& operation) {
     if (!subscription) return frame.leave(E_INVALIDARG);
     return frame.leave(guarded([&] { return operation(*subscription); }));
-}
-
-// A change of settings, which may test a deadband first.
-template <typename Operation>
-HRESULT modify(DaServerComPrivate& connection, const char* name, std::uint32_t handle, std::optional<float> deadband,
-               Operation&& operation) {
-    CallFrame frame(connection, name, CallFrame::Needs::Subscriptions);
-    if (!frame.entered()) return frame.refuseUnconnected();
-    const auto found = connection.subscriptions.find(handle);
-    if (!found) return frame.refuseHandle(handle);
-    if (deadband && isInvalidDeadband(*deadband)) return frame.refuseDeadband(*deadband);
-    return leaveWith(frame, *found, [&](DaGroupWrapper& s) { return operation(s, frame.reach()); });
 }
 
 // Ends the group of a cancelled subscription; on a server that is lost there is nothing to ask.
@@ -142,99 +128,96 @@ void answerRate(const DaGroupWrapper& subscription, Reach reach, std::uint32_t* 
     if (revisedUpdateRate) *revisedUpdateRate = subscription.updateRate(reach);
 }
 
+// Each kind of modification has a name of its own in the trace.
+const char* modificationName(const ModifyRequest& request) {
+    if (request.active && request.updateRate) return "DaServerCom::subscriptionModify";
+    if (request.active) return "DaServerCom::subscriptionModify1";
+    return request.updateRate ? "DaServerCom::subscriptionModify2" : "DaServerCom::subscriptionModify3";
+}
+
+HRESULT modify(DaGroupWrapper& subscription, const ModifyRequest& request, Reach reach,
+               std::uint32_t* revisedUpdateRate) {
+    if (request.active && request.updateRate && request.deadband) {
+        const HRESULT hr = subscription.setState(*request.active, *request.deadband, *request.updateRate, reach);
+        if (succeeded(hr)) answerRate(subscription, reach, revisedUpdateRate);
+        return hr;
+    }
+    if (request.active) return subscription.setActive(*request.active, reach);
+    if (request.deadband) return subscription.setDeadband(*request.deadband, reach);
+    const HRESULT hr = subscription.setUpdateRate(request.updateRate.value_or(0), reach);
+    answerRate(subscription, reach, revisedUpdateRate);
+    return hr;
+}
+
 }  // namespace
 
-HRESULT OpxDaServerCom::subscribe(std::uint32_t clientSubscription, bool active, std::uint32_t updateRate,
-                                  float deadband, std::vector<OpxItemIdentifier>& items,
-                                  std::uint32_t* revisedUpdateRate, std::uint32_t* serverSubscription,
-                                  std::vector<std::int32_t>& errors) {
+HRESULT OpxDaServerCom::subscribe(const SubscribeRequest& request, const SubscribeAnswer& answer) {
     CallFrame frame(*d_, "DaServerCom::subscribe", CallFrame::Needs::Subscriptions);
     if (!frame.entered()) return frame.refuseUnconnected();
     if (!frame.callback()) return frame.refuse("[E_INVALIDARG] - callback pointer is NULL", E_INVALIDARG);
-    if (items.empty()) return frame.refuse("[E_INVALIDARG] - item list is empty", E_INVALIDARG);
-    if (isInvalidDeadband(deadband)) return frame.refuseDeadband(deadband);
+    if (request.items.empty()) return frame.refuse("[E_INVALIDARG] - item list is empty", E_INVALIDARG);
+    if (isInvalidDeadband(request.deadband)) return frame.refuseDeadband(request.deadband);
 
     return frame.leave(guarded([&] {
-        errors.clear();
-        auto subscription = std::make_shared<DaGroupWrapper>(frame.connected(), d_->reconnectAfterError, OpxString(),
-                                                             updateRate, false, clientSubscription, deadband);
+        answer.errors.clear();
+        auto subscription =
+            std::make_shared<DaGroupWrapper>(frame.connected(), d_->reconnectAfterError, OpxString(),
+                                             request.updateRate, false, request.clientSubscription, request.deadband);
         if (frame.connected()) {
             const HRESULT hr = frame.link().server->addGroup(subscription->group().get());
             if (failed(hr)) return dropGroup(*frame.link().server, *subscription->group(), hr);
         }
         GroupOnServer group(frame.link().server, subscription->group());
-        answerRate(*subscription, frame.reach(), revisedUpdateRate);
+        answerRate(*subscription, frame.reach(), answer.revisedUpdateRate);
 
-        const HRESULT hr = addItemsAndStart(*subscription, frame, active, d_->reconnectAfterError, items, errors);
+        const HRESULT hr = addItemsAndStart(*subscription, frame, request, d_->reconnectAfterError, answer.errors);
         if (failed(hr)) {
-            errors.clear();
+            answer.errors.clear();
             return hr;
         }
         const std::uint32_t handle = d_->addSubscription(std::move(subscription), frame.link());
         if (handle == 0) {
-            errors.clear();
+            answer.errors.clear();
             return E_FAIL;
         }
         group.keep();
-        if (serverSubscription) *serverSubscription = handle;
+        if (answer.serverSubscription) *answer.serverSubscription = handle;
         return hr;
     }));
 }
 
-HRESULT OpxDaServerCom::subscriptionModify(std::uint32_t serverSubscription, float deadband) {
-    return modify(*d_, "DaServerCom::subscriptionModify3", serverSubscription, deadband,
-                  [&](DaGroupWrapper& subscription, Reach reach) { return subscription.setDeadband(deadband, reach); });
-}
-
-HRESULT OpxDaServerCom::subscriptionModify(std::uint32_t serverSubscription, std::uint32_t updateRate,
-                                           std::uint32_t* revisedUpdateRate) {
-    return modify(*d_, "DaServerCom::subscriptionModify2", serverSubscription, std::nullopt,
-                  [&](DaGroupWrapper& subscription, Reach reach) {
-                      const HRESULT hr = subscription.setUpdateRate(updateRate, reach);
-                      answerRate(subscription, reach, revisedUpdateRate);
-                      return hr;
-                  });
-}
-
-HRESULT OpxDaServerCom::subscriptionModify(std::uint32_t serverSubscription, bool active) {
-    return modify(*d_, "DaServerCom::subscriptionModify1", serverSubscription, std::nullopt,
-                  [&](DaGroupWrapper& subscription, Reach reach) { return subscription.setActive(active, reach); });
-}
-
-HRESULT OpxDaServerCom::subscriptionModify(std::uint32_t serverSubscription, bool active, std::uint32_t updateRate,
-                                           float deadband, std::uint32_t* revisedUpdateRate) {
-    return modify(*d_, "DaServerCom::subscriptionModify", serverSubscription, deadband,
-                  [&](DaGroupWrapper& subscription, Reach reach) {
-                      const HRESULT hr = subscription.setState(active, deadband, updateRate, reach);
-                      if (succeeded(hr)) answerRate(subscription, reach, revisedUpdateRate);
-                      return hr;
-                  });
-}
-
-HRESULT OpxDaServerCom::subscriptionAddItems(std::uint32_t serverSubscription, std::vector<OpxItemIdentifier>& items,
-                                             std::vector<std::int32_t>& errors) {
-    CallFrame frame(*d_, "DaServerCom::subscriptionAddItems", CallFrame::Needs::Subscriptions);
+HRESULT OpxDaServerCom::subscriptionModify(const ModifyRequest& request, std::uint32_t* revisedUpdateRate) {
+    CallFrame frame(*d_, modificationName(request), CallFrame::Needs::Subscriptions);
     if (!frame.entered()) return frame.refuseUnconnected();
-    const auto found = d_->subscriptions.find(serverSubscription);
-    if (!found) return frame.refuseHandle(serverSubscription);
-    if (!frame.callback()) return frame.refuse("[E_INVALIDARG] - callback pointer is NULL", E_FAIL);
-    if (items.empty()) return frame.refuse("[E_INVALIDARG] - item list is empty", E_INVALIDARG);
-    activateAll(items);
+    const auto found = d_->subscriptions.find(request.serverSubscription);
+    if (!found) return frame.refuseHandle(request.serverSubscription);
+    if (request.deadband && isInvalidDeadband(*request.deadband)) return frame.refuseDeadband(*request.deadband);
     return leaveWith(frame, *found, [&](DaGroupWrapper& subscription) {
-        return subscription.addItems(items, errors, false, frame.reach());
+        return modify(subscription, request, frame.reach(), revisedUpdateRate);
     });
 }
 
-HRESULT OpxDaServerCom::subscriptionRemoveItems(std::uint32_t serverSubscription,
-                                                const std::vector<OpxItemIdentifier>& items,
-                                                std::vector<std::int32_t>& errors) {
+HRESULT OpxDaServerCom::subscriptionAddItems(const AddItemsRequest& request, Codes& errors) {
+    CallFrame frame(*d_, "DaServerCom::subscriptionAddItems", CallFrame::Needs::Subscriptions);
+    if (!frame.entered()) return frame.refuseUnconnected();
+    const auto found = d_->subscriptions.find(request.serverSubscription);
+    if (!found) return frame.refuseHandle(request.serverSubscription);
+    if (!frame.callback()) return frame.refuse("[E_INVALIDARG] - callback pointer is NULL", E_FAIL);
+    if (request.items.empty()) return frame.refuse("[E_INVALIDARG] - item list is empty", E_INVALIDARG);
+    activateAll(request.items);
+    return leaveWith(frame, *found, [&](DaGroupWrapper& subscription) {
+        return subscription.addItems(request.items, errors, false, frame.reach());
+    });
+}
+
+HRESULT OpxDaServerCom::subscriptionRemoveItems(const RemoveItemsRequest& request, Codes& errors) {
     CallFrame frame(*d_, "DaServerCom::subscriptionRemoveItems", CallFrame::Needs::Subscriptions);
     if (!frame.entered()) return frame.refuseUnconnected();
-    if (items.empty()) return frame.refuse("[E_INVALIDARG] - item list is empty", E_INVALIDARG);
-    const auto found = d_->subscriptions.find(serverSubscription);
-    if (!found) return frame.refuseHandle(serverSubscription);
+    if (request.items.empty()) return frame.refuse("[E_INVALIDARG] - item list is empty", E_INVALIDARG);
+    const auto found = d_->subscriptions.find(request.serverSubscription);
+    if (!found) return frame.refuseHandle(request.serverSubscription);
     return leaveWith(frame, *found, [&](DaGroupWrapper& subscription) {
-        Items removed = items;
+        Items removed = request.items;
         return subscription.removeItems(removed, errors, frame.reach());
     });
 }

@@ -15,7 +15,7 @@ OpxString textOrNothing(ToText&& toText) {
     }
 }
 
-void items(const std::vector<OpxItemIdentifier>& list) {
+void knownItems(const Items& list) {
     LibT::lDetail("  Item count = %d", list.size());
     for (std::size_t i = 0; i < list.size(); ++i) {
         LibT::lDetail("    Item[%d] %ls %ls DT=%d SH=%d", i, list[i].itemName, list[i].itemPath, list[i].dataType,
@@ -23,7 +23,7 @@ void items(const std::vector<OpxItemIdentifier>& list) {
     }
 }
 
-void itemsWithValues(const std::vector<OpxItemIdentifier>& list, const std::vector<OpxItemValue>& values) {
+void itemsWithValues(const Items& list, const Values& values) {
     LibT::lDetail("  Item count = %d", list.size());
     for (std::size_t i = 0; i < list.size() && i < values.size(); ++i) {
         const OpxString text = textOrNothing([&] { return values[i].value.toString(); });
@@ -32,7 +32,7 @@ void itemsWithValues(const std::vector<OpxItemIdentifier>& list, const std::vect
     }
 }
 
-void newItems(const std::vector<OpxItemIdentifier>& list) {
+void newItems(const Items& list) {
     LibT::lDetail("  Item count = %d", list.size());
     for (std::size_t i = 0; i < list.size(); ++i) {
         LibT::lDetail("    Item[%d] %ls %ls DT=%d CH=%d", i, list[i].itemName, list[i].itemPath, list[i].dataType,
@@ -41,7 +41,7 @@ void newItems(const std::vector<OpxItemIdentifier>& list) {
 }
 
 // True when the item's line is that of its error.
-bool itemError(std::size_t i, const OpxItemIdentifier& item, const std::vector<std::int32_t>& errors) {
+bool itemError(std::size_t i, const OpxItemIdentifier& item, const Codes& errors) {
     const std::int32_t error = i < errors.size() ? errors[i] : S_OK;
     if (error >= 0) return false;
     LibT::lDetail("    Item[%d] %ls %ls error=0x%lx", i, item.itemName, item.itemPath, error);
@@ -74,7 +74,7 @@ OpxString truth(bool value) {
     return value ? OLESTR("true") : OLESTR("false");
 }
 
-void addedItems(const std::vector<OpxItemIdentifier>& list, const std::vector<std::int32_t>& errors) {
+void addedItems(const Items& list, const Codes& errors) {
     if (errors.empty()) LibT::lDetail("  No item errors");
     for (std::size_t i = 0; i < list.size(); ++i) {
         if (itemError(i, list[i], errors)) continue;
@@ -91,91 +91,74 @@ void itemValue(std::size_t i, const OpxItemIdentifier& item, const OpxItemValue&
 
 }  // namespace
 
-void connectInputs(const OpxString& url, const OpxServerConnectInfo& info, std::uint32_t clientHandle) {
+void inputs(const ConnectRequest& request) {
     if (!LibT::detailWanted()) return;
     LibT::lDetail("  IN Parameters:");
-    LibT::lDetail("  URL = %ls", url);
+    LibT::lDetail("  URL = %ls", request.url);
     LibT::lDetail("  ServerConnectInfo:");
-    LibT::lDetail("    KeepAliveTime = %d", info.keepAliveTime);
-    LibT::lDetail("    LocalId = %ls", info.localId);
-    if (info.reconnectAfterConnectionError)
+    LibT::lDetail("    KeepAliveTime = %d", request.info.keepAliveTime);
+    LibT::lDetail("    LocalId = %ls", request.info.localId);
+    if (request.info.reconnectAfterConnectionError)
         LibT::lDetail("    ReconnectAfterConnectionError = true");
     else
         LibT::lDetail("    ReconnectAfterConnectionError = false");
-    if (info.retryInitialConnect)
+    if (request.info.retryInitialConnect)
         LibT::lDetail("    RetryInitialConnect = true");
     else
         LibT::lDetail("    RetryInitialConnect = false");
-    LibT::lDetail("  ClientHandle = %d", clientHandle);
+    LibT::lDetail("  ClientHandle = %d", request.clientHandle);
 }
 
-void readInputs(std::uint32_t maxAge, const std::vector<OpxItemIdentifier>& list) {
+void inputs(const ReadRequest& request) {
     if (!LibT::detailWanted()) return;
     LibT::lDetail("  IN Parameters:");
-    LibT::lDetail("  MaxAge = %d", maxAge);
-    items(list);
+    if (request.transaction) LibT::lDetail("  TransactionHandle = %d", *request.transaction);
+    LibT::lDetail("  MaxAge = %d", request.maxAge);
+    knownItems(request.items);
 }
 
-void readAsyncInputs(std::uint32_t transaction, std::uint32_t maxAge, const std::vector<OpxItemIdentifier>& list) {
+void inputs(const WriteRequest& request) {
     if (!LibT::detailWanted()) return;
     LibT::lDetail("  IN Parameters:");
-    LibT::lDetail("  TransactionHandle = %d", transaction);
-    LibT::lDetail("  MaxAge = %d", maxAge);
-    items(list);
+    if (request.transaction) LibT::lDetail("  TransactionHandle = %d", *request.transaction);
+    itemsWithValues(request.items, request.values);
 }
 
-void writeInputs(const std::vector<OpxItemIdentifier>& list, const std::vector<OpxItemValue>& values) {
-    if (!LibT::detailWanted()) return;
-    LibT::lDetail("  IN Parameters:");
-    itemsWithValues(list, values);
-}
-
-void writeAsyncInputs(std::uint32_t transaction, const std::vector<OpxItemIdentifier>& list,
-                      const std::vector<OpxItemValue>& values) {
-    if (!LibT::detailWanted()) return;
-    LibT::lDetail("  IN Parameters:");
-    LibT::lDetail("  TransactionHandle = %d", transaction);
-    itemsWithValues(list, values);
-}
-
-void readOutputs(const std::vector<OpxItemIdentifier>& list, const std::vector<OpxItemValue>& values,
-                 const std::vector<std::int32_t>& errors) {
+void outputs(const ReadRequest& request, const ReadAnswer& answer) {
     if (!LibT::detailWanted()) return;
     LibT::lDetail("  OUT Parameters:");
-    LibT::lDetail("  Value count = %d", values.size());
-    if (errors.empty()) LibT::lDetail("  No item errors");
-    for (std::size_t i = 0; i < list.size() && i < values.size(); ++i) {
-        if (!itemError(i, list[i], errors)) itemValue(i, list[i], values[i]);
+    LibT::lDetail("  Value count = %d", answer.values.size());
+    if (answer.errors.empty()) LibT::lDetail("  No item errors");
+    for (std::size_t i = 0; i < request.items.size() && i < answer.values.size(); ++i) {
+        if (!itemError(i, request.items[i], answer.errors)) itemValue(i, request.items[i], answer.values[i]);
     }
 }
 
-void subscribeInputs(std::uint32_t clientSubscription, bool active, std::uint32_t updateRate, float deadband,
-                     const std::vector<OpxItemIdentifier>& list) {
+void inputs(const SubscribeRequest& request) {
     if (!LibT::detailWanted()) return;
     LibT::lDetail("  IN Parameters:");
-    LibT::lDetail("  ClientSubscriptionHandle = %d", clientSubscription);
-    activeFlag(active);
-    LibT::lDetail("  UpdateRate = %d", updateRate);
-    LibT::lDetail("  Deadband = %f", static_cast<double>(deadband));
-    newItems(list);
+    LibT::lDetail("  ClientSubscriptionHandle = %d", request.clientSubscription);
+    activeFlag(request.active);
+    LibT::lDetail("  UpdateRate = %d", request.updateRate);
+    LibT::lDetail("  Deadband = %f", static_cast<double>(request.deadband));
+    newItems(request.items);
 }
 
-void subscribeOutputs(const std::uint32_t* revisedUpdateRate, const std::uint32_t* serverSubscription,
-                      const std::vector<OpxItemIdentifier>& list, const std::vector<std::int32_t>& errors) {
+void outputs(const SubscribeRequest& request, const SubscribeAnswer& answer) {
     if (!LibT::detailWanted()) return;
     LibT::lDetail("  OUT Parameters:");
-    if (revisedUpdateRate) LibT::lDetail("  RevisedUpdateRate = %d", *revisedUpdateRate);
-    if (serverSubscription) LibT::lDetail("  ServerSubscriptionHandle = %d", *serverSubscription);
-    addedItems(list, errors);
+    if (answer.revisedUpdateRate) LibT::lDetail("  RevisedUpdateRate = %d", *answer.revisedUpdateRate);
+    if (answer.serverSubscription) LibT::lDetail("  ServerSubscriptionHandle = %d", *answer.serverSubscription);
+    addedItems(request.items, answer.errors);
 }
 
-void modifyInputs(std::uint32_t serverSubscription, const Settings& settings) {
+void inputs(const ModifyRequest& request) {
     if (!LibT::detailWanted()) return;
     LibT::lDetail("  IN Parameters:");
-    LibT::lDetail("  ServerSubscriptionHandle = %d", serverSubscription);
-    if (settings.active) activeFlag(*settings.active);
-    if (settings.updateRate) LibT::lDetail("  UpdateRate = %d", *settings.updateRate);
-    if (settings.deadband) LibT::lDetail("  Deadband = %f", static_cast<double>(*settings.deadband));
+    LibT::lDetail("  ServerSubscriptionHandle = %d", request.serverSubscription);
+    if (request.active) activeFlag(*request.active);
+    if (request.updateRate) LibT::lDetail("  UpdateRate = %d", *request.updateRate);
+    if (request.deadband) LibT::lDetail("  Deadband = %f", static_cast<double>(*request.deadband));
 }
 
 void modifyOutputs(const std::uint32_t* revisedUpdateRate) {
@@ -184,78 +167,76 @@ void modifyOutputs(const std::uint32_t* revisedUpdateRate) {
     if (revisedUpdateRate) LibT::lDetail("  RevisedUpdateRate = %d", *revisedUpdateRate);
 }
 
-void addItemsInputs(std::uint32_t serverSubscription, const std::vector<OpxItemIdentifier>& list) {
+void inputs(const AddItemsRequest& request) {
     if (!LibT::detailWanted()) return;
     LibT::lDetail("  IN Parameters:");
-    LibT::lDetail("  ServerSubscriptionHandle = %d", serverSubscription);
-    newItems(list);
+    LibT::lDetail("  ServerSubscriptionHandle = %d", request.serverSubscription);
+    newItems(request.items);
 }
 
-void removeItemsInputs(std::uint32_t serverSubscription, const std::vector<OpxItemIdentifier>& list) {
+void inputs(const RemoveItemsRequest& request) {
     if (!LibT::detailWanted()) return;
     LibT::lDetail("  IN Parameters:");
-    LibT::lDetail("  ServerSubscriptionHandle = %d", serverSubscription);
-    items(list);
+    LibT::lDetail("  ServerSubscriptionHandle = %d", request.serverSubscription);
+    knownItems(request.items);
 }
 
-void itemOutputs(const std::vector<OpxItemIdentifier>& list, const std::vector<std::int32_t>& errors) {
+void itemOutputs(const Items& items, const Codes& errors) {
     if (!LibT::detailWanted()) return;
     LibT::lDetail("  OUT Parameters:");
-    addedItems(list, errors);
+    addedItems(items, errors);
 }
 
-void errorOutputs(const std::vector<OpxItemIdentifier>& list, const std::vector<std::int32_t>& errors) {
+void errorOutputs(const Items& items, const Codes& errors) {
     if (!LibT::detailWanted()) return;
     LibT::lDetail("  OUT Parameters:");
     if (errors.empty()) LibT::lDetail("  No item errors");
-    for (std::size_t i = 0; i < list.size(); ++i) itemError(i, list[i], errors);
+    for (std::size_t i = 0; i < items.size(); ++i) itemError(i, items[i], errors);
 }
 
-void browseInputs(const OpxString& itemName, const OpxString& itemPath, const OpxString& continuationPoint,
-                  std::uint32_t maxElementsReturned, BrowseFilter filter, const PropertyRequest& properties) {
+void inputs(const BrowseRequest& request, const OpxString& itemPath, const OpxString& continuationPoint) {
     if (!LibT::detailWanted()) return;
     LibT::lDetail("  IN Parameters:");
-    LibT::lDetail("  Item Name = %ls", itemName);
+    LibT::lDetail("  Item Name = %ls", request.itemName);
     LibT::lDetail("  Item Path = %ls", itemPath);
     LibT::lDetail("  Continuation Point = %ls", continuationPoint);
-    LibT::lDetail("  MaxElementsReturned = %d", maxElementsReturned);
-    LibT::lDetail("  browseFilter = %d", filter);
-    propertyRequest(properties);
+    LibT::lDetail("  MaxElementsReturned = %d", request.maxElements);
+    LibT::lDetail("  browseFilter = %d", request.filter);
+    propertyRequest(request.properties);
 }
 
-void browseOutputs(const OpxString& continuationPoint, const bool* moreElements,
-                   const std::vector<OpxBrowseElement>& elements) {
+void outputs(const BrowseAnswer& answer) {
     if (!LibT::detailWanted()) return;
     LibT::lDetail("  OUT Parameters:");
-    LibT::lDetail("  Continuation Point = %ls", continuationPoint);
-    if (moreElements && *moreElements)
+    LibT::lDetail("  Continuation Point = %ls", answer.continuationPoint);
+    if (answer.moreElements && *answer.moreElements)
         LibT::lDetail("  MoreElements = true");
     else
         LibT::lDetail("  MoreElements = false");
-    LibT::lDetail("  Item count = %d", elements.size());
-    for (std::size_t i = 0; i < elements.size(); ++i) {
-        const OpxBrowseElement& element = elements[i];
+    LibT::lDetail("  Item count = %d", answer.elements.size());
+    for (std::size_t i = 0; i < answer.elements.size(); ++i) {
+        const OpxBrowseElement& element = answer.elements[i];
         LibT::lDetail("    Item[%d] name=%ls ItemName=%ls ItemPath=%ls isItem=%ls hasChildren=%ls", i, element.name,
                       element.itemName, element.itemPath, truth(element.isItem), truth(element.hasChildren));
     }
 }
 
-void getPropertiesInputs(const std::vector<OpxItemIdentifier>& list, const PropertyRequest& properties) {
+void inputs(const PropertiesRequest& request) {
     if (!LibT::detailWanted()) return;
     LibT::lDetail("  IN Parameters:");
-    items(list);
-    propertyRequest(properties);
+    knownItems(request.items);
+    propertyRequest(request.properties);
 }
 
-void getPropertiesOutputs(const std::vector<OpxItemIdentifier>& list, const std::vector<OpxItemProperties>& results) {
+void propertyOutputs(const Items& items, const std::vector<OpxItemProperties>& results) {
     if (!LibT::detailWanted()) return;
     LibT::lDetail("  OUT Parameters:");
-    for (std::size_t i = 0; i < list.size() && i < results.size(); ++i) {
+    for (std::size_t i = 0; i < items.size() && i < results.size(); ++i) {
         if (results[i].resultCode < 0) {
-            LibT::lDetail("    Item[%d] %ls %ls error=0x%lx", i, list[i].itemName, list[i].itemPath,
+            LibT::lDetail("    Item[%d] %ls %ls error=0x%lx", i, items[i].itemName, items[i].itemPath,
                           results[i].resultCode);
         } else {
-            LibT::lDetail("    Item[%d] %ls %ls Property count = %d", i, list[i].itemName, list[i].itemPath,
+            LibT::lDetail("    Item[%d] %ls %ls Property count = %d", i, items[i].itemName, items[i].itemPath,
                           results[i].properties.size());
         }
     }
