@@ -69,8 +69,8 @@ template <>
 DateTime parse<DateTime>(const std::string& text) {
     try {
         const OpxOpc::OpxDate date = OpxOpc::OpxDate::fromIsoText(fromUtf8(text));
-        return DateTime(
-            std::chrono::sys_time(std::chrono::seconds(date.time()) + std::chrono::milliseconds(date.millitm())));
+        return DateTime(std::chrono::sys_time<std::chrono::milliseconds>(std::chrono::seconds(date.time()) +
+                                                                         std::chrono::milliseconds(date.millitm())));
     } catch (const std::exception&) {
         refuse(text, "a date such as 2024-03-01T12:30:00Z");
     }
