@@ -9,4 +9,5 @@ else()
   target_compile_options(korvex_warnings INTERFACE -Wno-non-virtual-dtor -Wno-cast-function-type)
   # GCC 12 sees overlaps in optimised concatenations of std::string where there are none (its bug 105651).
   target_compile_options(korvex_warnings INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+  target_compile_options(korvex_warnings INTERFACE $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
 endif()

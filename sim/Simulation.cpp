@@ -5,13 +5,13 @@
 namespace Korvex::Simulation {
 
 void Simulation::addServer(const std::shared_ptr<Server>& server) {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     std::erase_if(servers_, [](const auto& each) { return each.expired(); });
     servers_.push_back(server);
 }
 
 std::vector<std::shared_ptr<Server>> Simulation::servers() const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     std::vector<std::shared_ptr<Server>> living;
     for (const auto& each : servers_)
         if (auto server = each.lock()) living.push_back(std::move(server));

@@ -3,9 +3,9 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <vector>
 
+#include "com/Mutex.h"
 #include "sim/plant/Plant.h"
 #include "sim/steering/Census.h"
 #include "sim/steering/CompletionFaults.h"
@@ -32,8 +32,8 @@ struct Simulation {
     void reset();
 
 private:
-    mutable std::mutex mutex_;
-    std::vector<std::weak_ptr<Server>> servers_;
+    mutable Mutex mutex_;
+    std::vector<std::weak_ptr<Server>> servers_ GUARDED_BY(mutex_);
 };
 
 // Lives as long as the process, because threads of groups may outlive every object.

@@ -1,20 +1,19 @@
 #include "sim/TaskThread.h"
 
-#include <condition_variable>
 #include <map>
-#include <mutex>
 #include <thread>
 
+#include "com/Mutex.h"
 #include "com/com.h"
 
 namespace Korvex::Simulation {
 
 struct TaskThread::State {
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::multimap<Clock::time_point, Task> tasks;
-    bool running = false;
-    bool stopped = false;
+    Mutex mutex;
+    Condition changed;
+    std::multimap<Clock::time_point, Task> tasks GUARDED_BY(mutex);
+    bool running GUARDED_BY(mutex) = false;
+    bool stopped GUARDED_BY(mutex) = false;
 };
 
 TaskThread::TaskThread() : state_(std::make_shared<State>()) {}
@@ -24,10 +23,10 @@ TaskThread::~TaskThread() {
 }
 
 void TaskThread::postAt(Clock::time_point time, Task task) {
-    const std::lock_guard lock(state_->mutex);
+    const ScopedLock lock(state_->mutex);
     if (state_->stopped) return;
     state_->tasks.emplace(time, std::move(task));
-    state_->changed.notify_one();
+    state_->changed.notifyOne();
     if (state_->running) return;
     state_->running = true;
     std::thread(&TaskThread::run, state_).detach();
@@ -35,23 +34,23 @@ void TaskThread::postAt(Clock::time_point time, Task task) {
 
 void TaskThread::stop() {
     std::multimap<Clock::time_point, Task> discarded;
-    const std::lock_guard lock(state_->mutex);
+    const ScopedLock lock(state_->mutex);
     state_->stopped = true;
     discarded.swap(state_->tasks);
-    state_->changed.notify_one();
+    state_->changed.notifyOne();
 }
 
 void TaskThread::run(const std::shared_ptr<State>& state) {
     CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-    std::unique_lock lock(state->mutex);
+    ScopedLock lock(state->mutex);
     while (!state->stopped) {
         if (state->tasks.empty()) {
-            state->changed.wait(lock);
+            state->changed.wait(state->mutex);
             continue;
         }
         const auto first = state->tasks.begin();
         if (const auto time = first->first; time > Clock::now()) {
-            state->changed.wait_until(lock, time);
+            state->changed.waitUntil(state->mutex, time);
             continue;
         }
         {

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <map>
-#include <mutex>
 #include <vector>
 
 #include "com/ComPtr.h"
+#include "com/Mutex.h"
 #include "sim/steering/Census.h"
 
 namespace Korvex::Simulation {
@@ -17,7 +17,7 @@ public:
     ~SinkTable() { clear(); }
 
     DWORD add(Com::ComPtr<Sink> sink) {
-        const std::lock_guard lock(mutex_);
+        const ScopedLock lock(mutex_);
         sinks_.emplace(++lastCookie_, std::move(sink));
         ++counter_;
         return lastCookie_;
@@ -25,7 +25,7 @@ public:
 
     // Gives the sink back, so that it is released where no lock is held; none for an unknown cookie.
     Com::ComPtr<Sink> remove(DWORD cookie) {
-        const std::lock_guard lock(mutex_);
+        const ScopedLock lock(mutex_);
         const auto found = sinks_.find(cookie);
         if (found == sinks_.end()) return nullptr;
         Com::ComPtr<Sink> sink = std::move(found->second);
@@ -36,27 +36,27 @@ public:
 
     void clear() {
         std::map<DWORD, Com::ComPtr<Sink>> sinks;
-        const std::lock_guard lock(mutex_);
+        const ScopedLock lock(mutex_);
         sinks.swap(sinks_);
         counter_ -= static_cast<int>(sinks.size());
     }
 
     bool isEmpty() const {
-        const std::lock_guard lock(mutex_);
+        const ScopedLock lock(mutex_);
         return sinks_.empty();
     }
 
     // The sinks as they are now, for calls that are made without a lock.
     std::map<DWORD, Com::ComPtr<Sink>> snapshot() const {
-        const std::lock_guard lock(mutex_);
+        const ScopedLock lock(mutex_);
         return sinks_;
     }
 
 private:
     Census::Counter& counter_;
-    mutable std::mutex mutex_;
-    std::map<DWORD, Com::ComPtr<Sink>> sinks_;
-    DWORD lastCookie_ = 0;
+    mutable Mutex mutex_;
+    std::map<DWORD, Com::ComPtr<Sink>> sinks_ GUARDED_BY(mutex_);
+    DWORD lastCookie_ GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace Korvex::Simulation

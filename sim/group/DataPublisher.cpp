@@ -39,7 +39,7 @@ void DataPublisher::restart() {
 }
 
 void DataPublisher::start(const std::function<void()>& activate, bool here) {
-    std::unique_lock telling(telling_);
+    ScopedLock telling(telling_);
     tellAll_ = true;
     activate();
     if (!here) return;
@@ -57,7 +57,7 @@ void DataPublisher::schedule(TaskThread::Clock::time_point time, unsigned genera
 
 void DataPublisher::cycle(unsigned generation) {
     if (generation != generation_ || group_.isRemoved()) return;
-    std::unique_lock telling(telling_);
+    ScopedLock telling(telling_);
     const GroupSettings settings = group_.settings();
     if (!settings.active) {
         told_.clear();
@@ -85,9 +85,10 @@ std::optional<Callback> DataPublisher::due(const GroupSettings& settings) {
 std::vector<Delivery> DataPublisher::changes(float deadband) {
     std::vector<Delivery> changed;
     std::map<OPCHANDLE, Sample> told;
-    auto adding = group_.addingItems();
-    const auto items = group_.items();
-    adding.unlock();
+    const auto items = [this] {
+        const ScopedLock adding(group_.addingItems());
+        return group_.items();
+    }();
     for (const auto& [handle, item] : items) {
         if (!item.active) continue;
         Sample sample = group_.read(item, ReadSource::scan());

@@ -4,9 +4,9 @@
 #include <atomic>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <optional>
 
+#include "com/Mutex.h"
 #include "sim/TaskThread.h"
 #include "sim/group/callbacks.h"
 
@@ -32,16 +32,16 @@ public:
 private:
     void schedule(TaskThread::Clock::time_point time, unsigned generation);
     void cycle(unsigned generation);
-    std::optional<Callback> due(const GroupSettings& settings);
-    std::vector<Delivery> changes(float deadband);
-    bool isKeepAliveDue(const GroupSettings& settings) const;
+    std::optional<Callback> due(const GroupSettings& settings) REQUIRES(telling_);
+    std::vector<Delivery> changes(float deadband) REQUIRES(telling_);
+    bool isKeepAliveDue(const GroupSettings& settings) const REQUIRES(telling_);
 
     Group& group_;
     std::atomic<unsigned> generation_{0};  // of the schedule; an older one ends by itself
     std::atomic<bool> tellAll_{false};
-    std::mutex telling_;  // what there is to tell is looked for; never held while clients are told
-    std::map<OPCHANDLE, Sample> told_;
-    TaskThread::Clock::time_point lastCallback_ = TaskThread::Clock::now();
+    Mutex telling_;  // what there is to tell is looked for; never held while clients are told
+    std::map<OPCHANDLE, Sample> told_ GUARDED_BY(telling_);
+    TaskThread::Clock::time_point lastCallback_ GUARDED_BY(telling_) = TaskThread::Clock::now();
     TaskThread thread_;
 };
 

@@ -41,7 +41,7 @@ Group::~Group() {
 }
 
 GroupSettings Group::settings() const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     return settings_;
 }
 
@@ -50,14 +50,14 @@ void Group::remove() {
     publisher_.stop();
     transactions_.stop();
     sinks_.clear();
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     simulation().census.items -= static_cast<int>(items_.size());
     items_.clear();
     --simulation().census.groups;
 }
 
 OPCHANDLE Group::addItem(GroupItem item) {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     if (removed_) return nextItemHandle_++;  // its items are gone and counted already
     items_.emplace(nextItemHandle_, std::move(item));
     ++simulation().census.items;
@@ -65,25 +65,25 @@ OPCHANDLE Group::addItem(GroupItem item) {
 }
 
 bool Group::removeItem(OPCHANDLE handle) {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     if (items_.erase(handle) == 0) return false;
     --simulation().census.items;
     return true;
 }
 
 std::optional<GroupItem> Group::item(OPCHANDLE handle) const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     const auto found = items_.find(handle);
     return found == items_.end() ? std::nullopt : std::optional(found->second);
 }
 
 std::map<OPCHANDLE, GroupItem> Group::items() const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     return items_;
 }
 
 std::vector<GroupItem> Group::activeItems() const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     std::vector<GroupItem> active;
     for (const auto& [handle, item] : items_)
         if (item.active) active.push_back(item);

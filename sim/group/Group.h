@@ -4,10 +4,10 @@
 #include <atomic>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
+#include "com/Mutex.h"
 #include "sim/com/SinkTable.h"
 #include "sim/group/DataPublisher.h"
 #include "sim/group/GroupItem.h"
@@ -44,7 +44,7 @@ public:
     template <typename Change>
     void changeSettings(const Change& change) {
         {
-            const std::lock_guard lock(mutex_);
+            const ScopedLock lock(mutex_);
             change(settings_);
         }
         publisher_.wake();
@@ -55,7 +55,7 @@ public:
     bool isRemoved() const noexcept { return removed_; }
 
     // Held while items are added that a data change shall bring together.
-    [[nodiscard]] std::unique_lock<std::mutex> addingItems() { return std::unique_lock(addingItems_); }
+    Mutex& addingItems() RETURN_CAPABILITY(addingItems_) { return addingItems_; }
     OPCHANDLE addItem(GroupItem item);
     bool removeItem(OPCHANDLE handle);
     std::optional<GroupItem> item(OPCHANDLE handle) const;
@@ -66,7 +66,7 @@ public:
     HRESULT changeItem(OPCHANDLE handle, const Change& change) {
         HRESULT result = OPC_E_INVALIDHANDLE;
         {
-            const std::lock_guard lock(mutex_);
+            const ScopedLock lock(mutex_);
             const auto found = items_.find(handle);
             if (found != items_.end()) result = change(found->second);
         }
@@ -87,11 +87,11 @@ private:
     const std::weak_ptr<Server> server_;
     const OPCHANDLE handle_;
 
-    std::mutex addingItems_;
-    mutable std::mutex mutex_;
-    GroupSettings settings_;
-    std::map<OPCHANDLE, GroupItem> items_;
-    OPCHANDLE nextItemHandle_;
+    Mutex addingItems_;
+    mutable Mutex mutex_;
+    GroupSettings settings_ GUARDED_BY(mutex_);
+    std::map<OPCHANDLE, GroupItem> items_ GUARDED_BY(mutex_);
+    OPCHANDLE nextItemHandle_ GUARDED_BY(mutex_);
     std::atomic<bool> removed_{false};
 
     SinkTable<IOPCDataCallback> sinks_;

@@ -57,19 +57,20 @@ HRESULT examineAll(DWORD count, const OPCITEMDEF* definitions, OPCITEMRESULT** r
 }  // namespace
 
 HRESULT ItemMgtFacet::AddItems(DWORD count, OPCITEMDEF* definitions, OPCITEMRESULT** results, HRESULT** errors) {
-    return serveGroup(
-        "IOPCItemMgt::AddItems", note("count", count), outputs(array(results, count), array(errors, count)), [&] {
-            const bool blobs = simulation().options.get().blobs;
-            auto adding = group().addingItems();
-            const HRESULT result =
-                examineAll(count, definitions, results, errors, [&](GroupItem item, OPCITEMRESULT& added) {
-                    added.hServer = group().addItem(std::move(item));
-                    if (blobs && added.hServer % 2 != 0) addBlob(added);
-                });
-            adding.unlock();
-            group().publisher().wake();
-            return result;
-        });
+    return serveGroup("IOPCItemMgt::AddItems", note("count", count),
+                      outputs(array(results, count), array(errors, count)), [&] {
+                          const bool blobs = simulation().options.get().blobs;
+                          const auto add = [&](GroupItem item, OPCITEMRESULT& added) {
+                              added.hServer = group().addItem(std::move(item));
+                              if (blobs && added.hServer % 2 != 0) addBlob(added);
+                          };
+                          const HRESULT result = [&] {
+                              const ScopedLock adding(group().addingItems());
+                              return examineAll(count, definitions, results, errors, add);
+                          }();
+                          group().publisher().wake();
+                          return result;
+                      });
 }
 
 HRESULT ItemMgtFacet::ValidateItems(DWORD count, OPCITEMDEF* definitions, BOOL blobUpdate, OPCITEMRESULT** results,

@@ -22,7 +22,7 @@ constexpr std::chrono::seconds kEarlyPatience{2};
 DWORD Transactions::start(DWORD transaction, Operation operation) {
     DWORD cancelId = 0;
     {
-        const std::lock_guard lock(mutex_);
+        const ScopedLock lock(mutex_);
         cancelId = ++lastCancelId_;
         waiting_.emplace(cancelId, transaction);
     }
@@ -40,7 +40,7 @@ DWORD Transactions::start(DWORD transaction, Operation operation) {
 HRESULT Transactions::cancel(DWORD cancelId) {
     DWORD transaction = 0;
     {
-        const std::lock_guard lock(mutex_);
+        const ScopedLock lock(mutex_);
         const auto found = waiting_.find(cancelId);
         if (found == waiting_.end()) return E_FAIL;
         transaction = found->second;
@@ -56,7 +56,7 @@ void Transactions::run(DWORD cancelId, const Operation& operation, Completion mo
     simulation().completions.waitWhileHeld([this] { return group_.isRemoved(); });
     DWORD transaction = 0;
     {
-        const std::lock_guard lock(mutex_);
+        const ScopedLock lock(mutex_);
         const auto found = waiting_.find(cancelId);
         if (found == waiting_.end()) return;
         transaction = found->second;

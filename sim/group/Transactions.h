@@ -3,8 +3,8 @@
 
 #include <functional>
 #include <map>
-#include <mutex>
 
+#include "com/Mutex.h"
 #include "sim/TaskThread.h"
 #include "sim/group/callbacks.h"
 #include "sim/steering/CompletionFaults.h"
@@ -30,9 +30,9 @@ private:
     void complete(Callback callback, Completion mode);
 
     Group& group_;
-    std::mutex mutex_;
-    std::map<DWORD, DWORD> waiting_;  // cancel number to the client's transaction
-    DWORD lastCancelId_ = 0;
+    Mutex mutex_;
+    std::map<DWORD, DWORD> waiting_ GUARDED_BY(mutex_);  // cancel number to the client's transaction
+    DWORD lastCancelId_ GUARDED_BY(mutex_) = 0;
     TaskThread thread_;
 };
 

@@ -34,7 +34,7 @@ Plant::Plant() {
 
 HRESULT Plant::find(OpxStringView id, std::shared_ptr<PlantItem>& item) const {
     if (!isIdentifier(id)) return OPC_E_INVALIDITEMID;
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     const auto found = items_.find(id);
     if (found == items_.end()) return OPC_E_UNKNOWNITEMID;
     item = found->second;
@@ -42,7 +42,7 @@ HRESULT Plant::find(OpxStringView id, std::shared_ptr<PlantItem>& item) const {
 }
 
 bool Plant::isBranch(OpxStringView path) const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     const OpxString prefix = prefixOf(path);
     const auto next = items_.lower_bound(prefix);
     return path.empty() || (next != items_.end() && next->first.starts_with(prefix));
@@ -54,7 +54,7 @@ bool Plant::exists(OpxStringView path) const {
 }
 
 std::vector<Element> Plant::children(OpxStringView branch) const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     const OpxString prefix = prefixOf(branch);
     std::map<OpxString, Element> children;
     for (auto i = items_.lower_bound(prefix); i != items_.end() && i->first.starts_with(prefix); ++i) {
@@ -74,7 +74,7 @@ std::vector<Element> Plant::children(OpxStringView branch) const {
 }
 
 std::vector<std::shared_ptr<PlantItem>> Plant::itemsBelow(OpxStringView branch) const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     const OpxString prefix = prefixOf(branch);
     std::vector<std::shared_ptr<PlantItem>> items;
     for (auto i = items_.lower_bound(prefix); i != items_.end() && i->first.starts_with(prefix); ++i)
@@ -84,14 +84,14 @@ std::vector<std::shared_ptr<PlantItem>> Plant::itemsBelow(OpxStringView branch) 
 
 void Plant::setLoad(std::size_t count) {
     std::vector<ItemDefinition> definitions = loadItems(count);
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     std::erase_if(items_, [](const auto& each) { return each.first.starts_with(kLoadPrefix); });
     for (ItemDefinition& definition : definitions) add(std::move(definition));
 }
 
 void Plant::reset() {
     setLoad(kUsualLoad);
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     for (const auto& [id, item] : items_) item->reset();
 }
 

@@ -3,8 +3,8 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 
+#include "com/Mutex.h"
 #include "sim/plant/PlantItem.h"
 
 namespace Korvex::Simulation {
@@ -41,10 +41,10 @@ public:
 private:
     using Items = std::map<OpxString, std::shared_ptr<PlantItem>, std::less<>>;
 
-    void add(ItemDefinition definition);
+    void add(ItemDefinition definition) REQUIRES(mutex_);
 
-    mutable std::mutex mutex_;
-    Items items_;
+    mutable Mutex mutex_;
+    Items items_ GUARDED_BY(mutex_);
 };
 
 }  // namespace Korvex::Simulation

@@ -26,22 +26,22 @@ PlantItem::PlantItem(ItemDefinition definition)
     : definition_(std::move(definition)), value_(definition_.initial), quality_(definition_.quality), time_(now()) {}
 
 VARTYPE PlantItem::canonicalType() const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     return overrides_.canonicalType.value_or(definition_.initial.type());
 }
 
 DWORD PlantItem::accessRights() const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     return accessRightsLocked();
 }
 
 HRESULT PlantItem::addResult() const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     return overrides_.addResult.value_or(S_OK);
 }
 
 Sample PlantItem::scan() {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     cache_ = takeSample();
     cachedAt_ = ticksOf(now());
     return *cache_;
@@ -54,14 +54,14 @@ Sample PlantItem::readDevice() {
 }
 
 std::optional<Sample> PlantItem::cached(DWORD maximumAgeMilliseconds) const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     const std::uint64_t age = ticksOf(now()) - cachedAt_;
     if (!cache_ || age > maximumAgeMilliseconds * kTicksPerMillisecond) return std::nullopt;
     return cache_;
 }
 
 HRESULT PlantItem::write(const VARIANT& value, LCID lcid, std::optional<WORD> quality, std::optional<FILETIME> time) {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     written_ = Value(value);
     if (overrides_.writeError) return *overrides_.writeError;
     if ((accessRightsLocked() & OPC_WRITEABLE) == 0) return OPC_E_BADRIGHTS;
@@ -78,12 +78,12 @@ HRESULT PlantItem::write(const VARIANT& value, LCID lcid, std::optional<WORD> qu
 }
 
 Value PlantItem::written() const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     return written_;
 }
 
 void PlantItem::reset() {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     overrides_ = {};
     written_ = Value();
     value_ = definition_.initial;

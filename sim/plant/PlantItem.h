@@ -3,9 +3,9 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 
+#include "com/Mutex.h"
 #include "com/opc_interfaces.h"
 #include "sim/plant/Sample.h"
 
@@ -73,7 +73,7 @@ public:
 
     template <typename Change>
     void changeOverrides(const Change& change) {
-        const std::lock_guard lock(mutex_);
+        const ScopedLock lock(mutex_);
         change(overrides_);
         cache_.reset();
     }
@@ -82,19 +82,21 @@ public:
     void reset();
 
 private:
-    Sample takeSample();
-    DWORD accessRightsLocked() const { return overrides_.accessRights.value_or(definition_.accessRights); }
+    Sample takeSample() REQUIRES(mutex_);
+    DWORD accessRightsLocked() const REQUIRES(mutex_) {
+        return overrides_.accessRights.value_or(definition_.accessRights);
+    }
 
     const ItemDefinition definition_;
 
-    mutable std::mutex mutex_;
-    ItemOverrides overrides_;
-    Value value_;
-    Value written_;
-    WORD quality_;
-    FILETIME time_;  // of the last change
-    std::optional<Sample> cache_;
-    std::uint64_t cachedAt_ = 0;
+    mutable Mutex mutex_;
+    ItemOverrides overrides_ GUARDED_BY(mutex_);
+    Value value_ GUARDED_BY(mutex_);
+    Value written_ GUARDED_BY(mutex_);
+    WORD quality_ GUARDED_BY(mutex_);
+    FILETIME time_ GUARDED_BY(mutex_);  // of the last change
+    std::optional<Sample> cache_ GUARDED_BY(mutex_);
+    std::uint64_t cachedAt_ GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace Korvex::Simulation

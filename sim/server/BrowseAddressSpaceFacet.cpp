@@ -110,13 +110,13 @@ HRESULT BrowseAddressSpaceFacet::BrowseAccessPaths(LPCWSTR itemId, LPENUMSTRING*
 }
 
 OpxString BrowseAddressSpaceFacet::position() const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     return position_;
 }
 
 HRESULT BrowseAddressSpaceFacet::moveTo(OpxString path) {
     if (!simulation().plant.isBranch(path)) return E_INVALIDARG;
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     position_ = std::move(path);
     return S_OK;
 }

@@ -1,8 +1,7 @@
 // IOPCBrowseServerAddressSpace of a server object.
 #pragma once
 
-#include <mutex>
-
+#include "com/Mutex.h"
 #include "sim/server/ServerFacet.h"
 
 namespace Korvex::Simulation {
@@ -22,8 +21,8 @@ private:
     OpxString position() const;
     HRESULT moveTo(OpxString path);
 
-    mutable std::mutex mutex_;
-    OpxString position_;  // the path of a branch; empty at the root
+    mutable Mutex mutex_;
+    OpxString position_ GUARDED_BY(mutex_);  // the path of a branch; empty at the root
 };
 
 }  // namespace Korvex::Simulation

@@ -112,7 +112,7 @@ std::size_t elementsPerCall(DWORD maximum, std::size_t left) {
 
 // A browse that goes on is answered from what it began with, so that a page costs no more for coming late.
 HRESULT BrowseFacet::elementsFor(const Question& question, bool goesOn, Answer& answer) {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     if (!goesOn || !lastAnswer_ || lastQuestion_ != question) {
         std::vector<Element> found;
         const HRESULT result = findElements(question.branch, question.filter, question.pattern, found);
@@ -125,7 +125,7 @@ HRESULT BrowseFacet::elementsFor(const Question& question, bool goesOn, Answer& 
 }
 
 void BrowseFacet::forgetAnswer() {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     lastAnswer_.reset();
 }
 

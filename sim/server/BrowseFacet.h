@@ -2,9 +2,9 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <vector>
 
+#include "com/Mutex.h"
 #include "sim/plant/Plant.h"
 #include "sim/server/ServerFacet.h"
 
@@ -34,9 +34,9 @@ private:
     HRESULT elementsFor(const Question& question, bool goesOn, Answer& answer);
     void forgetAnswer();
 
-    std::mutex mutex_;
-    Question lastQuestion_;
-    Answer lastAnswer_;  // of a browse that is not finished
+    Mutex mutex_;
+    Question lastQuestion_ GUARDED_BY(mutex_);
+    Answer lastAnswer_ GUARDED_BY(mutex_);  // of a browse that is not finished
 };
 
 }  // namespace Korvex::Simulation

@@ -24,7 +24,7 @@ Server::Server()
 HRESULT Server::addGroup(GroupSettings settings, REFIID riid, Com::ComPtr<IUnknown>& object,
                          const std::function<void(Group&)>& prepare) {
     Com::ComPtr<GroupObject> made;
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     if (settings.name.empty()) settings.name = unusedName();
     if (isNameTaken(settings.name)) return OPC_E_DUPLICATENAME;
     made = makeObject<GroupObject>(std::make_shared<Group>(weak_from_this(), nextGroupHandle(), std::move(settings)));
@@ -38,7 +38,7 @@ HRESULT Server::addGroup(GroupSettings settings, REFIID riid, Com::ComPtr<IUnkno
 HRESULT Server::removeGroup(OPCHANDLE handle, bool force) {
     Com::ComPtr<GroupObject> removed;
     {
-        const std::lock_guard lock(mutex_);
+        const ScopedLock lock(mutex_);
         const auto found = std::find_if(groups_.begin(), groups_.end(),
                                         [&](const auto& each) { return each->group().handle() == handle; });
         if (found == groups_.end()) return OPC_E_INVALIDHANDLE;
@@ -50,7 +50,7 @@ HRESULT Server::removeGroup(OPCHANDLE handle, bool force) {
 }
 
 HRESULT Server::renameGroup(Group& group, const OpxString& name) {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     if (isNameTaken(name)) return OPC_E_DUPLICATENAME;
     group.changeSettings([&](GroupSettings& settings) { settings.name = name; });
     return S_OK;
@@ -64,14 +64,14 @@ Com::ComPtr<GroupObject> Server::groupByName(OpxStringView name) const {
 }
 
 std::vector<Com::ComPtr<GroupObject>> Server::groups() const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     return groups_;
 }
 
 void Server::close() {
     std::vector<Com::ComPtr<GroupObject>> closed;
     {
-        const std::lock_guard lock(mutex_);
+        const ScopedLock lock(mutex_);
         closed.swap(groups_);
     }
     for (const auto& each : closed) each->group().remove();

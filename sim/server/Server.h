@@ -4,9 +4,9 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <vector>
 
+#include "com/Mutex.h"
 #include "sim/com/SinkTable.h"
 #include "sim/group/GroupObject.h"
 #include "sim/group/GroupSettings.h"
@@ -44,16 +44,16 @@ public:
     void requestShutdown(LPCWSTR reason);
 
 private:
-    bool isNameTaken(OpxStringView name) const;
-    OpxString unusedName() const;
+    bool isNameTaken(OpxStringView name) const REQUIRES(mutex_);
+    OpxString unusedName() const REQUIRES(mutex_);
 
     const FILETIME startTime_;
     std::atomic<std::uint64_t> lastUpdate_{0};
     std::atomic<LCID> locale_;
     SinkTable<IOPCShutdown> shutdownSinks_;
 
-    mutable std::mutex mutex_;
-    std::vector<Com::ComPtr<GroupObject>> groups_;
+    mutable Mutex mutex_;
+    std::vector<Com::ComPtr<GroupObject>> groups_ GUARDED_BY(mutex_);
 };
 
 }  // namespace Korvex::Simulation

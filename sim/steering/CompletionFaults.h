@@ -1,11 +1,10 @@
 // The faults of the completions of asynchronous calls.
 #pragma once
 
-#include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <optional>
 
+#include "com/Mutex.h"
 #include "com/com.h"
 
 namespace Korvex::Simulation {
@@ -41,11 +40,11 @@ public:
     void reset();
 
 private:
-    mutable std::mutex mutex_;
-    mutable std::condition_variable released_;
-    Completion mode_ = Completion::normal;
-    bool held_ = false;
-    Masters masters_;
+    mutable Mutex mutex_;
+    mutable Condition released_;
+    Completion mode_ GUARDED_BY(mutex_) = Completion::normal;
+    bool held_ GUARDED_BY(mutex_) = false;
+    Masters masters_ GUARDED_BY(mutex_);
 };
 
 }  // namespace Korvex::Simulation

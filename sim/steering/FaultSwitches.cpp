@@ -16,103 +16,105 @@ std::string_view withoutInterface(std::string_view method) {
 }  // namespace
 
 FaultSwitches::Verdict FaultSwitches::admit(std::string_view method) {
-    std::unique_lock lock(mutex_);
+    ScopedLock lock(mutex_);
     Verdict verdict;
-    std::chrono::milliseconds delay{0};
-    const auto consult = [&](std::string_view name) {
-        Method& switches = at(name);
-        ++switches.calls;
-        delay = std::max(delay, switches.delay);
-        if (switches.nonsense != Nonsense::none) verdict.nonsense = switches.nonsense;
-        if (!switches.fault || switches.fault->callsBefore-- > 0) return;
-        verdict.answer = switches.fault->code;
-        if (switches.fault->once)
-            switches.fault.reset();
-        else
-            switches.fault->callsBefore = 0;
-    };
-    consult(method);
-    if (const auto general = withoutInterface(method); general != method) consult(general);
+    std::chrono::milliseconds delay = consult(method, verdict);
+    if (const auto general = withoutInterface(method); general != method)
+        delay = std::max(delay, consult(general, verdict));
 
     if (delay.count() > 0) {
         lock.unlock();
         std::this_thread::sleep_for(delay);
         lock.lock();
     }
-    released_.wait(lock, [&] { return !isHanging(method); });
+    while (isHanging(method)) released_.wait(mutex_);
     if (dead_) verdict.answer = kServerUnavailable;
     return verdict;
 }
 
+// Counts a call under `name`, adds what is switched on for it to the verdict, and returns its delay.
+std::chrono::milliseconds FaultSwitches::consult(std::string_view name, Verdict& verdict) {
+    Method& switches = at(name);
+    ++switches.calls;
+    if (switches.nonsense != Nonsense::none) verdict.nonsense = switches.nonsense;
+    if (!switches.fault || switches.fault->callsBefore-- > 0) return switches.delay;
+    verdict.answer = switches.fault->code;
+    if (switches.fault->once)
+        switches.fault.reset();
+    else
+        switches.fault->callsBefore = 0;
+    return switches.delay;
+}
+
 unsigned FaultSwitches::calls(std::string_view method) const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     const auto found = methods_.find(method);
     return found == methods_.end() ? 0 : found->second.calls;
 }
 
 void FaultSwitches::fault(std::string_view method, HRESULT code, std::optional<unsigned> nth) {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     at(method).fault = Fault{code, nth ? *nth - 1 : 0, nth.has_value()};
 }
 
 void FaultSwitches::delay(std::string_view method, std::chrono::milliseconds time) {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     at(method).delay = time;
 }
 
 void FaultSwitches::hang(std::string_view method) {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     at(method).hanging = true;
 }
 
 void FaultSwitches::release(std::string_view method) {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     at(method).hanging = false;
-    released_.notify_all();
+    released_.notifyAll();
 }
 
 void FaultSwitches::answer(std::string_view method, Nonsense nonsense) {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     at(method).nonsense = nonsense;
 }
 
 void FaultSwitches::refuse(std::string_view interfaceName) {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     refused_.emplace(interfaceName);
 }
 
 void FaultSwitches::accept(std::string_view interfaceName) {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     if (const auto found = refused_.find(interfaceName); found != refused_.end()) refused_.erase(found);
 }
 
 void FaultSwitches::refuseDataAccess3(bool refused) {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     refusesDataAccess3_ = refused;
 }
 
 bool FaultSwitches::isRefused(std::string_view interfaceName) const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     return refused_.contains(interfaceName) || (refusesDataAccess3_ && isDataAccess3(interfaceName));
 }
 
 void FaultSwitches::setDead(bool dead) {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     dead_ = dead;
 }
 
 bool FaultSwitches::isDead() const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     return dead_;
 }
 
 void FaultSwitches::reset() {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     methods_.clear();
     refused_.clear();
     refusesDataAccess3_ = false;
     dead_ = false;
-    released_.notify_all();
+    released_.notifyAll();
 }
 
 FaultSwitches::Method& FaultSwitches::at(std::string_view method) {
@@ -121,11 +123,10 @@ FaultSwitches::Method& FaultSwitches::at(std::string_view method) {
 }
 
 bool FaultSwitches::isHanging(std::string_view method) const {
-    const auto hangs = [&](std::string_view name) {
-        const auto found = methods_.find(name);
-        return found != methods_.end() && found->second.hanging;
-    };
-    return hangs(method) || hangs(withoutInterface(method));
+    for (const std::string_view name : {method, withoutInterface(method)}) {
+        if (const auto found = methods_.find(name); found != methods_.end() && found->second.hanging) return true;
+    }
+    return false;
 }
 
 }  // namespace Korvex::Simulation

@@ -2,14 +2,13 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
 #include <string_view>
 
+#include "com/Mutex.h"
 #include "com/com.h"
 
 namespace Korvex::Simulation {
@@ -72,15 +71,16 @@ private:
         unsigned calls = 0;
     };
 
-    Method& at(std::string_view method);
-    bool isHanging(std::string_view method) const;
+    Method& at(std::string_view method) REQUIRES(mutex_);
+    bool isHanging(std::string_view method) const REQUIRES(mutex_);
+    std::chrono::milliseconds consult(std::string_view name, Verdict& verdict) REQUIRES(mutex_);
 
-    mutable std::mutex mutex_;
-    std::condition_variable released_;
-    std::map<std::string, Method, std::less<>> methods_;
-    std::set<std::string, std::less<>> refused_;
-    bool refusesDataAccess3_ = false;
-    bool dead_ = false;
+    mutable Mutex mutex_;
+    Condition released_;
+    std::map<std::string, Method, std::less<>> methods_ GUARDED_BY(mutex_);
+    std::set<std::string, std::less<>> refused_ GUARDED_BY(mutex_);
+    bool refusesDataAccess3_ GUARDED_BY(mutex_) = false;
+    bool dead_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace Korvex::Simulation

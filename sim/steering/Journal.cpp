@@ -25,7 +25,7 @@ std::uint64_t Journal::begin(std::string call) {
 }
 
 void Journal::finish(std::uint64_t entry, HRESULT result) {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     if (entries_.empty() || entry < entries_.front().number) return;
     std::string& line = entries_[entry - entries_.front().number].line;
     line.replace(line.size() - kRunning.size(), kRunning.size(), std::string(" -> ").append(hexText(result)));
@@ -36,19 +36,19 @@ void Journal::note(std::string event) {
 }
 
 std::string Journal::text() const {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     std::string text;
     for (const Entry& entry : entries_) text.append(entry.line).append("\n");
     return text;
 }
 
 void Journal::clear() {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     entries_.clear();
 }
 
 std::uint64_t Journal::append(std::string line) {
-    const std::lock_guard lock(mutex_);
+    const ScopedLock lock(mutex_);
     entries_.push_back({next_, std::move(line)});
     if (entries_.size() > kMaximumEntries) entries_.pop_front();
     return next_++;

@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <string>
 
+#include "com/Mutex.h"
 #include "com/com.h"
 
 namespace Korvex::Simulation {
@@ -32,9 +32,9 @@ private:
 
     std::uint64_t append(std::string line);
 
-    mutable std::mutex mutex_;
-    std::deque<Entry> entries_;
-    std::uint64_t next_ = 0;
+    mutable Mutex mutex_;
+    std::deque<Entry> entries_ GUARDED_BY(mutex_);
+    std::uint64_t next_ GUARDED_BY(mutex_) = 0;
 };
 
 // "0x80004005".

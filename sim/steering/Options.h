@@ -1,9 +1,9 @@
 // How the server presents itself; what commands change beside faults.
 #pragma once
 
-#include <mutex>
 #include <vector>
 
+#include "com/Mutex.h"
 #include "com/opc_interfaces.h"
 
 namespace Korvex::Simulation {
@@ -24,12 +24,12 @@ struct Options {
 class CurrentOptions {
 public:
     Options get() const {
-        const std::lock_guard lock(mutex_);
+        const ScopedLock lock(mutex_);
         return options_;
     }
     template <typename Change>
     void change(const Change& change) {
-        const std::lock_guard lock(mutex_);
+        const ScopedLock lock(mutex_);
         change(options_);
     }
     void reset() {
@@ -37,8 +37,8 @@ public:
     }
 
 private:
-    mutable std::mutex mutex_;
-    Options options_;
+    mutable Mutex mutex_;
+    Options options_ GUARDED_BY(mutex_);
 };
 
 }  // namespace Korvex::Simulation

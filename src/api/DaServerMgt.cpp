@@ -5,6 +5,7 @@
 #include "api/ArgumentChecks.h"
 #include "api/DaServerMgtPrivate.h"
 #include "api/HandleHResult.h"
+#include "com/Mutex.h"
 #include "trace/InterfaceScope.h"
 #include "trace/TraceConfiguration.h"
 
@@ -29,18 +30,18 @@ OpxServerConnectInfo nativeConnectInfo(const ConnectInfo* info) {
 }  // namespace
 
 std::shared_ptr<DaServerMgt::Private::Native> DaServerMgt::Private::native() const {
-    const std::lock_guard guard(lock);
+    const ScopedLock guard(lock);
     if (!m_Native) throw NullReferenceException();
     return m_Native;
 }
 
 std::shared_ptr<DaServerMgt::Private::Native> DaServerMgt::Private::takeNative() {
-    const std::lock_guard guard(lock);
+    const ScopedLock guard(lock);
     return std::exchange(m_Native, nullptr);
 }
 
 bool DaServerMgt::Private::becomeConnected(const std::shared_ptr<Native>& native) {
-    const std::lock_guard guard(lock);
+    const ScopedLock guard(lock);
     if (m_Native != native) return false;
     m_IsConnected = true;
     return true;
@@ -48,6 +49,7 @@ bool DaServerMgt::Private::becomeConnected(const std::shared_ptr<Native>& native
 
 void DaServerMgt::Private::InitializeCallbackPointers() {
     LibT::lIfCall("==> MCPP::DaServerMgt::InitializeCallbackPointers");
+    const ScopedLock guard(lock);
     m_Native->m_Callback = ClientEvents::makeCallback(events);
     LibT::lIfCall("<== MCPP::DaServerMgt::InitializeCallbackPointers");
 }

@@ -3,13 +3,13 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 
 #include <korvex/native/OpxDaServer.h>
 #include <korvex/opc_da_client/DaServerMgt.h>
 
 #include "api/CallbackWrapper.h"
 #include "api/ClientEvents.h"
+#include "com/Mutex.h"
 #include "core/ExclusiveFlag.h"
 
 namespace Korvex::OPC::OpcDaClient {
@@ -30,8 +30,8 @@ struct DaServerMgt::Private {
 
     void InitializeCallbackPointers();
 
-    mutable std::mutex lock;
-    std::shared_ptr<Native> m_Native;
+    mutable Mutex lock;
+    std::shared_ptr<Native> m_Native GUARDED_BY(lock);
     const std::shared_ptr<ClientEvents> events = std::make_shared<ClientEvents>();
     std::atomic<bool> m_IsConnected{false};
     OpxOpc::ExclusiveFlag changing;  // connecting or disconnecting

@@ -2,41 +2,41 @@
 
 namespace Korvex::OPC::OpcDaClient {
 
-std::uint32_t HandleManager::get(std::mutex& lock, Handles& toUse, std::uint32_t& next) {
-    const std::lock_guard guard(lock);
-    if (toUse.empty()) return next++;
-    const std::uint32_t handle = toUse.front();
-    toUse.pop_front();
+std::uint32_t HandleManager::Pool::get() {
+    const ScopedLock guard(lock_);
+    if (toUse_.empty()) return next_++;
+    const std::uint32_t handle = toUse_.front();
+    toUse_.pop_front();
     return handle;
 }
 
-void HandleManager::remove(std::mutex& lock, Handles& toUse, std::uint32_t handle) {
-    const std::lock_guard guard(lock);
-    toUse.push_back(handle);
+void HandleManager::Pool::giveBack(std::uint32_t handle) {
+    const ScopedLock guard(lock_);
+    toUse_.push_back(handle);
 }
 
 std::uint32_t HandleManager::GetSubscriptionHandle() {
-    return get(m_SubscriptionHandlesToUseSyncRoot, m_SubscriptionHandlesToUse, m_NextNewSubscriptionHandle);
+    return m_SubscriptionHandles.get();
 }
 
 void HandleManager::RemoveSubscriptionHandle(std::uint32_t handle) {
-    remove(m_SubscriptionHandlesToUseSyncRoot, m_SubscriptionHandlesToUse, handle);
+    m_SubscriptionHandles.giveBack(handle);
 }
 
 std::uint32_t HandleManager::GetReadAsyncHandle() {
-    return get(m_ReadAsyncHandlesToUseSyncRoot, m_ReadAsyncHandlesToUse, m_NextReadAsyncHandle);
+    return m_ReadAsyncHandles.get();
 }
 
 void HandleManager::RemoveReadAsyncHandle(std::uint32_t handle) {
-    remove(m_ReadAsyncHandlesToUseSyncRoot, m_ReadAsyncHandlesToUse, handle);
+    m_ReadAsyncHandles.giveBack(handle);
 }
 
 std::uint32_t HandleManager::GetWriteAsyncHandle() {
-    return get(m_WriteAsyncHandlesToUseSyncRoot, m_WriteAsyncHandlesToUse, m_NextWriteAsyncHandle);
+    return m_WriteAsyncHandles.get();
 }
 
 void HandleManager::RemoveWriteAsyncHandle(std::uint32_t handle) {
-    remove(m_WriteAsyncHandlesToUseSyncRoot, m_WriteAsyncHandlesToUse, handle);
+    m_WriteAsyncHandles.giveBack(handle);
 }
 
 }  // namespace Korvex::OPC::OpcDaClient

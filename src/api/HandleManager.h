@@ -3,7 +3,8 @@
 
 #include <cstdint>
 #include <deque>
-#include <mutex>
+
+#include "com/Mutex.h"
 
 namespace Korvex::OPC::OpcDaClient {
 
@@ -22,20 +23,20 @@ public:
     void RemoveWriteAsyncHandle(std::uint32_t handle);
 
 private:
-    using Handles = std::deque<std::uint32_t>;
+    class Pool {
+    public:
+        std::uint32_t get();
+        void giveBack(std::uint32_t handle);
 
-    static std::uint32_t get(std::mutex& lock, Handles& toUse, std::uint32_t& next);
-    static void remove(std::mutex& lock, Handles& toUse, std::uint32_t handle);
+    private:
+        Mutex lock_;
+        std::deque<std::uint32_t> toUse_ GUARDED_BY(lock_);
+        std::uint32_t next_ GUARDED_BY(lock_) = 0;
+    };
 
-    Handles m_SubscriptionHandlesToUse;
-    std::mutex m_SubscriptionHandlesToUseSyncRoot;
-    std::uint32_t m_NextNewSubscriptionHandle = 0;
-    Handles m_ReadAsyncHandlesToUse;
-    std::mutex m_ReadAsyncHandlesToUseSyncRoot;
-    std::uint32_t m_NextReadAsyncHandle = 0;
-    Handles m_WriteAsyncHandlesToUse;
-    std::mutex m_WriteAsyncHandlesToUseSyncRoot;
-    std::uint32_t m_NextWriteAsyncHandle = 0;
+    Pool m_SubscriptionHandles;
+    Pool m_ReadAsyncHandles;
+    Pool m_WriteAsyncHandles;
 };
 
 }  // namespace Korvex::OPC::OpcDaClient

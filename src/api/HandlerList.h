@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <exception>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <utility>
 #include <vector>
 
+#include "com/Mutex.h"
 #include "threads/Clock.h"
 #include "trace/LibT.h"
 
@@ -23,24 +23,24 @@ public:
     // Takes note of `handler`; the token takes it back. An empty handler is ignored and has token 0.
     std::uint64_t add(Handler handler) {
         if (!handler) return 0;
-        std::lock_guard guard(lock_);
+        const ScopedLock guard(lock_);
         handlers_.emplace_back(++lastToken_, std::make_shared<Registered>(std::move(handler)));
         return lastToken_;
     }
 
     // An unknown token is ignored.
     void remove(std::uint64_t token) {
-        std::lock_guard guard(lock_);
+        const ScopedLock guard(lock_);
         std::erase_if(handlers_, [token](const Entry& entry) { return entry.first == token; });
     }
 
     void clear() {
-        std::lock_guard guard(lock_);
+        const ScopedLock guard(lock_);
         handlers_.clear();
     }
 
     bool empty() const {
-        std::lock_guard guard(lock_);
+        const ScopedLock guard(lock_);
         return handlers_.empty();
     }
 
@@ -78,7 +78,7 @@ private:
     void traceThrown(Registered& registered, const char* event, const char* what) const noexcept {
         const std::int64_t now = OpxOpc::Clock::current().now();
         {
-            std::lock_guard guard(lock_);
+            const ScopedLock guard(lock_);
             std::optional<std::int64_t>& last = registered.lastTraced;
             const bool isRecent = last && now >= *last && now - *last < kTraceInterval;
             if (isRecent) return;
@@ -88,13 +88,13 @@ private:
     }
 
     std::vector<Entry> snapshot() const {
-        std::lock_guard guard(lock_);
+        const ScopedLock guard(lock_);
         return handlers_;
     }
 
-    mutable std::mutex lock_;
-    std::vector<Entry> handlers_;
-    std::uint64_t lastToken_ = 0;
+    mutable Mutex lock_;
+    std::vector<Entry> handlers_ GUARDED_BY(lock_);
+    std::uint64_t lastToken_ GUARDED_BY(lock_) = 0;
 };
 
 }  // namespace Korvex::OPC::OpcDaClient

@@ -8,14 +8,14 @@ namespace Korvex::OPC::OpcDaClient {
 
 void SubscriptionHandles::add(std::uint32_t serverSubscription, std::uint32_t internalHandle,
                               std::uint32_t clientSubscription, ItemHandles itemHandles) {
-    const std::lock_guard guard(lock_);
+    const ScopedLock guard(lock_);
     m_GroupHandles[serverSubscription] = internalHandle;
     m_ClientHandles[internalHandle] = clientSubscription;
     m_UserHandles[internalHandle].swap(itemHandles);
 }
 
 std::uint64_t SubscriptionHandles::beginAdding(std::uint32_t serverSubscription, ItemHandles itemHandles) {
-    const std::lock_guard guard(lock_);
+    const ScopedLock guard(lock_);
     const std::uint64_t id = ++lastId_;
     const auto group = m_GroupHandles.find(serverSubscription);
     if (group != m_GroupHandles.end()) addedItems_.emplace(id, AddedItems{group->second, std::move(itemHandles)});
@@ -24,7 +24,7 @@ std::uint64_t SubscriptionHandles::beginAdding(std::uint32_t serverSubscription,
 
 void SubscriptionHandles::endAdding(std::uint64_t id, bool kept) {
     ItemHandles dropped;
-    const std::lock_guard guard(lock_);
+    const ScopedLock guard(lock_);
     const auto added = addedItems_.find(id);
     if (added == addedItems_.end()) return;
     dropped.swap(added->second.itemHandles);
@@ -35,7 +35,7 @@ void SubscriptionHandles::endAdding(std::uint64_t id, bool kept) {
 std::optional<std::uint32_t> SubscriptionHandles::remove(std::uint32_t serverSubscription) {
     ItemHandles dropped;
     std::map<std::uint64_t, AddedItems> droppedToo;
-    const std::lock_guard guard(lock_);
+    const ScopedLock guard(lock_);
     const auto group = m_GroupHandles.find(serverSubscription);
     if (group == m_GroupHandles.end()) return std::nullopt;
     const std::uint32_t internalHandle = group->second;
@@ -51,7 +51,7 @@ std::optional<std::uint32_t> SubscriptionHandles::remove(std::uint32_t serverSub
 }
 
 bool SubscriptionHandles::contains(std::uint32_t serverSubscription) const {
-    const std::lock_guard guard(lock_);
+    const ScopedLock guard(lock_);
     return m_GroupHandles.contains(serverSubscription);
 }
 
@@ -59,7 +59,7 @@ SubscriptionHandles::Addressee SubscriptionHandles::find(std::uint32_t internalH
                                                          const std::vector<std::uint32_t>& itemKeys) const {
     Addressee found;
     found.itemHandles.resize(itemKeys.size());
-    const std::lock_guard guard(lock_);
+    const ScopedLock guard(lock_);
     const auto client = m_ClientHandles.find(internalHandle);
     if (client == m_ClientHandles.end()) throw KeyNotFoundException();
     found.clientSubscription = client->second;
@@ -84,7 +84,7 @@ const Object* SubscriptionHandles::findAdded(std::uint32_t internalHandle, std::
 void SubscriptionHandles::clear() {
     std::unordered_map<std::uint32_t, ItemHandles> dropped;
     std::map<std::uint64_t, AddedItems> droppedToo;
-    const std::lock_guard guard(lock_);
+    const ScopedLock guard(lock_);
     m_UserHandles.swap(dropped);
     addedItems_.swap(droppedToo);
     m_ClientHandles.clear();

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <unordered_map>
 #include <utility>
@@ -12,6 +11,7 @@
 #include <korvex/opc_da_client/Object.h>
 
 #include "api/ItemConversion.h"
+#include "com/Mutex.h"
 
 namespace Korvex::OPC::OpcDaClient {
 
@@ -67,16 +67,16 @@ private:
 
     std::uint64_t beginAdding(std::uint32_t serverSubscription, ItemHandles itemHandles);
     void endAdding(std::uint64_t id, bool kept);
-    const Object* findAdded(std::uint32_t internalHandle, std::uint32_t key) const;
+    const Object* findAdded(std::uint32_t internalHandle, std::uint32_t key) const REQUIRES(lock_);
 
     // Objects of the application are copied and destroyed here, destroyed only with the lock released:
     // what their destructors do is the application's business.
-    mutable std::mutex lock_;
-    std::unordered_map<std::uint32_t, ItemHandles> m_UserHandles;
-    std::unordered_map<std::uint32_t, std::uint32_t> m_ClientHandles;
-    std::unordered_map<std::uint32_t, std::uint32_t> m_GroupHandles;
-    std::map<std::uint64_t, AddedItems> addedItems_;  // by their ids
-    std::uint64_t lastId_ = 0;
+    mutable Mutex lock_;
+    std::unordered_map<std::uint32_t, ItemHandles> m_UserHandles GUARDED_BY(lock_);
+    std::unordered_map<std::uint32_t, std::uint32_t> m_ClientHandles GUARDED_BY(lock_);
+    std::unordered_map<std::uint32_t, std::uint32_t> m_GroupHandles GUARDED_BY(lock_);
+    std::map<std::uint64_t, AddedItems> addedItems_ GUARDED_BY(lock_);  // by their ids
+    std::uint64_t lastId_ GUARDED_BY(lock_) = 0;
 };
 
 }  // namespace Korvex::OPC::OpcDaClient

@@ -7,13 +7,13 @@
 namespace Korvex::OPC::OpcDaClient {
 
 void TransactionHandles::add(std::uint32_t internalHandle, std::int32_t transactionHandle, ItemHandles itemHandles) {
-    const std::lock_guard guard(lock_);
+    const ScopedLock guard(lock_);
     transactions_[internalHandle] = transactionHandle;
     items_[internalHandle].swap(itemHandles);
 }
 
 std::int32_t TransactionHandles::takeTransaction(std::uint32_t internalHandle) {
-    const std::lock_guard guard(lock_);
+    const ScopedLock guard(lock_);
     const auto found = transactions_.find(internalHandle);
     if (found == transactions_.end()) throw KeyNotFoundException();
     const std::int32_t transaction = found->second;
@@ -22,7 +22,7 @@ std::int32_t TransactionHandles::takeTransaction(std::uint32_t internalHandle) {
 }
 
 std::optional<ItemHandles> TransactionHandles::takeItems(std::uint32_t internalHandle) {
-    const std::lock_guard guard(lock_);
+    const ScopedLock guard(lock_);
     const auto found = items_.find(internalHandle);
     if (found == items_.end()) return std::nullopt;
     std::optional<ItemHandles> taken = std::move(found->second);
@@ -32,7 +32,7 @@ std::optional<ItemHandles> TransactionHandles::takeItems(std::uint32_t internalH
 
 void TransactionHandles::clear() {
     std::unordered_map<std::uint32_t, ItemHandles> dropped;
-    const std::lock_guard guard(lock_);
+    const ScopedLock guard(lock_);
     items_.swap(dropped);
     transactions_.clear();
 }

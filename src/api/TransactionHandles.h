@@ -2,11 +2,11 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <unordered_map>
 
 #include "api/ItemConversion.h"
+#include "com/Mutex.h"
 
 namespace Korvex::OPC::OpcDaClient {
 
@@ -26,9 +26,9 @@ public:
 
 private:
     // Objects of the application are destroyed with the lock released only.
-    std::mutex lock_;
-    std::unordered_map<std::uint32_t, std::int32_t> transactions_;
-    std::unordered_map<std::uint32_t, ItemHandles> items_;
+    Mutex lock_;
+    std::unordered_map<std::uint32_t, std::int32_t> transactions_ GUARDED_BY(lock_);
+    std::unordered_map<std::uint32_t, ItemHandles> items_ GUARDED_BY(lock_);
 };
 
 }  // namespace Korvex::OPC::OpcDaClient

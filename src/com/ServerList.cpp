@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cstddef>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <utility>
 #include <vector>
@@ -12,6 +11,7 @@
 #include "com/BuiltInClass.h"
 #include "com/ComObject.h"
 #include "com/ComPtr.h"
+#include "com/Mutex.h"
 #include "com/ServerClasses.h"
 #include "com/hosting/ProcessHold.h"
 #include "com/opc_interfaces.h"
@@ -118,20 +118,20 @@ private:
     using Look = std::shared_ptr<const RegisteredServers>;
 
     Look recentLook() {
-        const std::lock_guard guard(lock_);
+        const ScopedLock guard(lock_);
         const bool isRecent = look_ && std::chrono::steady_clock::now() - taken_ <= kLookLasts;
         return isRecent ? look_ : lookAnew();
     }
     // Of whatever age: a listing may take longer than a look counts as recent.
     Look lastLook() {
-        const std::lock_guard guard(lock_);
+        const ScopedLock guard(lock_);
         return look_ ? look_ : lookAnew();
     }
     Look newLook() {
-        const std::lock_guard guard(lock_);
+        const ScopedLock guard(lock_);
         return lookAnew();
     }
-    Look lookAnew() {
+    Look lookAnew() REQUIRES(lock_) {
         look_ = lookAtServers();
         taken_ = std::chrono::steady_clock::now();
         return look_;
@@ -143,9 +143,9 @@ private:
     }
 
     ProcessHold hold_;
-    std::mutex lock_;
-    Look look_;
-    std::chrono::steady_clock::time_point taken_;
+    Mutex lock_;
+    Look look_ GUARDED_BY(lock_);
+    std::chrono::steady_clock::time_point taken_ GUARDED_BY(lock_);
 };
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include "com/Mutex.h"
 #include "com/platform.h"
 #include "com/portable/ServerRegistry.h"
 #include "com/portable/environment.h"
@@ -8,9 +9,7 @@
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <cstdlib>
-#include <mutex>
 
 #include <pugixml.hpp>
 
@@ -100,9 +99,9 @@ void releaseMultiThreadedApartment(void* hold) {
 void pumpMessages() {}
 
 struct WakeEvent::State {
-    std::mutex lock;
-    std::condition_variable changed;
-    bool isSet = false;
+    Mutex lock;
+    Condition changed;
+    bool isSet GUARDED_BY(lock) = false;
 };
 
 WakeEvent::WakeEvent() : state_(std::make_unique<State>()) {}
@@ -110,15 +109,17 @@ WakeEvent::WakeEvent() : state_(std::make_unique<State>()) {}
 WakeEvent::~WakeEvent() = default;
 
 void WakeEvent::set() noexcept {
-    const std::lock_guard guard(state_->lock);
+    const ScopedLock guard(state_->lock);
     state_->isSet = true;
-    state_->changed.notify_one();
+    state_->changed.notifyOne();
 }
 
 void WakeEvent::waitForItOrMessages(std::chrono::microseconds limit) {
-    std::unique_lock guard(state_->lock);
+    const ScopedLock guard(state_->lock);
     constexpr std::chrono::microseconds longest = std::chrono::hours(1);
-    state_->changed.wait_for(guard, std::min(limit, longest), [this] { return state_->isSet; });
+    const auto end = std::chrono::steady_clock::now() + std::min(limit, longest);
+    while (!state_->isSet && state_->changed.waitUntil(state_->lock, end)) {
+    }
     state_->isSet = false;
 }
 

@@ -1,7 +1,8 @@
 #include "core/CallFrame.h"
 
-#include <mutex>
 #include <utility>
+
+#include "com/Mutex.h"
 
 namespace OpxOpc {
 namespace {
@@ -12,7 +13,7 @@ constexpr HRESULT kInvalidHandle = hresult(0xC0040001u);
 
 CallFrame::CallFrame(DaServerComPrivate& connection, const char* operation, Needs needs)
     : operation_(operation), trace_(operation) {
-    const std::lock_guard guard(connection.lock);
+    const Korvex::ScopedLock guard(connection.lock);
     if (!connection.admits(needs == Needs::Server)) return;
     connection.lock.enter();
     connection_ = &connection;

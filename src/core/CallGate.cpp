@@ -26,41 +26,43 @@ private:
 
 }  // namespace
 
-void CallGate::lock() {
+// The gate is a lock by what it counts, which the analysis cannot see here.
+void CallGate::lock() NO_THREAD_SAFETY_ANALYSIS {
     const auto self = std::this_thread::get_id();
-    const auto take = [this, self] {
-        if (depth_ > 0 && owner_ != self) return false;
-        owner_ = self;
-        ++depth_;
-        return true;
-    };
-    if (changed_.look(take)) return;
+    if (changed_.look([&]() REQUIRES(changed_) { return take(self); })) return;
     const Addition::AtGate here(*this);
     // Set aside and not only left uncounted: a handler that the wait lets in may come here once more.
     std::uint32_t own = 0;
-    changed_.change([&] { own = setAside(self); });
-    changed_.wait([&] {
-        if (!take()) return false;
+    changed_.change([&]() REQUIRES(changed_) { own = setAside(self); });
+    changed_.wait([&]() REQUIRES(changed_) {
+        if (!take(self)) return false;
         if (own != 0) callsOf(self) += own;
         return true;
     });
 }
 
-void CallGate::unlock() {
-    changed_.change([this] { --depth_; });
+bool CallGate::take(std::thread::id thread) {
+    if (depth_ > 0 && owner_ != thread) return false;
+    owner_ = thread;
+    ++depth_;
+    return true;
+}
+
+void CallGate::unlock() NO_THREAD_SAFETY_ANALYSIS {
+    changed_.change([this]() REQUIRES(changed_) { --depth_; });
 }
 
 void CallGate::enter() {
-    changed_.look([this] { ++callsOf(std::this_thread::get_id()); });
+    changed_.look([this]() REQUIRES(changed_) { ++callsOf(std::this_thread::get_id()); });
 }
 
 std::thread::id CallGate::owner() const {
-    return changed_.look([this] { return depth_ > 0 ? owner_ : std::thread::id(); });
+    return changed_.look([this]() REQUIRES(changed_) { return depth_ > 0 ? owner_ : std::thread::id(); });
 }
 
 // The gate may be gone as soon as the count is given back.
 void CallGate::leave() noexcept {
-    changed_.change([this, self = std::this_thread::get_id()] {
+    changed_.change([this, self = std::this_thread::get_id()]() REQUIRES(changed_) {
         if (--callsOf(self) == 0) setAside(self);
     });
 }
@@ -68,12 +70,10 @@ void CallGate::leave() noexcept {
 bool CallGate::waitUntilQuiet(Signal::Duration limit) {
     std::optional<Closed> closed;
     if (limit == Signal::kForever) closed.emplace(*this, closed_);
-    const auto self = std::this_thread::get_id();
-    return changed_.wait(
-        [this, self] {
-            return std::ranges::all_of(calls_, [self](const ThreadCalls& each) { return each.thread == self; });
-        },
-        limit);
+    const auto isQuiet = [this, self = std::this_thread::get_id()]() REQUIRES(changed_) {
+        return std::ranges::all_of(calls_, [self](const ThreadCalls& each) { return each.thread == self; });
+    };
+    return changed_.wait(isQuiet, limit);
 }
 
 std::uint32_t& CallGate::callsOf(std::thread::id thread) {

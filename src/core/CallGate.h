@@ -19,23 +19,23 @@ namespace OpxOpc {
 // Nor do the calls of others that wait for what it adds keep anybody waiting: they are told to give up.
 //
 // In a single-threaded apartment a thread that waits here goes on taking calls.
-class CallGate {
+class CAPABILITY("gate") CallGate {
 public:
     CallGate() = default;
     CallGate(const CallGate&) = delete;
     CallGate& operator=(const CallGate&) = delete;
 
     // Recursive.
-    void lock();
-    void unlock();
+    void lock() ACQUIRE();
+    void unlock() RELEASE();
 
     // A call of this thread begins, under the lock, and ends, without it.
-    void enter();
+    void enter() REQUIRES(this);
     void leave() noexcept;
 
     // Under the lock, which keeps new calls out: returns as soon as no other thread's call is in progress,
     // or false after `limit`.
-    bool waitUntilQuiet(Signal::Duration limit = Signal::kForever);
+    bool waitUntilQuiet(Signal::Duration limit = Signal::kForever) REQUIRES(this);
 
     // Whether somebody waits, without a limit, for every call in progress.
     bool isClosed() const noexcept { return closed_ != 0; }
@@ -50,13 +50,14 @@ private:
         std::uint32_t count;
     };
 
-    std::uint32_t& callsOf(std::thread::id thread);
-    std::uint32_t setAside(std::thread::id thread) noexcept;
+    bool take(std::thread::id thread) REQUIRES(changed_);
+    std::uint32_t& callsOf(std::thread::id thread) REQUIRES(changed_);
+    std::uint32_t setAside(std::thread::id thread) noexcept REQUIRES(changed_);
 
-    Signal changed_;  // guards what follows
-    std::thread::id owner_;
-    std::uint32_t depth_ = 0;         // of the owner's locking; 0 when the gate is open
-    std::vector<ThreadCalls> calls_;  // one entry a thread that has some
+    Signal changed_;
+    std::thread::id owner_ GUARDED_BY(changed_);
+    std::uint32_t depth_ GUARDED_BY(changed_) = 0;         // of the owner's locking; 0 when the gate is open
+    std::vector<ThreadCalls> calls_ GUARDED_BY(changed_);  // one entry a thread that has some
     std::atomic<int> closed_ = 0;
 };
 

@@ -2,10 +2,11 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <utility>
 
 #include <korvex/native/OpxDataCallback.h>
+
+#include "com/Mutex.h"
 
 namespace OpxOpc {
 
@@ -17,7 +18,7 @@ public:
 
     void silence() {
         std::shared_ptr<OpxDataCallback> dropped;  // outlives the lock, which its destruction does not need
-        const std::lock_guard guard(lock_);
+        const Korvex::ScopedLock guard(lock_);
         dropped.swap(client_);
     }
 
@@ -44,12 +45,12 @@ public:
 
 private:
     std::shared_ptr<OpxDataCallback> client() const {
-        const std::lock_guard guard(lock_);
+        const Korvex::ScopedLock guard(lock_);
         return client_;
     }
 
-    mutable std::mutex lock_;
-    std::shared_ptr<OpxDataCallback> client_;
+    mutable Korvex::Mutex lock_;
+    std::shared_ptr<OpxDataCallback> client_ GUARDED_BY(lock_);
 };
 
 }  // namespace OpxOpc

@@ -1,8 +1,8 @@
 // What the watch-dog does with a connection: losing it and bringing it back.
 #include <algorithm>
-#include <mutex>
 #include <utility>
 
+#include "com/Mutex.h"
 #include "core/DaServerComPrivate.h"
 #include "core/guarded.h"
 #include "trace/LibT.h"
@@ -44,19 +44,19 @@ struct ItemReport {
 }  // namespace
 
 ServerStatus DaServerComPrivate::state() {
-    const std::lock_guard guard(lock);
+    const Korvex::ScopedLock guard(lock);
     return serverState;
 }
 
 bool DaServerComPrivate::reconnectsAfterError() {
-    const std::lock_guard guard(lock);
+    const Korvex::ScopedLock guard(lock);
     return reconnectAfterError;
 }
 
 HRESULT DaServerComPrivate::probe() {
     std::shared_ptr<DaServerMgt> server;
     {
-        const std::lock_guard guard(lock);
+        const Korvex::ScopedLock guard(lock);
         if (serverState < SERVERSTATUS_CONNECTED || !link.server) return E_FAIL;
         server = link.server;
     }
@@ -67,7 +67,7 @@ HRESULT DaServerComPrivate::probe() {
 
 void DaServerComPrivate::markLost(ServerStatus why) {
     const bool failedProbe = why == SERVERSTATUS_WATCHDOG_ERROR;
-    const std::lock_guard guard(lock);
+    const Korvex::ScopedLock guard(lock);
     if (connecting_) {
         shutdownWhileConnecting_ = true;
         return;
@@ -81,13 +81,13 @@ void DaServerComPrivate::markLost(ServerStatus why) {
 }
 
 std::optional<ServerStatus> DaServerComPrivate::takeLoss() {
-    const std::lock_guard guard(lock);
+    const Korvex::ScopedLock guard(lock);
     return std::exchange(loss_, std::nullopt);
 }
 
 HRESULT DaServerComPrivate::internalDisconnect(bool shutdown) {
     try {
-        const std::lock_guard guard(lock);
+        const Korvex::ScopedLock guard(lock);
         if (serverState == SERVERSTATUS_DISCONNECTED) return S_OK;
         LibT::eventWarning("Lost connection to OPC Server %ls on %ls", serverName, nodeName);
         if (!link.server) return S_OK;
@@ -111,7 +111,7 @@ HRESULT DaServerComPrivate::internalDisconnect(bool shutdown) {
 
 void DaServerComPrivate::reportLoss(ServerStatus why) {
     {
-        const std::lock_guard guard(lock);
+        const Korvex::ScopedLock guard(lock);
         if (serverState == SERVERSTATUS_DISCONNECTED || !callback) return;
     }
     LibT::lIfCall("CALL DataCallback::ServerStatusChange");
@@ -123,7 +123,7 @@ void DaServerComPrivate::sendAllQualityBad() {
     for (const auto& subscription : subscriptions.all()) {
         ItemReport report;
         try {
-            const std::lock_guard guard(lock);
+            const Korvex::ScopedLock guard(lock);
             if (serverState == SERVERSTATUS_DISCONNECTED) return;
             if (subscription->isEnded()) continue;
             report.group = subscription->getQualityBadData(report.clientHandles, report.values, report.errors);
@@ -153,7 +153,7 @@ HRESULT DaServerComPrivate::internalConnect() {
 }
 
 bool DaServerComPrivate::beginReconnecting(Attempt& attempt) {
-    const std::lock_guard guard(lock);
+    const Korvex::ScopedLock guard(lock);
     if (serverState == SERVERSTATUS_DISCONNECTED) return false;
     connecting_ = true;
     attempt.client = callback;
@@ -191,7 +191,7 @@ HRESULT DaServerComPrivate::recoverLocale(DaServerMgt& server) {
 }
 
 bool DaServerComPrivate::takeOver(Attempt& attempt) {
-    const std::lock_guard guard(lock);
+    const Korvex::ScopedLock guard(lock);
     if (serverState == SERVERSTATUS_DISCONNECTED) return false;
     LibT::eventInformation("Successfully reconnected to OPC Server %ls on %ls", serverName, nodeName);
     link = std::exchange(attempt.made, {});
@@ -215,7 +215,7 @@ void DaServerComPrivate::tearDownUnwanted(Attempt& attempt) {
 }
 
 void DaServerComPrivate::stopReconnecting() {
-    const std::lock_guard guard(lock);
+    const Korvex::ScopedLock guard(lock);
     connecting_ = false;
     leftAlone_ = false;
     shutdownWhileConnecting_ = false;
@@ -225,7 +225,7 @@ HRESULT DaServerComPrivate::bringBackSubscriptions() {
     try {
         HRESULT hr;
         {
-            const std::lock_guard guard(lock);
+            const Korvex::ScopedLock guard(lock);
             // What calls did to the subscriptions while there was no server has to be complete.
             lock.waitUntilQuiet();
             hr = recoverSubscriptions();
@@ -266,7 +266,7 @@ void DaServerComPrivate::reportRefusedItems() {
     for (const auto& subscription : subscriptions.all()) {
         ItemReport report;
         {
-            const std::lock_guard guard(lock);
+            const Korvex::ScopedLock guard(lock);
             if (serverState != SERVERSTATUS_CONNECTED) return;
             if (subscription->isEnded()) continue;
             report.group = subscription->takeRefusedItems(report.clientHandles, report.values, report.errors);
@@ -280,7 +280,7 @@ void DaServerComPrivate::reportRefusedItems() {
 
 void DaServerComPrivate::recoverIncompleteSubscriptions() {
     {
-        const std::lock_guard guard(lock);
+        const Korvex::ScopedLock guard(lock);
         if (serverState != SERVERSTATUS_CONNECTED) return;
         const auto all = subscriptions.all();
         if (std::all_of(all.begin(), all.end(), [](const auto& one) { return isComplete(*one); })) return;

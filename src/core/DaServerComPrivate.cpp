@@ -1,10 +1,10 @@
 #include "core/DaServerComPrivate.h"
 
-#include <mutex>
 #include <utility>
 
 #include <korvex/native/OpxCmnClient.h>
 
+#include "com/Mutex.h"
 #include "core/Addition.h"
 #include "core/guarded.h"
 #include "opc/apartment/ApartmentMode.h"
@@ -66,7 +66,7 @@ HRESULT DaServerComPrivate::lookUpClsid(ServerUrl& url) const {
 HRESULT DaServerComPrivate::openConnection(OpxServerConnectInfo& info, bool& localeChanged) {
     Attempt attempt;
     {
-        const std::lock_guard guard(lock);
+        const Korvex::ScopedLock guard(lock);
         connecting_ = true;
         attempt.client = callback;
     }
@@ -76,7 +76,7 @@ HRESULT DaServerComPrivate::openConnection(OpxServerConnectInfo& info, bool& loc
         if (failed(settled)) info.retryInitialConnect = false;
         return settled;
     });
-    const std::lock_guard guard(lock);
+    const Korvex::ScopedLock guard(lock);
     link = std::move(attempt.made);
     return hr;
 }
@@ -118,7 +118,7 @@ HRESULT DaServerComPrivate::addMainGroup(Attempt& attempt) {
 }
 
 std::shared_ptr<WatchDog> DaServerComPrivate::watchDog() {
-    const std::lock_guard guard(lock);
+    const Korvex::ScopedLock guard(lock);
     if (!watchDog_) watchDog_ = std::make_shared<WatchDog>(weak_from_this(), keepAliveTime);
     return watchDog_;
 }
@@ -135,7 +135,7 @@ HRESULT DaServerComPrivate::createWatchDog() {
 
 void DaServerComPrivate::begin(ServerStatus first) {
     {
-        const std::lock_guard guard(lock);
+        const Korvex::ScopedLock guard(lock);
         connecting_ = false;
         serverState = first;
     }
@@ -154,7 +154,7 @@ void DaServerComPrivate::removeMainGroup() {
 
 void DaServerComPrivate::abandonConnection() {
     {
-        const std::lock_guard guard(lock);
+        const Korvex::ScopedLock guard(lock);
         connecting_ = false;
         shutdownWhileConnecting_ = false;
     }
@@ -165,7 +165,7 @@ void DaServerComPrivate::abandonConnection() {
 // ---- Disconnecting -------------------------------------------------------------------------------
 
 bool DaServerComPrivate::end(bool& wasConnected) {
-    const std::lock_guard guard(lock);
+    const Korvex::ScopedLock guard(lock);
     if (serverState == SERVERSTATUS_DISCONNECTED) return false;
     wasConnected = serverState == SERVERSTATUS_CONNECTED;
     // Objects of a server may live in the watch-dog's apartment, which has to stand until they are gone.
@@ -192,7 +192,7 @@ void DaServerComPrivate::closeConnection(bool wasConnected) {
             LibT::eventInformation("Disconnected from OPC Server %ls on %ls", serverName, nodeName);
         } else if (link.server) {
             // Lost, and not given up by the watch-dog any more.
-            const std::lock_guard guard(lock);
+            const Korvex::ScopedLock guard(lock);
             startTearDown(false, link.server, {link.mainGroup});
         }
     } catch (...) {
@@ -203,7 +203,7 @@ void DaServerComPrivate::closeConnection(bool wasConnected) {
         stopWatchDog();
     }
     std::unique_ptr<ApartmentShare> ended;  // outlives the lock: ending an apartment may let calls in
-    const std::lock_guard guard(lock);
+    const Korvex::ScopedLock guard(lock);
     link.clear();
     if (!leftAlone_) ended.swap(apartment_);
 }
@@ -217,7 +217,7 @@ void DaServerComPrivate::stopWatchDog() {
     std::shared_ptr<WatchDog> stopped;
     bool leftAlone;
     {
-        const std::lock_guard guard(lock);
+        const Korvex::ScopedLock guard(lock);
         stopped.swap(watchDog_);
         leftAlone = leftAlone_;
     }
@@ -229,7 +229,7 @@ void DaServerComPrivate::stopWatchDog() {
 }
 
 bool DaServerComPrivate::isLeftAlone() {
-    const std::lock_guard guard(lock);
+    const Korvex::ScopedLock guard(lock);
     return leftAlone_;
 }
 
@@ -252,7 +252,7 @@ void DaServerComPrivate::reportDisconnected() {
     }
     std::shared_ptr<CallbackRelay> relay;
     {
-        const std::lock_guard guard(lock);
+        const Korvex::ScopedLock guard(lock);
         relay.swap(callback);
     }
     if (relay) relay->silence();
@@ -268,7 +268,7 @@ bool DaServerComPrivate::admits(bool needsServer) const noexcept {
 std::uint32_t DaServerComPrivate::addSubscription(SubscriptionTable::Wrapper subscription, const ServerLink& madeOn) {
     // Without a group there is nothing to compare, and the call is waited for before groups are made.
     if (!madeOn.server) return subscriptions.add(std::move(subscription));
-    const std::lock_guard guard(lock);
+    const Korvex::ScopedLock guard(lock);
     if (serverState == SERVERSTATUS_DISCONNECTED) return 0;
     if (link.server != madeOn.server) {
         if (auto group = subscription->takeGroup()) tearDownGroup(std::move(group));
@@ -278,7 +278,7 @@ std::uint32_t DaServerComPrivate::addSubscription(SubscriptionTable::Wrapper sub
 
 void DaServerComPrivate::tearDownGroup(std::shared_ptr<DaGroupMgt> group) {
     group->silence();
-    const std::lock_guard guard(lock);
+    const Korvex::ScopedLock guard(lock);
     startTearDown(false, nullptr, {std::move(group)});
 }
 
@@ -298,7 +298,7 @@ bool DaServerComPrivate::report(ServerStatus status) noexcept {
     std::shared_ptr<CallbackRelay> to;
     std::uint32_t handle;
     {
-        const std::lock_guard guard(lock);
+        const Korvex::ScopedLock guard(lock);
         to = callback;
         handle = clientHandle;
     }

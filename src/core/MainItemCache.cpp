@@ -22,7 +22,7 @@ bool ResolvedItems::anyFailed() const noexcept {
 
 void MainItemCache::resolve(std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved, NewItems& added,
                             AwaitedItems& awaited) {
-    std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     added.positions.reserve(items.size());
     added.items.reserve(items.size());
     for (std::size_t i = 0; i < items.size(); ++i) {
@@ -51,7 +51,7 @@ void MainItemCache::resolve(std::vector<OpxItemIdentifier>& items, ResolvedItems
 
 void MainItemCache::accept(const NewItems& added, const std::vector<std::int32_t>& errors,
                            std::vector<OpxItemIdentifier>& items, ResolvedItems& resolved) {
-    std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     for (std::size_t n = 0; n < added.positions.size(); ++n) {
         const std::size_t i = added.positions[n];
         const OpxItemIdentifier& answer = added.items[n];
@@ -72,7 +72,7 @@ void MainItemCache::accept(const NewItems& added, const std::vector<std::int32_t
 }
 
 void MainItemCache::drop(const NewItems& added, HRESULT failure) {
-    std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     for (const OpxItemIdentifier& item : added.items) {
         const auto& dropped = records_[item.clientHandle - 1];
         if (!dropped || dropped->addition != added.addition) continue;  // given out again, or accepted
@@ -89,7 +89,7 @@ HRESULT MainItemCache::await(const AwaitedItems& awaited, std::vector<OpxItemIde
             resolved.errors[i] = kUnknownItemId;
             continue;
         }
-        std::lock_guard guard(lock_);
+        const Korvex::ScopedLock guard(lock_);
         const Record& added = *item.record;
         if (added.accepted)
             take(added, i, items[i], resolved);

@@ -5,11 +5,11 @@
 #include <deque>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include <korvex/native/OpxItemIdentifier.h>
 
+#include "com/Mutex.h"
 #include "com/com.h"
 #include "core/Addition.h"
 
@@ -88,15 +88,15 @@ public:
 
 private:
     static void take(const Record& known, std::size_t i, OpxItemIdentifier& item, ResolvedItems& resolved);
-    std::uint32_t findSlot(const OpxItemIdentifier& item) const;
-    std::uint32_t takeSlot(const OpxString& name, std::shared_ptr<const Addition> addition);
-    void freeSlot(std::uint32_t slot);
-    Record& record(std::uint32_t slot) { return *records_[slot - 1]; }
+    std::uint32_t findSlot(const OpxItemIdentifier& item) const REQUIRES(lock_);
+    std::uint32_t takeSlot(const OpxString& name, std::shared_ptr<const Addition> addition) REQUIRES(lock_);
+    void freeSlot(std::uint32_t slot) REQUIRES(lock_);
+    Record& record(std::uint32_t slot) REQUIRES(lock_) { return *records_[slot - 1]; }
 
-    std::mutex lock_;
-    std::vector<std::shared_ptr<Record>> records_;  // null where a slot is free
-    std::map<OpxString, std::uint32_t> slotOfName_;
-    std::deque<std::uint32_t> freeSlots_;
+    Korvex::Mutex lock_;
+    std::vector<std::shared_ptr<Record>> records_ GUARDED_BY(lock_);  // null where a slot is free
+    std::map<OpxString, std::uint32_t> slotOfName_ GUARDED_BY(lock_);
+    std::deque<std::uint32_t> freeSlots_ GUARDED_BY(lock_);
 };
 
 }  // namespace OpxOpc

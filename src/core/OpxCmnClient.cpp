@@ -1,11 +1,11 @@
 #include <korvex/native/OpxCmnClient.h>
 
-#include <mutex>
 #include <optional>
 #include <thread>
 #include <utility>
 
 #include "com/ComCalls.h"
+#include "com/Mutex.h"
 #include "com/platform.h"
 #include "core/enumServers.h"
 #include "core/guarded.h"
@@ -22,10 +22,10 @@ const std::vector<ServerCategory> kAllCategories = {ServerCategory::OPCDA, Serve
 
 // The living objects of this process.
 struct Instances {
-    std::mutex lock;
-    std::uint32_t count = 0;
-    std::optional<std::thread::id> comInitializedBy;
-    void* multiThreadedHold = nullptr;
+    Korvex::Mutex lock;
+    std::uint32_t count GUARDED_BY(lock) = 0;
+    std::optional<std::thread::id> comInitializedBy GUARDED_BY(lock);
+    void* multiThreadedHold GUARDED_BY(lock) = nullptr;
 };
 
 Instances& instances() {
@@ -33,7 +33,7 @@ Instances& instances() {
     return state;
 }
 
-void initializeCom(Instances& state) {
+void initializeCom(Instances& state) REQUIRES(state.lock) {
     const HRESULT hr = Korvex::Com::comCalls().coInitializeEx(COINIT_MULTITHREADED);
     // Any thread may call, beside one with a user interface, and after the one that brought COM up has ended.
     state.multiThreadedHold = Korvex::Com::holdMultiThreadedApartment();
@@ -46,7 +46,7 @@ void initializeCom(Instances& state) {
 }
 
 // An apartment is a thread's: undone on another one, it would be that thread's own that ends.
-void uninitializeCom(Instances& state) {
+void uninitializeCom(Instances& state) REQUIRES(state.lock) {
     Korvex::Com::releaseMultiThreadedApartment(std::exchange(state.multiThreadedHold, nullptr));
     if (state.comInitializedBy == std::this_thread::get_id()) Korvex::Com::comCalls().coUninitialize();
     state.comInitializedBy.reset();
@@ -79,7 +79,7 @@ HRESULT resolve(const OpxString& host, const OpxString& progId, OpxString& clsid
 
 OpxCmnClient::OpxCmnClient() {
     Instances& state = instances();
-    const std::lock_guard guard(state.lock);
+    const Korvex::ScopedLock guard(state.lock);
     if (state.count++ != 0) return;
     initializeCom(state);
     ApartmentMode::initializeSecurityOnce();
@@ -89,7 +89,7 @@ OpxCmnClient::~OpxCmnClient() {
     LibT::lCtor("--> Dtor CmnClient");
     {
         Instances& state = instances();
-        const std::lock_guard guard(state.lock);
+        const Korvex::ScopedLock guard(state.lock);
         if (--state.count == 0) uninitializeCom(state);
     }
     LibT::lCtor("<-- Dtor CmnClient");

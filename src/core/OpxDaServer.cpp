@@ -1,7 +1,6 @@
 #include <korvex/native/OpxDaServer.h>
 
-#include <mutex>
-
+#include "com/Mutex.h"
 #include "core/ExclusiveFlag.h"
 #include "core/OpxDaServerCom.h"
 #include "core/ParameterTrace.h"
@@ -45,19 +44,19 @@ bool namesDataAccessServer(OpxStringView url) {
 // The engine is shared with the calls in progress, so that a disconnect cannot free it under them.
 struct OpxDaServer::Private {
     std::shared_ptr<OpxDaServerInterface> engine() {
-        std::lock_guard guard(lock);
+        const Korvex::ScopedLock guard(lock);
         return connected;
     }
     void connect(std::shared_ptr<OpxDaServerInterface> engine) {
-        std::lock_guard guard(lock);
+        const Korvex::ScopedLock guard(lock);
         connected.swap(engine);
     }
     void disconnect() { connect(nullptr); }
     std::int32_t modify(const ModifyRequest& request, std::uint32_t* revisedUpdateRate);
 
-    std::mutex lock;
-    std::shared_ptr<OpxDaServerInterface> connected;  // null while disconnected
-    ExclusiveFlag changing;                           // connecting or disconnecting
+    Korvex::Mutex lock;
+    std::shared_ptr<OpxDaServerInterface> connected GUARDED_BY(lock);  // null while disconnected
+    ExclusiveFlag changing;                                            // connecting or disconnecting
 };
 
 OpxDaServer::OpxDaServer() {

@@ -1,8 +1,8 @@
 #include "core/OpxDaServerCom.h"
 
-#include <mutex>
 #include <utility>
 
+#include "com/Mutex.h"
 #include "core/DaServerComPrivate.h"
 #include "core/guarded.h"
 #include "trace/LibT.h"
@@ -26,7 +26,7 @@ HRESULT OpxDaServerCom::connect(ConnectRequest request) {
     const TraceScope trace("DaServerCom::connect");
     if (d_->isLeftAlone()) d_ = std::make_shared<DaServerComPrivate>();
     {
-        std::lock_guard guard(d_->lock);
+        const Korvex::ScopedLock guard(d_->lock);
         if (d_->serverState != SERVERSTATUS_DISCONNECTED) {
             return trace.refuse("[E_FAIL] - serverState not disconnected", E_FAIL);
         }

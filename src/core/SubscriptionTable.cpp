@@ -7,7 +7,7 @@
 namespace OpxOpc {
 
 std::uint32_t SubscriptionTable::add(Wrapper wrapper) {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     if (freeHandles_.empty()) {
         slots_.push_back(std::move(wrapper));
         return static_cast<std::uint32_t>(slots_.size());
@@ -19,13 +19,13 @@ std::uint32_t SubscriptionTable::add(Wrapper wrapper) {
 }
 
 std::optional<SubscriptionTable::Wrapper> SubscriptionTable::find(std::uint32_t handle) const {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     if (!contains(handle)) return std::nullopt;
     return slots_[handle - 1];
 }
 
 bool SubscriptionTable::remove(std::uint32_t handle, const Wrapper& wrapper) {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     if (!contains(handle) || slots_[handle - 1] != wrapper) return false;
     slots_[handle - 1] = nullptr;
     freeHandles_.push_back(handle);
@@ -33,12 +33,12 @@ bool SubscriptionTable::remove(std::uint32_t handle, const Wrapper& wrapper) {
 }
 
 std::vector<SubscriptionTable::Wrapper> SubscriptionTable::all() const {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     return living();
 }
 
 std::vector<SubscriptionTable::Wrapper> SubscriptionTable::clear() {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     std::vector<Wrapper> removed = living();
     slots_.clear();
     freeHandles_.clear();

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
+#include "com/Mutex.h"
 #include "opc/group/DaGroupWrapper.h"
 
 namespace OpxOpc {
@@ -33,12 +33,12 @@ public:
     std::vector<Wrapper> clear();
 
 private:
-    bool contains(std::uint32_t handle) const { return handle != 0 && handle <= slots_.size(); }
-    std::vector<Wrapper> living() const;
+    bool contains(std::uint32_t handle) const REQUIRES(lock_) { return handle != 0 && handle <= slots_.size(); }
+    std::vector<Wrapper> living() const REQUIRES(lock_);
 
-    mutable std::mutex lock_;
-    std::vector<Wrapper> slots_;  // null where a handle is free
-    std::deque<std::uint32_t> freeHandles_;
+    mutable Korvex::Mutex lock_;
+    std::vector<Wrapper> slots_ GUARDED_BY(lock_);  // null where a handle is free
+    std::deque<std::uint32_t> freeHandles_ GUARDED_BY(lock_);
 };
 
 }  // namespace OpxOpc

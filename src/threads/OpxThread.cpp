@@ -28,8 +28,8 @@ OpxThread::~OpxThread() {
 void OpxThread::create(std::shared_ptr<void> keptAlive) {
     if (running_.exchange(true)) return;
     joinHandle();
-    order_ = Order::Stay;
-    const std::lock_guard guard(lock_);
+    changed_.change([this]() REQUIRES(changed_) { order_ = Order::Stay; });
+    const Korvex::ScopedLock guard(lock_);
     try {
         thread_ = makeThread([this, keptAlive = std::move(keptAlive)] { body(); });
     } catch (...) {
@@ -40,18 +40,23 @@ void OpxThread::create(std::shared_ptr<void> keptAlive) {
 
 void OpxThread::start() {
     create();
-    changed_.change([this] { order_ = Order::Go; });
+    changed_.change([this]() REQUIRES(changed_) { order_ = Order::Go; });
 }
 
 void OpxThread::body() {
-    changed_.wait([this] { return order_ != Order::Stay; }, Signal::kForever, Signal::Messages::Leave);
-    if (order_ == Order::Go) run();
+    bool goes = false;
+    const auto isOrdered = [&]() REQUIRES(changed_) {
+        goes = order_ == Order::Go;
+        return order_ != Order::Stay;
+    };
+    changed_.wait(isOrdered, Signal::kForever, Signal::Messages::Leave);
+    if (goes) run();
     changed_.change([this] { running_ = false; });
 }
 
 void OpxThread::wait() {
     if (isOwnThread()) return;
-    changed_.change([this] {
+    changed_.change([this]() REQUIRES(changed_) {
         if (order_ == Order::Stay) order_ = Order::Leave;
     });
     // Joining alone would not take the calls that the thread may wait for.
@@ -60,7 +65,7 @@ void OpxThread::wait() {
 }
 
 std::thread::id OpxThread::id() const {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     return thread_.get_id();
 }
 
@@ -71,7 +76,7 @@ bool OpxThread::isOwnThread() const {
 void OpxThread::joinHandle() {
     std::thread ended;
     {
-        const std::lock_guard guard(lock_);
+        const Korvex::ScopedLock guard(lock_);
         ended.swap(thread_);
     }
     if (ended.joinable()) ended.join();

@@ -4,9 +4,9 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
 
+#include "com/Mutex.h"
 #include "opc/apartment/Signal.h"
 
 namespace OpxOpc {
@@ -51,10 +51,10 @@ private:
     void joinHandle();
 
     std::atomic<bool> running_ = false;  // created and not ended
-    Signal changed_;                     // guards the order, and tells of the end
-    Order order_ = Order::Stay;
-    mutable std::mutex lock_;  // guards the handle
-    std::thread thread_;
+    Signal changed_;                     // tells of the order, and of the end too
+    Order order_ GUARDED_BY(changed_) = Order::Stay;
+    mutable Korvex::Mutex lock_;  // guards the handle
+    std::thread thread_ GUARDED_BY(lock_);
 };
 
 }  // namespace OpxOpc

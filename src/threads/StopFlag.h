@@ -9,19 +9,19 @@ namespace OpxOpc {
 class StopFlag {
 public:
     void set() {
-        changed_.change([this] { set_ = true; });
+        changed_.change([this]() REQUIRES(changed_) { set_ = true; });
     }
     bool isSet() const {
-        return changed_.look([this] { return set_; });
+        return changed_.look([this]() REQUIRES(changed_) { return set_; });
     }
     // Returns after `duration`, or as soon as the flag is set.
     void waitFor(Signal::Duration duration, Signal::Messages messages) const {
-        changed_.wait([this] { return set_; }, duration, messages);
+        changed_.wait([this]() REQUIRES(changed_) { return set_; }, duration, messages);
     }
 
 private:
     mutable Signal changed_;
-    bool set_ = false;
+    bool set_ GUARDED_BY(changed_) = false;
 };
 
 }  // namespace OpxOpc

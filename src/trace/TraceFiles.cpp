@@ -46,7 +46,7 @@ fs::path absolutePath(const fs::path& path) {
 
 bool TraceFiles::openTrace(std::uint32_t level, std::uint32_t lineLimit, std::uint32_t backups, const fs::path& path,
                            const OpxString& programName) {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     if (trace_.isOpen()) return false;
     const fs::path file = absolutePath(path);
     errorsAreInTrace_ = errors_.isAt(file);
@@ -59,7 +59,7 @@ bool TraceFiles::openTrace(std::uint32_t level, std::uint32_t lineLimit, std::ui
 }
 
 bool TraceFiles::openErrors(const fs::path& path, const OpxString& programName) {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     if (errors_.isOpen() || sharesFile()) return false;
     const fs::path file = absolutePath(path);
     errorsAreInTrace_ = trace_.isAt(file);
@@ -68,7 +68,7 @@ bool TraceFiles::openErrors(const fs::path& path, const OpxString& programName) 
 }
 
 void TraceFiles::write(std::int32_t level, std::string_view message) {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     const bool isError = level <= kHighestErrorLevel;
     const bool goesToTrace = trace_.isOpen() && (level <= level_ || (isError && errorsAreInTrace_));
     const bool goesToErrors = errors_.isOpen() && isError;

@@ -4,9 +4,9 @@
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
-#include <mutex>
 #include <string_view>
 
+#include "com/Mutex.h"
 #include "com/platform.h"
 #include "trace/TraceFile.h"
 
@@ -32,14 +32,14 @@ public:
     void write(std::int32_t level, std::string_view message);
 
 private:
-    bool sharesFile() const { return errorsAreInTrace_ && trace_.isOpen(); }
+    bool sharesFile() const REQUIRES(lock_) { return errorsAreInTrace_ && trace_.isOpen(); }
 
     const Clock clock_;
-    std::mutex lock_;
+    Korvex::Mutex lock_;
     std::atomic<std::int32_t> level_{0};
-    TraceFile trace_;
-    TraceFile errors_;
-    bool errorsAreInTrace_ = false;
+    TraceFile trace_ GUARDED_BY(lock_);
+    TraceFile errors_ GUARDED_BY(lock_);
+    bool errorsAreInTrace_ GUARDED_BY(lock_) = false;
 };
 
 }  // namespace OpxOpc

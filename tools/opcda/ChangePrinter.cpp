@@ -80,7 +80,7 @@ ChangePrinter::ChangePrinter(const Output& output, Form form, std::vector<std::s
 }
 
 void ChangePrinter::changes(const std::vector<ItemValueCallback>& items) {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     for (const ItemValueCallback& item : items) {
         const auto* index = item.ClientHandle().tryGet<std::int32_t>();
         if (index) print({items_.at(static_cast<std::size_t>(*index)), item});
@@ -96,7 +96,7 @@ void ChangePrinter::print(const Change& change) {
 }
 
 void ChangePrinter::state(ServerState state) {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     if (form_ == Form::JsonLines)
         printRecord({{"time", currentTime()}, {"state", nameOf(state)}});
     else
@@ -104,7 +104,7 @@ void ChangePrinter::state(ServerState state) {
 }
 
 void ChangePrinter::refused(const ItemIdentifier& item) {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     const std::string name = toUtf8(item.ItemName().valueOrEmpty());
     if (form_ == Form::JsonLines) {
         printRecord({{"time", currentTime()},
@@ -130,7 +130,7 @@ void ChangePrinter::printLine(const std::string& line) {
 }
 
 bool ChangePrinter::finished() const {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     return isFinished();
 }
 

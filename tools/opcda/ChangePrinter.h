@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,6 +12,7 @@
 #include <korvex/opc_da_client/ServerState.h>
 
 #include "Command.h"
+#include "com/Mutex.h"
 #include "json.h"
 
 namespace Korvex::Tool {
@@ -36,18 +36,18 @@ public:
 private:
     struct Change;
 
-    void print(const Change& change);
-    void printText(const std::string& text);
-    void printRecord(const Json& record);
-    void printLine(const std::string& line);
-    bool isFinished() const;
+    void print(const Change& change) REQUIRES(lock_);
+    void printText(const std::string& text) REQUIRES(lock_);
+    void printRecord(const Json& record) REQUIRES(lock_);
+    void printLine(const std::string& line) REQUIRES(lock_);
+    bool isFinished() const REQUIRES(lock_);
 
     const Output output_;
     const Form form_;
     const std::vector<std::string> items_;
-    std::size_t itemWidth_ = 0;
-    std::optional<std::int32_t> changesLeft_;
-    mutable std::mutex lock_;
+    std::size_t itemWidth_ = 0;  // set by the constructor
+    std::optional<std::int32_t> changesLeft_ GUARDED_BY(lock_);
+    mutable Korvex::Mutex lock_;
 };
 
 }  // namespace Korvex::Tool

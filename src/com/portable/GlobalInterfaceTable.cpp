@@ -23,7 +23,7 @@ HRESULT GlobalInterfaceTable::RegisterInterfaceInGlobal(IUnknown* pUnk, REFIID r
     if (!isInApartment()) return CO_E_NOTINITIALIZED;
     ComPtr<IUnknown> kept;
     if (const HRESULT hr = queryFor(*pUnk, riid, kept.putVoid()); failed(hr)) return hr;
-    std::lock_guard guard(lock_);
+    const ScopedLock guard(lock_);
     do {
         ++lastCookie_;
     } while (lastCookie_ == 0 || interfaces_.count(lastCookie_) != 0);
@@ -34,7 +34,7 @@ HRESULT GlobalInterfaceTable::RegisterInterfaceInGlobal(IUnknown* pUnk, REFIID r
 
 HRESULT GlobalInterfaceTable::RevokeInterfaceFromGlobal(DWORD dwCookie) {
     ComPtr<IUnknown> released;  // outside the lock: the object may call back
-    std::lock_guard guard(lock_);
+    const ScopedLock guard(lock_);
     const auto found = interfaces_.find(dwCookie);
     if (found == interfaces_.end()) return E_INVALIDARG;
     released = std::move(found->second);
@@ -48,7 +48,7 @@ HRESULT GlobalInterfaceTable::GetInterfaceFromGlobal(DWORD dwCookie, REFIID riid
     if (!isInApartment()) return CO_E_NOTINITIALIZED;
     ComPtr<IUnknown> kept;
     {
-        std::lock_guard guard(lock_);
+        const ScopedLock guard(lock_);
         const auto found = interfaces_.find(dwCookie);
         if (found == interfaces_.end()) return E_INVALIDARG;
         kept = found->second;

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <map>
-#include <mutex>
 
 #include "com/ComPtr.h"
+#include "com/Mutex.h"
 #include "com/com.h"
 
 namespace Korvex::Com {
@@ -26,9 +26,9 @@ public:
 private:
     GlobalInterfaceTable() = default;
 
-    std::mutex lock_;
-    std::map<DWORD, ComPtr<IUnknown>> interfaces_;
-    DWORD lastCookie_ = 0;
+    Mutex lock_;
+    std::map<DWORD, ComPtr<IUnknown>> interfaces_ GUARDED_BY(lock_);
+    DWORD lastCookie_ GUARDED_BY(lock_) = 0;
 };
 
 }  // namespace Korvex::Com

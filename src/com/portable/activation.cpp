@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <mutex>
 #include <new>
 #include <string>
 #include <utility>
@@ -11,6 +10,7 @@
 
 #include "com/BuiltInClass.h"
 #include "com/ComPtr.h"
+#include "com/Mutex.h"
 #include "com/ServerList.h"
 #include "com/opc_interfaces.h"
 #include "com/portable/GlobalInterfaceTable.h"
@@ -35,9 +35,9 @@ struct RegisteredClass {
 };
 
 struct ClassTable {
-    std::mutex lock;
-    std::vector<RegisteredClass> classes;
-    DWORD lastCookie = 0;
+    Mutex lock;
+    std::vector<RegisteredClass> classes GUARDED_BY(lock);
+    DWORD lastCookie GUARDED_BY(lock) = 0;
 };
 
 // Never destroyed: a module may revoke its classes while the process ends.
@@ -49,7 +49,7 @@ ClassTable& classTable() {
 // Empty when no program has registered the class. A class object for a single use is handed out once.
 ComPtr<IUnknown> takeRegisteredClass(REFCLSID clsid, DWORD context) {
     ClassTable& table = classTable();
-    std::lock_guard guard(table.lock);
+    const ScopedLock guard(table.lock);
     const auto found = std::find_if(table.classes.begin(), table.classes.end(), [&](const RegisteredClass& entry) {
         return entry.clsid == clsid && (entry.context & context) != 0 && entry.classObject;
     });
@@ -167,6 +167,7 @@ OpxString takeLoadFailure() {
 }  // namespace Korvex::Com
 
 using namespace Korvex::Com;
+using Korvex::ScopedLock;
 
 extern "C" {
 
@@ -178,7 +179,7 @@ HRESULT CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DWORD dwClsContex
     DWORD context = dwClsContext;
     if (flags == REGCLS_MULTIPLEUSE && (context & CLSCTX_LOCAL_SERVER) != 0) context |= CLSCTX_INPROC_SERVER;
     ClassTable& table = classTable();
-    std::lock_guard guard(table.lock);
+    const ScopedLock guard(table.lock);
     table.classes.push_back({++table.lastCookie, rclsid, pUnk, context, flags == REGCLS_SINGLEUSE});
     *lpdwRegister = table.lastCookie;
     return S_OK;
@@ -187,7 +188,7 @@ HRESULT CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DWORD dwClsContex
 HRESULT CoRevokeClassObject(DWORD dwRegister) {
     ComPtr<IUnknown> released;  // outside the lock: its destructor is the program's
     ClassTable& table = classTable();
-    std::lock_guard guard(table.lock);
+    const ScopedLock guard(table.lock);
     const auto found = std::find_if(table.classes.begin(), table.classes.end(),
                                     [&](const RegisteredClass& entry) { return entry.cookie == dwRegister; });
     if (found == table.classes.end()) return E_INVALIDARG;

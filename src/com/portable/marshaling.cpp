@@ -1,11 +1,11 @@
 // Interfaces that go from one thread to another. Within a process a pointer serves every apartment, so
 // what arrives is the object itself.
 #include <map>
-#include <mutex>
 #include <new>
 
 #include "com/ComObject.h"
 #include "com/ComPtr.h"
+#include "com/Mutex.h"
 #include "com/portable/apartment.h"
 #include "com/portable/query.h"
 
@@ -48,8 +48,8 @@ private:
 
 // The objects that CoLockObjectExternal keeps, and how often.
 struct ExternalLocks {
-    std::mutex lock;
-    std::multimap<IUnknown*, ComPtr<IUnknown>> objects;
+    Mutex lock;
+    std::multimap<IUnknown*, ComPtr<IUnknown>> objects GUARDED_BY(lock);
 };
 
 // Never destroyed: modules may unlock while the process ends.
@@ -60,14 +60,14 @@ ExternalLocks& externalLocks() {
 
 void lockExternally(const ComPtr<IUnknown>& object) {
     ExternalLocks& locks = externalLocks();
-    std::lock_guard guard(locks.lock);
+    const ScopedLock guard(locks.lock);
     locks.objects.emplace(object.get(), object);
 }
 
 void unlockExternally(const ComPtr<IUnknown>& object) {
     ComPtr<IUnknown> released;  // outside the lock: its destructor is the program's
     ExternalLocks& locks = externalLocks();
-    std::lock_guard guard(locks.lock);
+    const ScopedLock guard(locks.lock);
     const auto found = locks.objects.find(object.get());
     if (found == locks.objects.end()) return;
     released = std::move(found->second);

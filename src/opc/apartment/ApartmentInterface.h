@@ -1,10 +1,10 @@
 // An interface of a server or group, kept so that every thread of the process can use it.
 #pragma once
 
-#include <mutex>
 #include <utility>
 
 #include "com/ComPtr.h"
+#include "com/Mutex.h"
 #include "com/com.h"
 
 namespace OpxOpc {
@@ -33,7 +33,7 @@ template <typename Interface>
 class ApartmentInterface {
 public:
     bool isKept() const noexcept {
-        const std::lock_guard guard(lock_);
+        const Korvex::ScopedLock guard(lock_);
         return pointer_ || cookie_ != 0;
     }
 
@@ -41,14 +41,14 @@ public:
     // the interface, or takes it and hands out no cookie, the reference is released.
     HRESULT keep(IGlobalInterfaceTable* table, Korvex::Com::ComPtr<Interface> pointer) {
         if (!table) {
-            const std::lock_guard guard(lock_);
+            const Korvex::ScopedLock guard(lock_);
             pointer_ = std::move(pointer);
             return S_OK;
         }
         if (!pointer) return S_OK;
         DWORD cookie = 0;
         const HRESULT hr = table->RegisterInterfaceInGlobal(pointer.get(), iidOf<Interface>(), &cookie);
-        const std::lock_guard guard(lock_);
+        const Korvex::ScopedLock guard(lock_);
         cookie_ = failed(hr) ? 0 : cookie;
         return hr;
     }
@@ -92,17 +92,17 @@ private:
     };
 
     Kept look() const {
-        const std::lock_guard guard(lock_);
+        const Korvex::ScopedLock guard(lock_);
         return {pointer_, cookie_};
     }
     Kept take() {
-        const std::lock_guard guard(lock_);
+        const Korvex::ScopedLock guard(lock_);
         return {std::move(pointer_), std::exchange(cookie_, 0)};
     }
 
-    mutable std::mutex lock_;  // held while the two are copied, never while COM is called
-    Korvex::Com::ComPtr<Interface> pointer_;
-    DWORD cookie_ = 0;
+    mutable Korvex::Mutex lock_;  // held while the two are copied, never while COM is called
+    Korvex::Com::ComPtr<Interface> pointer_ GUARDED_BY(lock_);
+    DWORD cookie_ GUARDED_BY(lock_) = 0;
 };
 
 }  // namespace OpxOpc

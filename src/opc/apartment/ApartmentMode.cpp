@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "com/ComCalls.h"
+#include "com/Mutex.h"
 #include "com/platform.h"
 #include "trace/LibT.h"
 
@@ -15,10 +16,10 @@ namespace OpxOpc {
 namespace {
 
 struct ApartmentState {
-    std::mutex lock;
-    std::uint32_t instances = 0;
-    std::optional<std::thread::id> initializedBy;
-    void* multiThreadedHold = nullptr;
+    Korvex::Mutex lock;
+    std::uint32_t instances GUARDED_BY(lock) = 0;
+    std::optional<std::thread::id> initializedBy GUARDED_BY(lock);
+    void* multiThreadedHold GUARDED_BY(lock) = nullptr;
     std::once_flag securityInitialized;
     std::atomic<bool> singleThreaded = false;
 };
@@ -28,7 +29,7 @@ ApartmentState& apartment() {
     return state;
 }
 
-void initializeCom(ApartmentState& state) {
+void initializeCom(ApartmentState& state) REQUIRES(state.lock) {
     const HRESULT hr = Korvex::Com::comCalls().coInitializeEx(COINIT_MULTITHREADED);
     if (hr == RPC_E_CHANGED_MODE) {
         LibT::lCtor("Ctor DaServerMgtPrivate - COM is already initialized as STA");
@@ -78,7 +79,7 @@ void initializeSecurity() {
 
 void ApartmentMode::enter() {
     ApartmentState& state = apartment();
-    const std::lock_guard guard(state.lock);
+    const Korvex::ScopedLock guard(state.lock);
     if (state.instances++ > 0) return;
     initializeCom(state);
     initializeSecurityOnce();
@@ -86,7 +87,7 @@ void ApartmentMode::enter() {
 
 void ApartmentMode::leave() {
     ApartmentState& state = apartment();
-    const std::lock_guard guard(state.lock);
+    const Korvex::ScopedLock guard(state.lock);
     if (--state.instances > 0) return;
     // An apartment is a thread's: undone on another one, it would be that thread's own that ends.
     Korvex::Com::releaseMultiThreadedApartment(std::exchange(state.multiThreadedHold, nullptr));

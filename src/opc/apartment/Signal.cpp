@@ -18,10 +18,10 @@ Signal::Messages Signal::messagesOfApartment() noexcept {
 }
 
 // A call that is taken may wait here once more, for the same condition or another.
-bool Signal::waitTakingMessages(std::unique_lock<std::mutex>& guard, const std::function<bool()>& isTrue,
-                                Duration limit) {
+bool Signal::waitTakingMessages(const std::function<bool()>& isTrue, Duration limit) {
     const auto begun = Time::now();
     Korvex::Com::WakeEvent wakeUp;
+    Korvex::ScopedLock guard(lock_);
     takingMessages_.push_back(&wakeUp);
     bool reached = false;
     for (Duration rest = limit; rest > Duration::zero(); rest = limit == kForever ? limit : untilThe(begun + limit)) {

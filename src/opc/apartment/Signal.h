@@ -3,11 +3,10 @@
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <vector>
 
+#include "com/Mutex.h"
 #include "com/platform.h"
 
 namespace OpxOpc {
@@ -15,7 +14,7 @@ namespace OpxOpc {
 // Guards whatever the conditions depend on: it is changed and looked at through one of these. A waiting
 // thread of a single-threaded apartment takes the calls that COM brings it, as soon as they come: without
 // them the object that it waits for could not answer.
-class Signal {
+class CAPABILITY("signal") Signal {
 public:
     using Duration = std::chrono::microseconds;
     static constexpr Duration kForever = Duration::max();
@@ -24,38 +23,48 @@ public:
     // Take where the process is single-threaded.
     static Messages messagesOfApartment() noexcept;
 
+    // What the signal guards is annotated with the signal, and so are the functions that these three call: they are
+    // not checked themselves, for the lock that they hold then is another one to the compiler.
+
     template <typename Change>
-    void change(Change&& change) {
-        const std::lock_guard guard(lock_);
+    void change(Change&& change) NO_THREAD_SAFETY_ANALYSIS {
+        const Korvex::ScopedLock guard(lock_);
         change();
-        changed_.notify_all();
+        changed_.notifyAll();
         for (Korvex::Com::WakeEvent* waiting : takingMessages_) waiting->set();
     }
 
     template <typename Look>
-    auto look(Look&& look) const {
-        const std::lock_guard guard(lock_);
+    auto look(Look&& look) const NO_THREAD_SAFETY_ANALYSIS {
+        const Korvex::ScopedLock guard(lock_);
         return look();
     }
 
     // Returns true as soon as `isTrue` answers so, or false after `limit`. `isTrue` is called under the
     // signal's lock and may change what it guards, in a way that nobody else waits for.
     template <typename IsTrue>
-    bool wait(IsTrue&& isTrue, Duration limit = kForever, Messages messages = messagesOfApartment()) {
-        std::unique_lock guard(lock_);
-        if (isTrue()) return true;
-        if (messages == Messages::Take) return waitTakingMessages(guard, std::ref(isTrue), limit);
-        if (limit != kForever) return changed_.wait_for(guard, limit, isTrue);
-        changed_.wait(guard, isTrue);
-        return true;
+    bool wait(IsTrue&& isTrue, Duration limit = kForever,
+              Messages messages = messagesOfApartment()) NO_THREAD_SAFETY_ANALYSIS {
+        {
+            const Korvex::ScopedLock guard(lock_);
+            if (isTrue()) return true;
+            if (messages == Messages::Leave) return waitLeavingMessages(isTrue, limit);
+        }
+        return waitTakingMessages(std::ref(isTrue), limit);
     }
 
 private:
-    bool waitTakingMessages(std::unique_lock<std::mutex>& guard, const std::function<bool()>& isTrue, Duration limit);
+    template <typename IsTrue>
+    bool waitLeavingMessages(IsTrue& isTrue, Duration limit) REQUIRES(lock_) {
+        if (limit != kForever) return changed_.waitFor(lock_, limit, isTrue);
+        changed_.wait(lock_, isTrue);
+        return true;
+    }
+    bool waitTakingMessages(const std::function<bool()>& isTrue, Duration limit);
 
-    mutable std::mutex lock_;
-    std::condition_variable changed_;
-    std::vector<Korvex::Com::WakeEvent*> takingMessages_;
+    mutable Korvex::Mutex lock_;
+    Korvex::Condition changed_;
+    std::vector<Korvex::Com::WakeEvent*> takingMessages_ GUARDED_BY(lock_);
 };
 
 }  // namespace OpxOpc

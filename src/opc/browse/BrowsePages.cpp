@@ -21,12 +21,13 @@ OpxString nextToken() {
 
 OpxString BrowsePages::keep(BrowseRest rest) {
     OpxString token = nextToken();
+    const Korvex::ScopedLock guard(lock_);
     put(token, std::move(rest));
     return token;
 }
 
 std::optional<BrowseRest> BrowsePages::take(const OpxString& token, const OpxString& itemName, BrowseFilter filter) {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     const auto found = kept_.find(token);
     if (found == kept_.end() || found->second.itemName != itemName || found->second.filter != filter) {
         return std::nullopt;
@@ -38,11 +39,11 @@ std::optional<BrowseRest> BrowsePages::take(const OpxString& token, const OpxStr
 }
 
 void BrowsePages::giveBack(const OpxString& token, BrowseRest rest) {
+    const Korvex::ScopedLock guard(lock_);
     put(token, std::move(rest));
 }
 
 void BrowsePages::put(const OpxString& token, BrowseRest rest) {
-    const std::lock_guard guard(lock_);
     elements_ += rest.elements.size();
     kept_.emplace(token, std::move(rest));
     while (elements_ > mostElements_ && kept_.size() > 1) {

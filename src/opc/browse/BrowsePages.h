@@ -3,13 +3,13 @@
 
 #include <cstddef>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <vector>
 
 #include <korvex/native/OpxBrowseElement.h>
 #include <korvex/text.h>
 
+#include "com/Mutex.h"
 #include "opc/browse/BranchLister.h"
 
 namespace OpxOpc {
@@ -42,12 +42,12 @@ public:
     void giveBack(const OpxString& token, BrowseRest rest);
 
 private:
-    void put(const OpxString& token, BrowseRest rest);
+    void put(const OpxString& token, BrowseRest rest) REQUIRES(lock_);
 
     const std::size_t mostElements_;
-    std::mutex lock_;
-    std::map<OpxString, BrowseRest> kept_;  // by their tokens, which are in the order of their age
-    std::size_t elements_ = 0;              // of all that are kept
+    Korvex::Mutex lock_;
+    std::map<OpxString, BrowseRest> kept_ GUARDED_BY(lock_);  // by their tokens, which are in the order of their age
+    std::size_t elements_ GUARDED_BY(lock_) = 0;              // of all that are kept
 };
 
 }  // namespace OpxOpc

@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 
 #include <korvex/native/OpxDataCallback.h>
 
+#include "com/Mutex.h"
 #include "com/opc_interfaces.h"
 #include "opc/callbacks/ComAsyncTransaction.h"
 #include "opc/callbacks/SinkObject.h"
@@ -77,14 +77,14 @@ private:
     const LCID locale_;
 
     // Taken by a completion while it looks for its transaction.
-    std::recursive_mutex completionLock_;
+    Korvex::RecursiveMutex completionLock_;
     std::atomic<bool> completionLockLost_ = false;
 
     // Guards what follows; held for moments only.
-    mutable std::mutex stateLock_;
-    std::shared_ptr<OpxDataCallback> client_;
-    std::map<std::uint32_t, std::shared_ptr<ComAsyncTransaction>> transactions_;
-    Keys keys_;
+    mutable Korvex::Mutex stateLock_;
+    std::shared_ptr<OpxDataCallback> client_ GUARDED_BY(stateLock_);
+    std::map<std::uint32_t, std::shared_ptr<ComAsyncTransaction>> transactions_ GUARDED_BY(stateLock_);
+    Keys keys_ GUARDED_BY(stateLock_);
 };
 
 }  // namespace OpxOpc

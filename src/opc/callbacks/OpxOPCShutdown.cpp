@@ -16,12 +16,12 @@ OpxOPCShutdown::~OpxOPCShutdown() {
 
 void OpxOPCShutdown::detach() {
     std::shared_ptr<OpxDataCallback> dropped;  // outlives the lock, which its destruction does not need
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     dropped.swap(client_);
 }
 
 std::shared_ptr<OpxDataCallback> OpxOPCShutdown::client() const {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     return client_;
 }
 

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 
 #include <korvex/native/OpxDataCallback.h>
 
+#include "com/Mutex.h"
 #include "com/opc_interfaces.h"
 #include "opc/callbacks/SinkObject.h"
 
@@ -28,8 +28,8 @@ private:
 
     std::shared_ptr<OpxDataCallback> client() const;
 
-    mutable std::mutex lock_;
-    std::shared_ptr<OpxDataCallback> client_;
+    mutable Korvex::Mutex lock_;
+    std::shared_ptr<OpxDataCallback> client_ GUARDED_BY(lock_);
 };
 
 }  // namespace OpxOpc

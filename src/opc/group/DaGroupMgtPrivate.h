@@ -3,13 +3,13 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <utility>
 #include <vector>
 
 #include <korvex/native/OpxItemValue.h>
 
 #include "com/ComPtr.h"
+#include "com/Mutex.h"
 #include "com/opc_interfaces.h"
 #include "opc/apartment/ApartmentInterface.h"
 #include "opc/callbacks/OpxOPCDataCallback.h"
@@ -52,11 +52,11 @@ struct DaGroupMgtPrivate {
         bool advised = false;
     };
     Advice advice() const {
-        const std::lock_guard guard(adviceLock_);
+        const Korvex::ScopedLock guard(adviceLock_);
         return advice_;
     }
     Advice exchangeAdvice(Advice replacement) {
-        const std::lock_guard guard(adviceLock_);
+        const Korvex::ScopedLock guard(adviceLock_);
         return std::exchange(advice_, std::move(replacement));
     }
 
@@ -94,7 +94,7 @@ private:
                             Codes& errors) const;
     HRESULT readAsyncDevice(std::uint32_t transactionId, const Handles& handles, Codes& errors) const;
 
-    mutable std::mutex adviceLock_;  // held for moments only
+    mutable Korvex::Mutex adviceLock_;  // held for moments only
     Advice advice_;
 
     Korvex::Com::ComPtr<IGlobalInterfaceTable> interfaceTable_;

@@ -84,7 +84,7 @@ std::uint32_t DaGroupWrapper::clientHandle() const noexcept {
 
 HRESULT DaGroupWrapper::createGroup() {
     const TraceScope scope("DaGroupWrapper::createGroup");
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     if (group_) return scope.refuse("- group pointer still valid [hr=E_FAIL]", E_FAIL);
     makeGroup();
     return scope.refuse("[hr=S_OK]", S_OK);  // the line spells the code
@@ -98,23 +98,23 @@ void DaGroupWrapper::makeGroup() {
 }
 
 std::shared_ptr<DaGroupMgt> DaGroupWrapper::group() const {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     return group_;
 }
 
 std::shared_ptr<DaGroupMgt> DaGroupWrapper::takeGroup() {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     return std::exchange(group_, nullptr);
 }
 
 std::shared_ptr<DaGroupMgt> DaGroupWrapper::loseGroup() {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     for (const ItemStore::Item& item : items_.namedItems()) item->refusalTold = false;
     return takeGroup();
 }
 
 bool DaGroupWrapper::isWhole() const {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     return group_ && filled_ && !missedChange_;
 }
 
@@ -130,7 +130,7 @@ void DaGroupWrapper::noteChange(const std::shared_ptr<DaGroupMgt>& toldGroup) {
 // ---- Settings
 
 std::uint64_t DaGroupWrapper::beginChange() {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     return ++lastChange_;
 }
 
@@ -141,7 +141,7 @@ HRESULT DaGroupWrapper::change(Reach reach, Call&& callGroup, Keep&& keep) {
     const auto group = groupFor(reach);
     const HRESULT hr = group ? callGroup(*group) : S_FALSE;
     if (failed(hr)) return hr;
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     keep(settings_, number);
     noteChange(group);
     return hr;
@@ -176,7 +176,7 @@ HRESULT DaGroupWrapper::setState(bool active, float percentDeadband, std::uint32
 }
 
 std::uint32_t DaGroupWrapper::updateRate(Reach reach) const {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     const auto group = groupFor(reach);
     return group ? group->updateRate() : settings_.updateRate.value;
 }
@@ -186,7 +186,7 @@ std::uint32_t DaGroupWrapper::updateRate(Reach reach) const {
 HRESULT DaGroupWrapper::connectCallback(std::shared_ptr<OpxDataCallback> callback, Reach reach) {
     std::shared_ptr<DaGroupMgt> group;
     {
-        const std::lock_guard guard(lock_);
+        const Korvex::ScopedLock guard(lock_);
         callback_ = callback;
         group = groupFor(reach);
         noteChange(group);
@@ -197,7 +197,7 @@ HRESULT DaGroupWrapper::connectCallback(std::shared_ptr<OpxDataCallback> callbac
 HRESULT DaGroupWrapper::disconnectCallback(Reach reach) {
     std::shared_ptr<DaGroupMgt> group;
     {
-        const std::lock_guard guard(lock_);
+        const Korvex::ScopedLock guard(lock_);
         callback_.reset();
         group = groupFor(reach);
         noteChange(group);
@@ -217,7 +217,7 @@ void DaGroupWrapper::retire() {
     end();
     std::shared_ptr<DaGroupMgt> group;
     {
-        const std::lock_guard guard(lock_);
+        const Korvex::ScopedLock guard(lock_);
         callback_.reset();
         group = group_;
     }
@@ -251,7 +251,7 @@ HRESULT DaGroupWrapper::addItems(std::vector<OpxItemIdentifier>& items, std::vec
 }
 
 void DaGroupWrapper::keep(Items& added, const Codes& errors, const std::shared_ptr<DaGroupMgt>& group) {
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     const bool onServer = group && group == group_;
     for (std::size_t i = 0; i < added.size(); ++i) {
         if (errorAt(errors, i) < 0) continue;
@@ -275,7 +275,7 @@ HRESULT DaGroupWrapper::removeItems(std::vector<OpxItemIdentifier>& items, std::
 }
 
 HRESULT DaGroupWrapper::removeKept(Items& items, Codes& errors, Reach reach) {
-    std::unique_lock guard(lock_);
+    Korvex::ScopedLock guard(lock_);
     const auto group = groupFor(reach);
     const auto found = findKept(items);
     guard.unlock();
@@ -318,7 +318,7 @@ HRESULT DaGroupWrapper::removeUnkept(Items& items, Codes& errors, Reach reach) {
     for (std::size_t i = 0; i < handles.size(); ++i) {
         if (errorAt(errors, i) >= 0) removed.insert(handles[i]);
     }
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     std::erase_if(unkeptItems_, [&](const UnkeptItem& item) { return removed.count(item.serverHandle) != 0; });
     return hr;
 }
@@ -336,7 +336,7 @@ HRESULT DaGroupWrapper::recoverGroup() {
 }
 
 HRESULT DaGroupWrapper::recover() {
-    std::unique_lock guard(lock_);
+    Korvex::ScopedLock guard(lock_);
     const auto group = group_;
     const auto callback = callback_;
     guard.unlock();
@@ -376,7 +376,7 @@ HRESULT DaGroupWrapper::addKeptItems(DaGroupMgt& group) {
 
 std::uint32_t DaGroupWrapper::collectHandles(std::vector<std::uint32_t>& clientHandles) const {
     if (ended_) return clientHandle_;
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     for (const ItemStore::Item& item : items_.namedItems()) clientHandles.push_back(item->identifier.clientHandle);
     for (const UnkeptItem& item : unkeptItems_) clientHandles.push_back(item.clientHandle);
     return clientHandle_;
@@ -396,7 +396,7 @@ std::uint32_t DaGroupWrapper::takeRefusedItems(std::vector<std::uint32_t>& clien
                                                std::vector<OpxItemValue>& values, std::vector<std::int32_t>& errors) {
     clientHandles.clear();
     errors.clear();
-    const std::lock_guard guard(lock_);
+    const Korvex::ScopedLock guard(lock_);
     for (const ItemStore::Item& item : items_.namedItems()) {
         if (item->isOnServer() || item->refusal >= 0 || std::exchange(item->refusalTold, true)) continue;
         clientHandles.push_back(item->identifier.clientHandle);

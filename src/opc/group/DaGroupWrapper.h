@@ -4,13 +4,13 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include <korvex/native/OpxDataCallback.h>
 #include <korvex/native/OpxItemIdentifier.h>
 #include <korvex/native/OpxItemValue.h>
 
+#include "com/Mutex.h"
 #include "com/com.h"
 #include "opc/group/DaGroupMgt.h"
 #include "opc/group/ItemStore.h"
@@ -118,19 +118,19 @@ private:
         std::uint32_t clientHandle;
     };
 
-    void makeGroup();
+    void makeGroup() REQUIRES(lock_);
     std::shared_ptr<DaGroupMgt> groupFor(Reach reach) const;
     std::uint64_t beginChange();
-    void noteChange(const std::shared_ptr<DaGroupMgt>& toldGroup);
+    void noteChange(const std::shared_ptr<DaGroupMgt>& toldGroup) REQUIRES(lock_);
     template <typename Call, typename Keep>
     HRESULT change(Reach reach, Call&& callGroup, Keep&& keep);
 
     void keep(Items& added, const Codes& errors, const std::shared_ptr<DaGroupMgt>& group);
     HRESULT removeKept(Items& items, Codes& errors, Reach reach);
-    std::vector<ItemStore::Item> findKept(Items& items) const;
+    std::vector<ItemStore::Item> findKept(Items& items) const REQUIRES(lock_);
     HRESULT removeUnkept(Items& items, Codes& errors, Reach reach);
     HRESULT recover();
-    HRESULT addKeptItems(DaGroupMgt& group);
+    HRESULT addKeptItems(DaGroupMgt& group) REQUIRES(lock_);
 
     const OpxString name_;
     const std::uint32_t clientHandle_;
@@ -138,15 +138,15 @@ private:
     std::atomic<bool> ended_ = false;
 
     // Recursive: a server that calls back while the items are added again may lead here once more.
-    mutable std::recursive_mutex lock_;
-    Settings settings_;
-    std::uint64_t lastChange_ = 0;
-    std::shared_ptr<OpxDataCallback> callback_;
-    std::shared_ptr<DaGroupMgt> group_;
-    bool filled_ = false;        // the group has the callback and the items
-    bool missedChange_ = false;  // the group does not know of a change that is kept
-    ItemStore items_;
-    std::vector<UnkeptItem> unkeptItems_;  // on the server, where items are not kept
+    mutable Korvex::RecursiveMutex lock_;
+    Settings settings_ GUARDED_BY(lock_);
+    std::uint64_t lastChange_ GUARDED_BY(lock_) = 0;
+    std::shared_ptr<OpxDataCallback> callback_ GUARDED_BY(lock_);
+    std::shared_ptr<DaGroupMgt> group_ GUARDED_BY(lock_);
+    bool filled_ GUARDED_BY(lock_) = false;        // the group has the callback and the items
+    bool missedChange_ GUARDED_BY(lock_) = false;  // the group does not know of a change that is kept
+    ItemStore items_ GUARDED_BY(lock_);
+    std::vector<UnkeptItem> unkeptItems_ GUARDED_BY(lock_);  // on the server, where items are not kept
 };
 
 }  // namespace OpxOpc

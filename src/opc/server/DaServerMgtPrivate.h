@@ -3,12 +3,12 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include <korvex/native/OpxItemIdentifier.h>
 
 #include "com/ComPtr.h"
+#include "com/Mutex.h"
 #include "com/opc_interfaces.h"
 #include "opc/apartment/ApartmentInterface.h"
 #include "opc/browse/AddressSpaceBrowser.h"
@@ -71,8 +71,8 @@ private:
     HRESULT keep(Found& found);
     HRESULT findShutdownPoint();
 
-    std::mutex browserLock_;  // held for moments only
-    std::shared_ptr<AddressSpaceBrowser> browser_;
+    Korvex::Mutex browserLock_;  // held for moments only
+    std::shared_ptr<AddressSpaceBrowser> browser_ GUARDED_BY(browserLock_);
 };
 
 }  // namespace OpxOpc

@@ -1,6 +1,7 @@
 // A connection's browsing and item properties, by whichever interfaces the server has.
 #include <utility>
 
+#include "com/Mutex.h"
 #include "opc/browse/BrowseInterface.h"
 #include "opc/browse/ItemPropertiesInterface.h"
 #include "opc/server/DaServerMgtPrivate.h"
@@ -82,13 +83,13 @@ HRESULT DaServerMgtPrivate::queryProperties(const std::vector<OpxItemIdentifier>
 
 // One object for every server, shared with the calls that are in it when the server is given up.
 std::shared_ptr<AddressSpaceBrowser> DaServerMgtPrivate::addressSpaceBrowser() {
-    const std::lock_guard guard(browserLock_);
+    const Korvex::ScopedLock guard(browserLock_);
     if (!browser_) browser_ = std::make_shared<AddressSpaceBrowser>();
     return browser_;
 }
 
 void DaServerMgtPrivate::forgetAddressSpace() {
-    const std::lock_guard guard(browserLock_);
+    const Korvex::ScopedLock guard(browserLock_);
     browser_.reset();
 }
 

@@ -1,9 +1,8 @@
 #include "com/hosting/LocalServer.h"
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 
+#include "com/Mutex.h"
 #include "com/hosting/ProcessHold.h"
 #include "com/hosting/windows/ClassRegistration.h"
 
@@ -19,47 +18,47 @@ constexpr std::chrono::seconds kLinger(5);
 class Holds {
 public:
     void change(int by) {
-        const std::lock_guard lock(mutex_);
+        const ScopedLock lock(mutex_);
         count_ += by;
         hadAny_ = true;
-        changed_.notify_all();
+        changed_.notifyAll();
     }
     void waitForFirst(std::chrono::milliseconds patience) {
-        std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, patience, [this] { return hadAny_ || isRevoked_; });
+        const ScopedLock lock(mutex_);
+        changed_.waitFor(mutex_, patience, [this]() REQUIRES(mutex_) { return hadAny_ || isRevoked_; });
     }
     // Until there have been none for as long as others may come.
     void waitForLast() {
-        std::unique_lock lock(mutex_);
+        const ScopedLock lock(mutex_);
         do {
-            changed_.wait(lock, [this] { return count_ == 0; });
-        } while (areHeldAgain(lock));
+            changed_.wait(mutex_, [this]() REQUIRES(mutex_) { return count_ == 0; });
+        } while (areHeldAgain());
     }
     // Waits for no new clients any more.
     void revoke() {
-        const std::lock_guard lock(mutex_);
+        const ScopedLock lock(mutex_);
         isRevoked_ = true;
-        changed_.notify_all();
+        changed_.notifyAll();
     }
 
 private:
-    bool areHeldAgain(std::unique_lock<std::mutex>& lock) {
-        changed_.wait_for(lock, kLinger, [this] { return count_ > 0 || isRevoked_; });
+    bool areHeldAgain() REQUIRES(mutex_) {
+        changed_.waitFor(mutex_, kLinger, [this]() REQUIRES(mutex_) { return count_ > 0 || isRevoked_; });
         const auto more = isRevoked_ ? kUnderWay : std::chrono::milliseconds(0);
-        return changed_.wait_for(lock, more, [this] { return count_ > 0; });
+        return changed_.waitFor(mutex_, more, [this]() REQUIRES(mutex_) { return count_ > 0; });
     }
 
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    int count_ = 0;
-    bool hadAny_ = false;
-    bool isRevoked_ = false;
+    Mutex mutex_;
+    Condition changed_;
+    int count_ GUARDED_BY(mutex_) = 0;
+    bool hadAny_ GUARDED_BY(mutex_) = false;
+    bool isRevoked_ GUARDED_BY(mutex_) = false;
 };
 
 class ClassObjects {
 public:
     HRESULT add(const ServedClass& served) {
-        const std::lock_guard lock(mutex_);
+        const ScopedLock lock(mutex_);
         DWORD cookie = 0;
         const HRESULT hr = CoRegisterClassObject(served.clsid, served.classObject.get(), CLSCTX_LOCAL_SERVER,
                                                  REGCLS_MULTIPLEUSE | REGCLS_SUSPENDED, &cookie);
@@ -67,14 +66,14 @@ public:
         return hr;
     }
     void revoke() {
-        const std::lock_guard lock(mutex_);
+        const ScopedLock lock(mutex_);
         for (const DWORD cookie : cookies_) CoRevokeClassObject(cookie);
         cookies_.clear();
     }
 
 private:
-    std::mutex mutex_;
-    std::vector<DWORD> cookies_;
+    Mutex mutex_;
+    std::vector<DWORD> cookies_ GUARDED_BY(mutex_);
 };
 
 // Both outlive main(): threads of the server may still run then.
