@@ -5,8 +5,8 @@
 
 #include "core/CallFrame.h"
 #include "core/OpxDaServerCom.h"
-#include "core/checkHandles.h"
 #include "core/guarded.h"
+#include "core/item_handles.h"
 #include "trace/LibT.h"
 
 namespace OpxOpc {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "com/com.h"
-#include "core/Requests.h"
+#include "core/requests.h"
 
 namespace OpxOpc {
 

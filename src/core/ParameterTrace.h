@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "core/Requests.h"
+#include "core/requests.h"
 
 namespace OpxOpc::ParameterTrace {
 

@@ -1,4 +1,4 @@
-#include "core/checkHandles.h"
+#include "core/item_handles.h"
 
 #include <exception>
 

@@ -1,4 +1,4 @@
-#include "core/serverList.h"
+#include "core/ServerList.h"
 
 #include "com/ComCalls.h"
 #include "com/owners.h"

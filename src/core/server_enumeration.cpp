@@ -1,9 +1,9 @@
-#include "core/enumServers.h"
+#include "core/server_enumeration.h"
 
 #include <span>
 
 #include "com/owners.h"
-#include "core/serverList.h"
+#include "core/ServerList.h"
 #include "opc/broken_registrations.h"
 #include "trace/TraceScope.h"
 
