@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "com/Mutex.h"
-
 namespace OpxOpc {
 namespace {
 
@@ -13,13 +11,10 @@ constexpr HRESULT kInvalidHandle = hresult(0xC0040001u);
 
 CallFrame::CallFrame(DaServerComPrivate& connection, const char* operation, Needs needs)
     : operation_(operation), trace_(operation) {
-    const Korvex::ScopedLock guard(connection.lock);
-    if (!connection.admits(needs == Needs::Server)) return;
-    connection.lock.enter();
+    auto admission = connection.enter(needs == Needs::Server);
+    if (!admission) return;
     connection_ = &connection;
-    connected_ = connection.serverState == SERVERSTATUS_CONNECTED;
-    if (connected_) link_ = connection.link;
-    callback_ = connection.callback;
+    found_ = std::move(*admission);
 }
 
 HRESULT CallFrame::refuseDeadband(float deadband) {
@@ -47,9 +42,8 @@ HRESULT CallFrame::leave(HRESULT hr) {
 void CallFrame::giveBack() noexcept {
     auto* const connection = std::exchange(connection_, nullptr);
     if (!connection) return;
-    link_ = {};
-    callback_.reset();
-    connection->lock.leave();
+    found_ = {};
+    connection->leave();
 }
 
 }  // namespace OpxOpc

@@ -27,12 +27,13 @@ public:
     bool entered() const noexcept { return connection_ != nullptr; }
 
     // What the call found when it entered, and keeps: the server, or that it is not connected.
-    bool connected() const noexcept { return connected_; }
+    bool connected() const noexcept { return found_.connected; }
     DaGroupWrapper::Reach reach() const noexcept {
-        return connected_ ? DaGroupWrapper::Reach::Server : DaGroupWrapper::Reach::KeptStateOnly;
+        return connected() ? DaGroupWrapper::Reach::Server : DaGroupWrapper::Reach::KeptStateOnly;
     }
-    const ServerLink& link() const noexcept { return link_; }
-    const std::shared_ptr<CallbackRelay>& callback() const noexcept { return callback_; }
+    bool comesBack() const noexcept { return found_.comesBack; }
+    const ServerLink& link() const noexcept { return found_.link; }
+    const std::shared_ptr<CallbackRelay>& callback() const noexcept { return found_.callback; }
 
     HRESULT refuseUnconnected() { return refuse("[E_FAIL] - serverState not connected", E_FAIL); }
     HRESULT refuseDeadband(float deadband);
@@ -46,9 +47,7 @@ private:
     const char* const operation_;
     TraceScope trace_;
     DaServerComPrivate* connection_ = nullptr;
-    bool connected_ = false;
-    ServerLink link_;
-    std::shared_ptr<CallbackRelay> callback_;
+    DaServerComPrivate::Admission found_;
 };
 
 }  // namespace OpxOpc

@@ -4,8 +4,8 @@
 
 #include <korvex/native/OpxCmnClient.h>
 
-#include "com/Mutex.h"
 #include "core/Addition.h"
+#include "core/ItemReport.h"
 #include "core/guarded.h"
 #include "opc/apartment/ApartmentMode.h"
 #include "trace/LibT.h"
@@ -13,7 +13,12 @@
 namespace OpxOpc {
 namespace {
 
+using Korvex::ScopedLock;
+
 constexpr std::uint32_t kMainUpdateRate = 2000;
+
+// Connection events print a name of the server that nothing ever fills.
+const OpxString kServerName;
 
 }  // namespace
 
@@ -22,27 +27,56 @@ DaServerComPrivate::~DaServerComPrivate() {
 }
 
 void DaServerComPrivate::reset() {
-    teardownThreads_.clear();
+    // All that goes may wait or call the application, so it goes without the gate, in this order's reverse.
+    std::unique_ptr<ApartmentShare> apartment;
+    std::shared_ptr<CallbackRelay> callback;
+    std::shared_ptr<WatchDog> watchDog;
+    ServerLink link;
+    std::vector<std::unique_ptr<TerminateOpcThread>> teardownThreads;
+    {
+        const ScopedLock guard(gate_);
+        apartment.swap(apartment_);
+        callback.swap(callback_);
+        watchDog.swap(watchDog_);
+        link = std::exchange(link_, {});
+        teardownThreads.swap(teardownThreads_);
+        state_ = SERVERSTATUS_DISCONNECTED;
+        clientHandle_ = 0;
+        keepAliveTime_ = 0;
+        reconnectAfterError_ = true;
+        askedLocale_.clear();
+        localeId_.reset();
+        loss_.reset();
+        connecting_ = false;
+        leftAlone_ = false;
+        shutdownWhileConnecting_ = false;
+    }
+    teardownThreads.clear();
     link.clear();
-    subscriptions.clear();
-    serverState = SERVERSTATUS_DISCONNECTED;
-    clientHandle = 0;
-    keepAliveTime = 0;
-    reconnectAfterError = true;
-    watchDog_.reset();
-    callback.reset();
-    askedLocale_.clear();
-    localeId_.reset();
-    loss_.reset();
-    connecting_ = false;
-    leftAlone_ = false;
-    shutdownWhileConnecting_ = false;
-    apartment_.reset();
+    subscriptions_.clear();
 }
 
 // ---- Connecting ----------------------------------------------------------------------------------
 
-HRESULT DaServerComPrivate::resolveUrl(const OpxString& text) {
+bool DaServerComPrivate::isDisconnected() {
+    const ScopedLock guard(gate_);
+    return state_ == SERVERSTATUS_DISCONNECTED;
+}
+
+HRESULT DaServerComPrivate::prepare(ConnectRequest& request) {
+    Address address;
+    const HRESULT hr = guarded([&] { return resolveUrl(request.url, address); });
+    const ScopedLock guard(gate_);
+    address_ = std::move(address);
+    if (failed(hr)) return hr;
+    clientHandle_ = request.clientHandle;
+    keepAliveTime_ = static_cast<std::uint32_t>(request.info.keepAliveTime);
+    reconnectAfterError_ = request.info.reconnectAfterConnectionError;
+    if (request.callback) callback_ = std::make_shared<CallbackRelay>(std::move(request.callback));
+    return S_OK;
+}
+
+HRESULT DaServerComPrivate::resolveUrl(const OpxString& text, Address& address) {
     auto url = ServerUrl::parse(text);
     if (!url) {
         LibT::lError("Error DaServerCom::connect - Invalid URL '%ls' passed", text);
@@ -54,11 +88,11 @@ HRESULT DaServerComPrivate::resolveUrl(const OpxString& text) {
     if (url->needsLookup()) {
         if (const HRESULT hr = lookUpClsid(*url); failed(hr)) return hr;
     }
-    nodeName = url->host;
-    return CLSIDFromString(url->clsidText.c_str(), &clsid);
+    address.node = url->host;
+    return CLSIDFromString(url->clsidText.c_str(), &address.clsid);
 }
 
-HRESULT DaServerComPrivate::lookUpClsid(ServerUrl& url) const {
+HRESULT DaServerComPrivate::lookUpClsid(ServerUrl& url) {
     OpxCmnClient client;
     return client.clsidFromProgId(url.host, url.progId, url.clsidText);
 }
@@ -66,18 +100,18 @@ HRESULT DaServerComPrivate::lookUpClsid(ServerUrl& url) const {
 HRESULT DaServerComPrivate::openConnection(OpxServerConnectInfo& info, bool& localeChanged) {
     Attempt attempt;
     {
-        const Korvex::ScopedLock guard(lock);
+        const ScopedLock guard(gate_);
         connecting_ = true;
-        attempt.client = callback;
+        attempt.client = callback_;
+        askedLocale_ = info.localId;
     }
-    askedLocale_ = info.localId;
     const HRESULT hr = openLink(attempt, [&](DaServerMgt& server) {
         const HRESULT settled = changeLocale(server, info.localId, localeChanged);
         if (failed(settled)) info.retryInitialConnect = false;
         return settled;
     });
-    const Korvex::ScopedLock guard(lock);
-    link = std::move(attempt.made);
+    const ScopedLock guard(gate_);
+    link_ = std::move(attempt.made);
     return hr;
 }
 
@@ -85,8 +119,9 @@ HRESULT DaServerComPrivate::openLink(Attempt& attempt, const LocaleStep& localeS
     ServerLink& made = attempt.made;
     made.mainItems = std::make_shared<MainItemCache>();
     made.server = std::make_shared<DaServerMgt>();
-    if (!apartment_) apartment_ = std::make_unique<ApartmentShare>();
-    HRESULT hr = made.server->connectOPCServer(nodeName, clsid);
+    holdApartment();
+    const Address where = address();
+    HRESULT hr = made.server->connectOPCServer(where.node, where.clsid);
     if (isDone(hr)) hr = localeStep(*made.server);
     if (!isDone(hr)) return hr;
 
@@ -96,13 +131,32 @@ HRESULT DaServerComPrivate::openLink(Attempt& attempt, const LocaleStep& localeS
     return hr;
 }
 
+// One thread at a time reaches a server, so nobody else takes the share between the two looks.
+void DaServerComPrivate::holdApartment() {
+    {
+        const ScopedLock guard(gate_);
+        if (apartment_) return;
+    }
+    auto share = std::make_unique<ApartmentShare>();
+    const ScopedLock guard(gate_);
+    apartment_ = std::move(share);
+}
+
+DaServerComPrivate::Address DaServerComPrivate::address() {
+    const ScopedLock guard(gate_);
+    return address_;
+}
+
 // What a server once settled on is not asked for again, even if this attempt fails later.
 HRESULT DaServerComPrivate::changeLocale(DaServerMgt& server, OpxString& locale, bool& changed) {
     if (locale.empty()) return S_OK;
     const OpxString asked = locale;
     const HRESULT hr = server.setLocalID(locale);
     if (failed(hr)) return hr;
-    localeId_ = server.localeId();
+    {
+        const ScopedLock guard(gate_);
+        localeId_ = server.localeId();
+    }
     if (hr == S_FALSE) {
         changed = true;
         LibT::lInfo("Changed LocalID from '%ls' to '%ls'", asked, locale);
@@ -118,8 +172,8 @@ HRESULT DaServerComPrivate::addMainGroup(Attempt& attempt) {
 }
 
 std::shared_ptr<WatchDog> DaServerComPrivate::watchDog() {
-    const Korvex::ScopedLock guard(lock);
-    if (!watchDog_) watchDog_ = std::make_shared<WatchDog>(weak_from_this(), keepAliveTime);
+    const ScopedLock guard(gate_);
+    if (!watchDog_) watchDog_ = std::make_shared<WatchDog>(weak_from_this(), keepAliveTime_);
     return watchDog_;
 }
 
@@ -135,81 +189,114 @@ HRESULT DaServerComPrivate::createWatchDog() {
 
 void DaServerComPrivate::begin(ServerStatus first) {
     {
-        const Korvex::ScopedLock guard(lock);
+        const ScopedLock guard(gate_);
         connecting_ = false;
-        serverState = first;
+        state_ = first;
     }
     if (!report(first)) LibT::lError("Error: DaServerCom::connect - Error at calling DataCallback::ServerStatusChange");
 }
 
 void DaServerComPrivate::startWatchDog() {
-    if (std::exchange(shutdownWhileConnecting_, false)) markLost(SERVERSTATUS_SHUTDOWN);
-    watchDog_->start();
+    bool askedToLeave = false;
+    {
+        const ScopedLock guard(gate_);
+        askedToLeave = std::exchange(shutdownWhileConnecting_, false);
+    }
+    if (askedToLeave) markLost(SERVERSTATUS_SHUTDOWN);
+    watchDog()->start();
 }
 
 void DaServerComPrivate::removeMainGroup() {
+    ServerLink link;
+    {
+        const ScopedLock guard(gate_);
+        link.server = link_.server;
+        link.mainGroup = std::move(link_.mainGroup);
+    }
     link.server->removeGroup(link.mainGroup.get());
-    link.mainGroup.reset();
 }
 
 void DaServerComPrivate::abandonConnection() {
+    std::shared_ptr<DaServerMgt> server;
     {
-        const Korvex::ScopedLock guard(lock);
+        const ScopedLock guard(gate_);
         connecting_ = false;
         shutdownWhileConnecting_ = false;
+        server = link_.server;
     }
-    if (link.server) link.server->disconnectCallback();
-    link.clear();
+    if (server) server->disconnectCallback();
+    ServerLink abandoned;
+    {
+        const ScopedLock guard(gate_);
+        abandoned = std::exchange(link_, {});
+    }
+    server.reset();
+    abandoned.clear();
 }
 
 // ---- Disconnecting -------------------------------------------------------------------------------
 
 bool DaServerComPrivate::end(bool& wasConnected) {
-    const Korvex::ScopedLock guard(lock);
-    if (serverState == SERVERSTATUS_DISCONNECTED) return false;
-    wasConnected = serverState == SERVERSTATUS_CONNECTED;
+    const ScopedLock guard(gate_);
+    if (state_ == SERVERSTATUS_DISCONNECTED) return false;
+    wasConnected = state_ == SERVERSTATUS_CONNECTED;
     // Objects of a server may live in the watch-dog's apartment, which has to stand until they are gone.
     leftAlone_ = connecting_;
     if (watchDog_ && !ApartmentMode::isSingleThreaded()) watchDog_->requestStop();
-    serverState = SERVERSTATUS_DISCONNECTED;
-    lock.waitUntilQuiet();
+    state_ = SERVERSTATUS_DISCONNECTED;
+    gate_.waitUntilQuiet();
     return true;
 }
 
 void DaServerComPrivate::closeConnection(bool wasConnected) {
+    ServerLink link;
+    {
+        const ScopedLock guard(gate_);
+        link = link_;
+    }
     try {
-        removeSubscriptions(wasConnected);
+        removeSubscriptions(wasConnected ? link.server.get() : nullptr);
         if (wasConnected) removeMainGroup();
     } catch (...) {
         LibT::lError("Error: DaServerCom::disconnect - Error at releasing server interfaces");
     }
     const bool watchDogGoesLast = ApartmentMode::isSingleThreaded();
     if (!watchDogGoesLast) stopWatchDog();
+    closeLink(link, wasConnected);
+    if (watchDogGoesLast) {
+        if (!isLeftAlone()) waitForTearDowns();
+        stopWatchDog();
+    }
+    std::unique_ptr<ApartmentShare> ended;  // outlives the gate: ending an apartment may let calls in
+    const ScopedLock guard(gate_);
+    link_.clear();
+    link.clear();
+    if (!leftAlone_) ended.swap(apartment_);
+}
+
+void DaServerComPrivate::closeLink(const ServerLink& link, bool wasConnected) {
     try {
         if (wasConnected) {
             link.server->disconnectCallback();
             link.server->disconnectOPCServer();
-            LibT::eventInformation("Disconnected from OPC Server %ls on %ls", serverName, nodeName);
+            LibT::eventInformation("Disconnected from OPC Server %ls on %ls", kServerName, address().node);
         } else if (link.server) {
             // Lost, and not given up by the watch-dog any more.
-            const Korvex::ScopedLock guard(lock);
+            const ScopedLock guard(gate_);
             startTearDown(false, link.server, {link.mainGroup});
         }
     } catch (...) {
         LibT::lError("Error: DaServerCom::disconnect - Error at releasing server interfaces");
     }
-    if (watchDogGoesLast) {
-        if (!isLeftAlone()) waitForTearDowns();
-        stopWatchDog();
-    }
-    std::unique_ptr<ApartmentShare> ended;  // outlives the lock: ending an apartment may let calls in
-    const Korvex::ScopedLock guard(lock);
-    link.clear();
-    if (!leftAlone_) ended.swap(apartment_);
 }
 
 void DaServerComPrivate::waitForTearDowns() {
-    for (const auto& thread : teardownThreads_) thread->wait();
+    std::vector<TerminateOpcThread*> threads;  // which stay where they are until a reset
+    {
+        const ScopedLock guard(gate_);
+        for (const auto& thread : teardownThreads_) threads.push_back(thread.get());
+    }
+    for (TerminateOpcThread* const thread : threads) thread->wait();
 }
 
 // One that is trying to reach a server is not waited for: it shares this record until it has ended.
@@ -217,7 +304,7 @@ void DaServerComPrivate::stopWatchDog() {
     std::shared_ptr<WatchDog> stopped;
     bool leftAlone;
     {
-        const Korvex::ScopedLock guard(lock);
+        const ScopedLock guard(gate_);
         stopped.swap(watchDog_);
         leftAlone = leftAlone_;
     }
@@ -229,16 +316,17 @@ void DaServerComPrivate::stopWatchDog() {
 }
 
 bool DaServerComPrivate::isLeftAlone() {
-    const Korvex::ScopedLock guard(lock);
+    const ScopedLock guard(gate_);
     return leftAlone_;
 }
 
-void DaServerComPrivate::removeSubscriptions(bool wasConnected) {
-    auto removed = subscriptions.clear();
+// On a server that is lost, where none is given, the groups are only given up.
+void DaServerComPrivate::removeSubscriptions(DaServerMgt* server) {
+    auto removed = subscriptions_.clear();
     for (auto& subscription : removed) {
         if (const auto group = subscription->takeGroup()) {
-            if (wasConnected)
-                link.server->removeGroup(group.get());
+            if (server)
+                server->removeGroup(group.get());
             else
                 tearDownGroup(group);
         }
@@ -252,33 +340,36 @@ void DaServerComPrivate::reportDisconnected() {
     }
     std::shared_ptr<CallbackRelay> relay;
     {
-        const Korvex::ScopedLock guard(lock);
-        relay.swap(callback);
+        const ScopedLock guard(gate_);
+        relay.swap(callback_);
     }
     if (relay) relay->silence();
 }
 
 // ---- Calls ---------------------------------------------------------------------------------------
 
-bool DaServerComPrivate::admits(bool needsServer) const noexcept {
-    if (serverState == SERVERSTATUS_CONNECTED) return true;
-    return !needsServer && reconnectAfterError && serverState != SERVERSTATUS_DISCONNECTED;
+std::optional<DaServerComPrivate::Admission> DaServerComPrivate::enter(bool needsServer) {
+    const ScopedLock guard(gate_);
+    const bool waitsForServer = !needsServer && reconnectAfterError_ && state_ != SERVERSTATUS_DISCONNECTED;
+    if (!isConnected() && !waitsForServer) return std::nullopt;
+    gate_.enter();
+    return Admission{isConnected(), reconnectAfterError_, isConnected() ? link_ : ServerLink(), callback_};
 }
 
 std::uint32_t DaServerComPrivate::addSubscription(SubscriptionTable::Wrapper subscription, const ServerLink& madeOn) {
     // Without a group there is nothing to compare, and the call is waited for before groups are made.
-    if (!madeOn.server) return subscriptions.add(std::move(subscription));
-    const Korvex::ScopedLock guard(lock);
-    if (serverState == SERVERSTATUS_DISCONNECTED) return 0;
-    if (link.server != madeOn.server) {
+    if (!madeOn.server) return subscriptions_.add(std::move(subscription));
+    const ScopedLock guard(gate_);
+    if (state_ == SERVERSTATUS_DISCONNECTED) return 0;
+    if (link_.server != madeOn.server) {
         if (auto group = subscription->takeGroup()) tearDownGroup(std::move(group));
     }
-    return subscriptions.add(std::move(subscription));
+    return subscriptions_.add(std::move(subscription));
 }
 
 void DaServerComPrivate::tearDownGroup(std::shared_ptr<DaGroupMgt> group) {
     group->silence();
-    const Korvex::ScopedLock guard(lock);
+    const ScopedLock guard(gate_);
     startTearDown(false, nullptr, {std::move(group)});
 }
 
@@ -298,9 +389,9 @@ bool DaServerComPrivate::report(ServerStatus status) noexcept {
     std::shared_ptr<CallbackRelay> to;
     std::uint32_t handle;
     {
-        const Korvex::ScopedLock guard(lock);
-        to = callback;
-        handle = clientHandle;
+        const ScopedLock guard(gate_);
+        to = callback_;
+        handle = clientHandle_;
     }
     if (!to) return true;
     try {
@@ -309,6 +400,153 @@ bool DaServerComPrivate::report(ServerStatus status) noexcept {
     } catch (...) {
         return false;
     }
+}
+
+// ---- Losing the connection -----------------------------------------------------------------------
+
+ServerStatus DaServerComPrivate::state() {
+    const ScopedLock guard(gate_);
+    return state_;
+}
+
+bool DaServerComPrivate::reconnectsAfterError() {
+    const ScopedLock guard(gate_);
+    return reconnectAfterError_;
+}
+
+HRESULT DaServerComPrivate::probe() {
+    std::shared_ptr<DaServerMgt> server;
+    {
+        const ScopedLock guard(gate_);
+        if (state_ < SERVERSTATUS_CONNECTED || !link_.server) return E_FAIL;
+        server = link_.server;
+    }
+    return server->getStatus();
+}
+
+void DaServerComPrivate::markLost(ServerStatus why) {
+    const bool failedProbe = why == SERVERSTATUS_WATCHDOG_ERROR;
+    const ScopedLock guard(gate_);
+    if (connecting_) {
+        shutdownWhileConnecting_ = true;
+        return;
+    }
+    if (failedProbe ? !isConnected() : state_ == SERVERSTATUS_DISCONNECTED) return;
+    state_ = why;
+    loss_ = why;
+    if (failedProbe) LibT::lInOut("START WatchDog::run - Wait until all OPC calls are finished");
+    gate_.waitUntilQuiet();
+    if (failedProbe) LibT::lInOut("DONE  WatchDog::run - Wait until all OPC calls are finished");
+}
+
+std::optional<ServerStatus> DaServerComPrivate::takeLoss() {
+    const ScopedLock guard(gate_);
+    return std::exchange(loss_, std::nullopt);
+}
+
+HRESULT DaServerComPrivate::internalDisconnect(bool shutdown) {
+    try {
+        const ScopedLock guard(gate_);
+        if (state_ == SERVERSTATUS_DISCONNECTED) return S_OK;
+        LibT::eventWarning("Lost connection to OPC Server %ls on %ls", kServerName, address_.node);
+        if (!link_.server) return S_OK;
+        const auto all = subscriptions_.all();
+        TerminateOpcThread::Groups groups;
+        groups.reserve(all.size() + 1);  // so that no group is taken and then lost
+        for (const auto& subscription : all) groups.push_back(subscription->loseGroup());
+        groups.push_back(link_.mainGroup);
+        for (const auto& group : groups) {
+            if (group) group->silence();
+        }
+        link_.server->silence();
+        auto server = link_.server;
+        link_.clear();
+        startTearDown(shutdown, std::move(server), std::move(groups));
+    } catch (...) {
+        LibT::lError("Error: DaServerComPrivate::internalDisconnect - Unexpected Error");
+    }
+    return S_OK;
+}
+
+void DaServerComPrivate::reportLoss(ServerStatus why) {
+    {
+        const ScopedLock guard(gate_);
+        if (state_ == SERVERSTATUS_DISCONNECTED || !callback_) return;
+    }
+    LibT::lIfCall("CALL DataCallback::ServerStatusChange");
+    if (!report(why)) LibT::lError("Error: WatchDog::run - Error at calling DataCallback::ServerStatusChange");
+    LibT::lIfCall("DONE DataCallback::ServerStatusChange");
+}
+
+void DaServerComPrivate::sendAllQualityBad() {
+    for (const auto& subscription : subscriptions_.all()) {
+        ItemReport report;
+        try {
+            const ScopedLock guard(gate_);
+            if (state_ == SERVERSTATUS_DISCONNECTED) return;
+            if (subscription->isEnded()) continue;
+            report.group = subscription->getQualityBadData(report.clientHandles, report.values, report.errors);
+            report.to = callback_;
+        } catch (...) {
+            LibT::lError("Error: DaServerComPrivate::sendAllQualityBad - Error at getQualityBadData");
+            continue;
+        }
+        if (!report.send(S_OK)) {
+            LibT::lError("Error: DaServerComPrivate::sendAllQualityBad - Error at calling DataCallback::DataChange");
+        }
+    }
+}
+
+// ---- Reconnecting --------------------------------------------------------------------------------
+
+bool DaServerComPrivate::beginReconnecting(Attempt& attempt) {
+    const ScopedLock guard(gate_);
+    if (state_ == SERVERSTATUS_DISCONNECTED) return false;
+    connecting_ = true;
+    attempt.client = callback_;
+    attempt.watchDog = watchDog_;
+    return true;
+}
+
+HRESULT DaServerComPrivate::reopenLink(Attempt& attempt) {
+    return openLink(attempt, [this](DaServerMgt& server) { return recoverLocale(server); });
+}
+
+HRESULT DaServerComPrivate::recoverLocale(DaServerMgt& server) {
+    std::optional<LCID> settled;
+    OpxString locale;
+    {
+        const ScopedLock guard(gate_);
+        settled = localeId_;
+        locale = askedLocale_;
+    }
+    if (settled) {
+        server.keepLocaleId(*settled);
+        return S_OK;
+    }
+    bool changed = false;
+    changeLocale(server, locale, changed);
+    return S_OK;
+}
+
+bool DaServerComPrivate::takeOver(Attempt& attempt) {
+    const ScopedLock guard(gate_);
+    if (state_ == SERVERSTATUS_DISCONNECTED) return false;
+    LibT::eventInformation("Successfully reconnected to OPC Server %ls on %ls", kServerName, address_.node);
+    link_ = std::exchange(attempt.made, {});
+    localeId_ = link_.server->localeId();
+    state_ = SERVERSTATUS_CONNECTED;
+    loss_.reset();  // that of the server before
+    connecting_ = false;
+    attempt.askedToLeave = std::exchange(shutdownWhileConnecting_, false);
+    return true;
+}
+
+void DaServerComPrivate::stopReconnecting() {
+    const ScopedLock guard(gate_);
+    connecting_ = false;
+    leftAlone_ = false;
+    shutdownWhileConnecting_ = false;
 }
 
 }  // namespace OpxOpc

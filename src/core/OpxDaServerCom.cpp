@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "com/Mutex.h"
 #include "core/DaServerComPrivate.h"
 #include "core/guarded.h"
 #include "trace/LibT.h"
@@ -17,7 +16,7 @@ OpxDaServerCom::OpxDaServerCom() {
 
 OpxDaServerCom::~OpxDaServerCom() {
     LibT::lCtor("--> Dtor DaServerCom");
-    if (d_->serverState != SERVERSTATUS_DISCONNECTED) guarded([this] { return disconnect(); });
+    if (!d_->isDisconnected()) guarded([this] { return disconnect(); });
     d_.reset();
     LibT::lCtor("<-- Dtor DaServerCom");
 }
@@ -25,18 +24,9 @@ OpxDaServerCom::~OpxDaServerCom() {
 HRESULT OpxDaServerCom::connect(ConnectRequest request) {
     const TraceScope trace("DaServerCom::connect");
     if (d_->isLeftAlone()) d_ = std::make_shared<DaServerComPrivate>();
-    {
-        const Korvex::ScopedLock guard(d_->lock);
-        if (d_->serverState != SERVERSTATUS_DISCONNECTED) {
-            return trace.refuse("[E_FAIL] - serverState not disconnected", E_FAIL);
-        }
-        d_->reset();
-    }
-    if (const HRESULT hr = guarded([&] { return d_->resolveUrl(request.url); }); failed(hr)) return trace.leave(hr);
-    d_->clientHandle = request.clientHandle;
-    d_->keepAliveTime = static_cast<std::uint32_t>(request.info.keepAliveTime);
-    d_->reconnectAfterError = request.info.reconnectAfterConnectionError;
-    if (request.callback) d_->callback = std::make_shared<CallbackRelay>(std::move(request.callback));
+    if (!d_->isDisconnected()) return trace.refuse("[E_FAIL] - serverState not disconnected", E_FAIL);
+    d_->reset();
+    if (const HRESULT hr = d_->prepare(request); failed(hr)) return trace.leave(hr);
 
     bool localeChanged = false;
     const HRESULT hr = guarded([&] { return d_->openConnection(request.info, localeChanged); });

@@ -161,8 +161,8 @@ HRESULT OpxDaServerCom::subscribe(const SubscribeRequest& request, const Subscri
     return frame.leave(guarded([&] {
         answer.errors.clear();
         auto subscription =
-            std::make_shared<DaGroupWrapper>(frame.connected(), d_->reconnectAfterError, OpxString(),
-                                             request.updateRate, false, request.clientSubscription, request.deadband);
+            std::make_shared<DaGroupWrapper>(frame.connected(), frame.comesBack(), OpxString(), request.updateRate,
+                                             false, request.clientSubscription, request.deadband);
         if (frame.connected()) {
             const HRESULT hr = frame.link().server->addGroup(subscription->group().get());
             if (failed(hr)) return dropGroup(*frame.link().server, *subscription->group(), hr);
@@ -170,7 +170,7 @@ HRESULT OpxDaServerCom::subscribe(const SubscribeRequest& request, const Subscri
         GroupOnServer group(frame.link().server, subscription->group());
         answerRate(*subscription, frame.reach(), answer.revisedUpdateRate);
 
-        const HRESULT hr = addItemsAndStart(*subscription, frame, request, d_->reconnectAfterError, answer.errors);
+        const HRESULT hr = addItemsAndStart(*subscription, frame, request, frame.comesBack(), answer.errors);
         if (failed(hr)) {
             answer.errors.clear();
             return hr;
@@ -189,7 +189,7 @@ HRESULT OpxDaServerCom::subscribe(const SubscribeRequest& request, const Subscri
 HRESULT OpxDaServerCom::subscriptionModify(const ModifyRequest& request, std::uint32_t* revisedUpdateRate) {
     CallFrame frame(*d_, modificationName(request), CallFrame::Needs::Subscriptions);
     if (!frame.entered()) return frame.refuseUnconnected();
-    const auto found = d_->subscriptions.find(request.serverSubscription);
+    const auto found = d_->subscriptions().find(request.serverSubscription);
     if (!found) return frame.refuseHandle(request.serverSubscription);
     if (request.deadband && isInvalidDeadband(*request.deadband)) return frame.refuseDeadband(*request.deadband);
     return leaveWith(frame, *found, [&](DaGroupWrapper& subscription) {
@@ -200,7 +200,7 @@ HRESULT OpxDaServerCom::subscriptionModify(const ModifyRequest& request, std::ui
 HRESULT OpxDaServerCom::subscriptionAddItems(const AddItemsRequest& request, Codes& errors) {
     CallFrame frame(*d_, "DaServerCom::subscriptionAddItems", CallFrame::Needs::Subscriptions);
     if (!frame.entered()) return frame.refuseUnconnected();
-    const auto found = d_->subscriptions.find(request.serverSubscription);
+    const auto found = d_->subscriptions().find(request.serverSubscription);
     if (!found) return frame.refuseHandle(request.serverSubscription);
     if (!frame.callback()) return frame.refuse("[E_INVALIDARG] - callback pointer is NULL", E_FAIL);
     if (request.items.empty()) return frame.refuse("[E_INVALIDARG] - item list is empty", E_INVALIDARG);
@@ -214,7 +214,7 @@ HRESULT OpxDaServerCom::subscriptionRemoveItems(const RemoveItemsRequest& reques
     CallFrame frame(*d_, "DaServerCom::subscriptionRemoveItems", CallFrame::Needs::Subscriptions);
     if (!frame.entered()) return frame.refuseUnconnected();
     if (request.items.empty()) return frame.refuse("[E_INVALIDARG] - item list is empty", E_INVALIDARG);
-    const auto found = d_->subscriptions.find(request.serverSubscription);
+    const auto found = d_->subscriptions().find(request.serverSubscription);
     if (!found) return frame.refuseHandle(request.serverSubscription);
     return leaveWith(frame, *found, [&](DaGroupWrapper& subscription) {
         Items removed = request.items;
@@ -225,13 +225,13 @@ HRESULT OpxDaServerCom::subscriptionRemoveItems(const RemoveItemsRequest& reques
 HRESULT OpxDaServerCom::subscriptionCancel(std::uint32_t serverSubscription) {
     CallFrame frame(*d_, "DaServerCom::subscriptionCancel", CallFrame::Needs::Subscriptions);
     if (!frame.entered()) return frame.refuseUnconnected();
-    auto found = d_->subscriptions.find(serverSubscription);
+    auto found = d_->subscriptions().find(serverSubscription);
     if (!found) return frame.refuseHandle(serverSubscription);
     return leaveWith(frame, *found, [&](DaGroupWrapper& subscription) {
         // At once, so that neither a loss nor a reconnect that comes meanwhile takes it for a living one.
         subscription.end();
         if (const HRESULT hr = endGroup(*d_, frame, subscription); failed(hr)) return hr;
-        if (!d_->subscriptions.remove(serverSubscription, *found)) return E_INVALIDARG;
+        if (!d_->subscriptions().remove(serverSubscription, *found)) return E_INVALIDARG;
         found->reset();
         return S_OK;
     });
