@@ -256,7 +256,10 @@ void DaServerComPrivate::closeConnection(bool wasConnected) {
     }
     try {
         removeSubscriptions(wasConnected ? link.server.get() : nullptr);
-        if (wasConnected) removeMainGroup();
+        if (wasConnected) {
+            link.mainGroup.reset();
+            removeMainGroup();
+        }
     } catch (...) {
         LibT::lError("Error: DaServerCom::disconnect - Error at releasing server interfaces");
     }
