@@ -20,8 +20,8 @@ struct Obstacle {
 
 // Never destroyed: connections may end as late as the process.
 struct Waiting {
-    Signal changed;                                              // guards the obstacles and the ends of all additions
-    std::map<std::thread::id, std::vector<Obstacle>> obstacles;  // the innermost one last
+    Signal changed;  // guards the ends of all additions too
+    std::map<std::thread::id, std::vector<Obstacle>> obstacles GUARDED_BY(changed);  // the innermost one last
 };
 
 Waiting& waiting() {
@@ -30,11 +30,12 @@ Waiting& waiting() {
 }
 
 void meet(const Obstacle& obstacle) {
-    waiting().changed.change([&] { waiting().obstacles[std::this_thread::get_id()].push_back(obstacle); });
+    waiting().changed.change(
+        [&]() REQUIRES(waiting().changed) { waiting().obstacles[std::this_thread::get_id()].push_back(obstacle); });
 }
 
 void pass() {
-    waiting().changed.change([] {
+    waiting().changed.change([]() REQUIRES(waiting().changed) {
         const auto own = waiting().obstacles.find(std::this_thread::get_id());
         own->second.pop_back();
         if (own->second.empty()) waiting().obstacles.erase(own);
@@ -49,7 +50,7 @@ void Addition::end() noexcept {
 
 bool Addition::wait() const {
     bool ended = false;
-    const auto isOver = [&] {
+    const auto isOver = [&]() REQUIRES(waiting().changed) {
         ended = ended_;
         return ended || isHopeless();
     };
@@ -61,7 +62,7 @@ bool Addition::wait() const {
 }
 
 // Follows what the adding thread waits for, and so on.
-bool Addition::isHopeless() const {
+bool Addition::isHopeless() const REQUIRES(waiting().changed) {
     const auto self = std::this_thread::get_id();
     const Addition* addition = this;
     std::thread::id thread;

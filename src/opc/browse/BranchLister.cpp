@@ -149,8 +149,9 @@ class BranchLister::Turn {
 public:
     explicit Turn(BranchLister& lister) : lister_(lister) {
         const auto self = std::this_thread::get_id();
-        if (lister.positionFreed_.look([&] { return lister.holder_ == self; })) return;
-        lister.positionFreed_.wait([&] {
+        if (lister.positionFreed_.look([&]() REQUIRES(lister.positionFreed_) { return lister.holder_ == self; }))
+            return;
+        lister.positionFreed_.wait([&]() REQUIRES(lister.positionFreed_) {
             if (lister.holder_ != std::thread::id()) return false;
             lister.holder_ = self;
             return true;
@@ -158,7 +159,7 @@ public:
         taken_ = true;
     }
     ~Turn() {
-        if (taken_) lister_.positionFreed_.change([this] { lister_.holder_ = {}; });
+        if (taken_) lister_.positionFreed_.change([this]() REQUIRES(lister_.positionFreed_) { lister_.holder_ = {}; });
     }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;

@@ -62,8 +62,8 @@ private:
 
     const std::size_t mostNames_;
     // Who has the position, from moving to a branch until all that is there is known.
-    std::thread::id holder_;
-    Signal positionFreed_;  // guards it
+    std::thread::id holder_ GUARDED_BY(positionFreed_);
+    Signal positionFreed_;
     std::map<OpxString, Route> routes_;
 };
 

@@ -95,7 +95,7 @@ private:
     HRESULT readAsyncDevice(std::uint32_t transactionId, const Handles& handles, Codes& errors) const;
 
     mutable Korvex::Mutex adviceLock_;  // held for moments only
-    Advice advice_;
+    Advice advice_ GUARDED_BY(adviceLock_);
 
     Korvex::Com::ComPtr<IGlobalInterfaceTable> interfaceTable_;
     ApartmentInterface<IOPCItemMgt> itemMgt_;
