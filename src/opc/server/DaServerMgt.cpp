@@ -141,7 +141,7 @@ HRESULT DaServerMgt::disconnectOPCServer() {
     if (d_->defaultGroup) removeGroup(d_->defaultGroup.get());
     d_->defaultGroup.reset();
     d_->ReleaseOPCServerInterfaces();
-    return scope.refuse("[hr=S_OK]", S_OK);
+    return scope.leaveOk();
 }
 
 HRESULT DaServerMgt::getStatus() {
