@@ -27,7 +27,7 @@ struct StateChange {
 
 HRESULT changeState(const TraceScope& scope, DaGroupMgtPrivate& group, const StateChange& change) {
     if (!group.available) return scope.refuse("[hr=E_FAIL] - group is not available in server", E_FAIL);
-    const auto stateMgt = group.GetIOPCGroupStateMgt();
+    const auto stateMgt = group.interfaces.borrow<IOPCGroupStateMgt>();
     if (!stateMgt) return scope.refuse("[hr=E_NOINTERFACE] - IOPCGroupStateMgt is not available", E_NOINTERFACE);
 
     DWORD revisedRate = group.updateRate;
@@ -232,7 +232,7 @@ HRESULT DaGroupMgt::addItems(std::vector<OpxItemIdentifier>& items, std::vector<
                              bool validateOnly) {
     const TraceScope scope("DaGroupMgt::addItems");
     errors.clear();
-    const auto itemMgt = d_->GetIOPCItemMgt();
+    const auto itemMgt = d_->interfaces.borrow<IOPCItemMgt>();
     HRESULT hr = checkItems(scope, *d_, items, itemMgt);
     if (failed(hr)) return hr;
 
@@ -266,7 +266,7 @@ HRESULT DaGroupMgt::findItems(const std::vector<OpxString>& names, std::vector<b
     const TraceScope scope("DaGroupMgt::findItems");
     areItems.assign(names.size(), false);
     if (!d_->available) return scope.refuse("[E_FAIL] - Group not available", E_FAIL);
-    const auto itemMgt = d_->GetIOPCItemMgt();
+    const auto itemMgt = d_->interfaces.borrow<IOPCItemMgt>();
     if (!itemMgt) return scope.refuse("[E_NOINTERFACE] - IOPCItemMgt not available", E_NOINTERFACE);
 
     const auto count = static_cast<DWORD>(names.size());
@@ -289,7 +289,7 @@ HRESULT DaGroupMgt::findItems(const std::vector<OpxString>& names, std::vector<b
 HRESULT DaGroupMgt::removeItems(std::vector<OpxItemIdentifier>& items, std::vector<std::int32_t>& errors) {
     const TraceScope scope("DaGroupMgt::removeItems");
     errors.clear();
-    const auto itemMgt = d_->GetIOPCItemMgt();
+    const auto itemMgt = d_->interfaces.borrow<IOPCItemMgt>();
     HRESULT hr = checkItems(scope, *d_, items, itemMgt);
     if (failed(hr)) return hr;
 
@@ -357,7 +357,7 @@ HRESULT DaGroupMgt::writeAsync(std::uint32_t transactionId, const std::vector<st
 HRESULT DaGroupMgt::connectCallback(std::shared_ptr<OpxDataCallback> callback) {
     const TraceScope scope("DaGroupMgt::connectCallback");
     if (d_->advice().advised) return E_FAIL;
-    const auto point = d_->GetIConnectionPoint();
+    const auto point = d_->interfaces.borrowDataPoint();
     if (!point) return scope.refuse("[hr=E_NOINTERFACE] - IConnectionPoint not valid", E_NOINTERFACE);
 
     DaGroupMgtPrivate::Advice advice;
@@ -376,7 +376,7 @@ HRESULT DaGroupMgt::connectCallback(std::shared_ptr<OpxDataCallback> callback) {
 HRESULT DaGroupMgt::disconnectCallback() {
     if (!d_->advice().advised) return E_FAIL;
     const TraceScope scope("DaGroupMgt::disconnectCallback");
-    const auto point = d_->GetIConnectionPoint();
+    const auto point = d_->interfaces.borrowDataPoint();
     if (!point) return scope.refuse("[hr=E_NOINTERFACE] - IConnectionPoint not valid", E_NOINTERFACE);
 
     auto advice = d_->exchangeAdvice({});

@@ -178,8 +178,7 @@ HRESULT DaServerMgt::setLocalID(OpxString& locale) {
     }
 
     ComPtr<IOPCCommon> common;
-    HRESULT hr = tracedQuery("CALL IOPCServer::QueryInterface (IID_IOPCCommon)",
-                             "DONE IOPCServer::QueryInterface [hr=0x%lx]", *server, common);
+    HRESULT hr = tracedQuery("IOPCServer::QueryInterface", "IOPCCommon", *server, common);
     if (failed(hr)) {
         LibT::lError("Error: IOPCServer::QueryInterface IID_IOPCCommon FAILED [hr=0x%lx]", hr);
         return scope.leave(hr);

@@ -37,18 +37,15 @@ HRESULT DaServerMgtPrivate::SetIOPCServer(ComPtr<IOPCServer> offered) {
 // A data access 3.0 server browses and tells properties through one interface, an older one through two,
 // of which only the properties are required.
 HRESULT DaServerMgtPrivate::queryBrowsing(Found& found) {
-    constexpr TraceFormat<HRESULT> kDone = "DONE IOPCServer::QueryInterface [hr=0x%lx]";
     IOPCServer& asked = *found.server;
     browseOrganization = OPC_NS_HIERARCHIAL;  // what an earlier server said does not count
 
-    dataAccess3 =
-        succeeded(tracedQuery("CALL IOPCServer::QueryInterface (IID_IOPCBrowse)", kDone, asked, found.browse));
+    dataAccess3 = succeeded(tracedQuery("IOPCServer::QueryInterface", "IOPCBrowse", asked, found.browse));
     if (dataAccess3) return S_OK;
 
-    const HRESULT hr =
-        tracedQuery("CALL IOPCServer::QueryInterface (IID_IOPCItemProperties)", kDone, asked, found.itemProperties);
-    if (succeeded(tracedQuery("CALL IOPCServer::QueryInterface (IID_IOPCBrowseServerAddressSpace)", kDone, asked,
-                              found.addressSpace))) {
+    const HRESULT hr = tracedQuery("IOPCServer::QueryInterface", "IOPCItemProperties", asked, found.itemProperties);
+    if (succeeded(
+            tracedQuery("IOPCServer::QueryInterface", "IOPCBrowseServerAddressSpace", asked, found.addressSpace))) {
         OPCNAMESPACETYPE told = OPC_NS_HIERARCHIAL;
         const HRESULT asking = tracedCall("IOPCBrowseServerAddressSpace::QueryOrganization",
                                           [&] { return found.addressSpace->QueryOrganization(&told); });
@@ -103,8 +100,7 @@ HRESULT DaServerMgtPrivate::findShutdownPoint() {
     if (!asked) return E_NOINTERFACE;
 
     ComPtr<IConnectionPointContainer> container;
-    HRESULT hr = tracedQuery("CALL IOPCServer::QueryInterface (IID_IConnectionPointContainer)",
-                             "DONE IOPCServer::QueryInterface [hr=0x%lx]", *asked, container);
+    HRESULT hr = tracedQuery("IOPCServer::QueryInterface", "IConnectionPointContainer", *asked, container);
     if (failed(hr)) {
         LibT::lError("Error: IOPCServer::QueryInterface IID_IConnectionPointContainer FAILED [hr=0x%lx]", hr);
         return hr;
