@@ -147,7 +147,7 @@ HRESULT DaServerMgt::disconnectOPCServer() {
 HRESULT DaServerMgt::getStatus() {
     const TraceScope scope("DaServerMgt::getStatus");
     if (!d_->connected) return scope.refuse("[hr=E_FAIL] - server not connected", E_FAIL);
-    const auto server = d_->GetIOPCServer();
+    const auto server = d_->interfaces.borrow<IOPCServer>();
     if (!server) return scope.refuse("[hr=E_FAIL] - Could not get interface IOPCServer", E_NOINTERFACE);
 
     OPCSERVERSTATUS* status = nullptr;
@@ -165,7 +165,7 @@ HRESULT DaServerMgt::setLocalID(OpxString& locale) {
     if (!d_->connected) {
         return scope.refuseAs("DaServerMgt::getStatus", "[hr=E_FAIL] - server not connected", E_FAIL);
     }
-    const auto server = d_->GetIOPCServer();
+    const auto server = d_->interfaces.borrow<IOPCServer>();
     if (!server) {
         return scope.refuseAs("DaServerMgt::getStatus", "[hr=E_FAIL] - Could not get interface IOPCServer",
                               E_NOINTERFACE);
@@ -203,7 +203,7 @@ HRESULT DaServerMgt::connectCallback(std::shared_ptr<OpxDataCallback> callback) 
     const TraceScope scope("DaServerMgt::connectCallback");
     if (d_->sinkAdvised) return scope.refuse("[hr=E_FAIL] - Callback already connected", E_FAIL);
     if (!d_->connected) return scope.refuse("[hr=E_FAIL] - Server not connected", E_FAIL);
-    const auto point = d_->GetIConnectionPoint();
+    const auto point = d_->interfaces.borrowShutdownPoint();
     if (!point) return scope.refuse("[hr=E_NOINTERFACE] - IConnectionPoint not valid", E_NOINTERFACE);
 
     d_->shutdownSink = ComPtr<OpxOPCShutdown>(new OpxOPCShutdown(std::move(callback)));
@@ -221,7 +221,7 @@ HRESULT DaServerMgt::connectCallback(std::shared_ptr<OpxDataCallback> callback) 
 HRESULT DaServerMgt::disconnectCallback() {
     const TraceScope scope("DaServerMgt::disconnectCallback");
     if (!d_->sinkAdvised) return scope.refuse("[hr=E_FAIL] - Callback not connected", E_FAIL);
-    const auto point = d_->GetIConnectionPoint();
+    const auto point = d_->interfaces.borrowShutdownPoint();
     if (!point) return scope.refuse("[hr=E_NOINTERFACE] - IConnectionPoint not valid", E_NOINTERFACE);
 
     silence();
@@ -244,7 +244,7 @@ HRESULT DaServerMgt::addGroup(DaGroupMgt* group) {
     const TraceScope scope("DaServerMgt::addGroup");
     if (!group) return scope.refuse("[hr=E_POINTER] group pointer is NULL", E_POINTER);
     if (!d_->connected) return scope.refuse("[hr=E_FAIL] - server not connected", E_FAIL);
-    const auto server = d_->GetIOPCServer();
+    const auto server = d_->interfaces.borrow<IOPCServer>();
     if (!server) return scope.refuse("[hr=E_NOINTERFACE] - IOPCServer interface not available", E_NOINTERFACE);
 
     FLOAT deadband = group->percentDeadband();
@@ -269,7 +269,7 @@ HRESULT DaServerMgt::removeGroup(DaGroupMgt* group) {
     const TraceScope scope("DaServerMgt::removeGroup");
     if (!group) return scope.refuse("[hr=E_POINTER] group pointer is NULL", E_POINTER);
     if (!d_->connected) return scope.refuse("[hr=E_FAIL] - server not connected", E_FAIL);
-    const auto server = d_->GetIOPCServer();
+    const auto server = d_->interfaces.borrow<IOPCServer>();
     if (!server) return scope.refuse("[hr=E_NOINTERFACE] - IOPCServer interface not available", E_NOINTERFACE);
 
     const OPCHANDLE serverHandle = group->serverHandle();
