@@ -36,7 +36,7 @@ void traceReadItem(std::size_t i, std::uint32_t handle, const OpxItemValue& item
     if (!LibT::detailWanted()) return;
     const std::int64_t second = item.timestamp.time() % 86400;
     LibT::lDetail("  Item[%d] SH=%d Quality=0X%x Value=%ls TS=%d:%d:%d,%d", i, handle, item.quality,
-                  traceText(item.value), second / 3600, second / 60 % 60, second % 60, item.timestamp.millitm());
+                  valueText(item.value), second / 3600, second / 60 % 60, second % 60, item.timestamp.millitm());
 }
 
 struct ReadRequest {

@@ -8,6 +8,7 @@
 #include "opc/apartment/InterfaceQueries.h"
 #include "opc/broken_registrations.h"
 #include "opc/callbacks/KeptSinks.h"
+#include "opc/callbacks/disconnectSink.h"
 #include "opc/server/DaServerMgtPrivate.h"
 #include "opc/server/LocaleIds.h"
 #include "trace/TraceScope.h"
@@ -84,11 +85,6 @@ HRESULT negotiateLocale(IOPCCommon& common, LCID id, LCID& inUse, OpxString& loc
     LibT::lDetail("Server does not support locale '%ls' set to LOCALE_SYSTEM_DEFAULT", locale);
     locale.clear();
     return S_FALSE;
-}
-
-// The server is gone, so COM has to cut its references to the sink.
-HRESULT disconnectSink(OpxOPCShutdown* sink) {
-    return tracedCall("CoDisconnectObject", [&] { return comCalls().coDisconnectObject(sink); });
 }
 
 void releaseTraced(ComPtr<OpxOPCShutdown>& sink) {
