@@ -18,7 +18,7 @@ public:
         };
         // The steering interface has no faults.
         const std::string wanted = interfaceName(riid);
-        if (wanted.empty()) return object ? guarded(create) : E_POINTER;
+        if (wanted.empty()) return object ? withoutThrowing(create) : E_POINTER;
         return serve(methodAbout("IClassFactory::CreateInstance", wanted), note(), outputs(out(object)), create);
     }
 
@@ -34,7 +34,7 @@ HRESULT getClassObject(REFCLSID clsid, REFIID riid, void** object) {
     if (!object) return E_POINTER;
     *object = nullptr;
     if (clsid != CLSID_KorvexSimulation) return CLASS_E_CLASSNOTAVAILABLE;
-    return guarded([&] { return makeObject<ServerClass>()->QueryInterface(riid, object); });
+    return withoutThrowing([&] { return makeObject<ServerClass>()->QueryInterface(riid, object); });
 }
 
 }  // namespace Korvex::Simulation

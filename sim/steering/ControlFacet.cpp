@@ -8,7 +8,7 @@ namespace Korvex::Simulation {
 HRESULT ControlFacet::Execute(LPCOLESTR command, LPOLESTR* answer) {
     if (!command || !answer) return E_POINTER;
     *answer = nullptr;
-    return guarded([&]() -> HRESULT {
+    return withoutThrowing([&]() -> HRESULT {
         try {
             *answer = giveText(fromUtf8(execute(toUtf8(command))));
             return S_OK;

@@ -122,10 +122,11 @@ std::shared_ptr<PlantItem> namedItem(CommandWords& words) {
     return item;
 }
 
-std::string textOf(const Value& value) {
+std::string answerText(const Value& value) {
     if (value.isArray()) {
         std::string list = "{";
-        for (const Value& element : elementsOf(value)) list.append(list.size() > 1 ? "," : "").append(textOf(element));
+        for (const Value& element : elementsOf(value))
+            list.append(list.size() > 1 ? "," : "").append(answerText(element));
         return list.append("}");
     }
     Value text;
@@ -139,7 +140,7 @@ std::string textOf(const Value& value) {
 
 std::string writtenValue(CommandWords& words) {
     const Value written = namedItem(words)->written();
-    return std::to_string(written.type()) + " " + textOf(written);
+    return std::to_string(written.type()) + " " + answerText(written);
 }
 
 std::function<void()> changeItem(CommandWords& words) {

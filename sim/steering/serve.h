@@ -111,7 +111,7 @@ private:
 
 // The result of `body`, as a method that must not throw answers it.
 template <typename Body>
-HRESULT guarded(const Body& body) noexcept {
+HRESULT withoutThrowing(const Body& body) noexcept {
     try {
         return body();
     } catch (const std::bad_alloc&) {
@@ -127,7 +127,7 @@ HRESULT carryOut(const FaultSwitches::Verdict& verdict, const std::tuple<Places.
     if (verdict.answer) return *verdict.answer;
     if (!valid) return E_INVALIDARG;
     if (verdict.nonsense == Nonsense::nullEverything) return S_OK;
-    const HRESULT result = guarded(body);
+    const HRESULT result = withoutThrowing(body);
     if (failed(result) || verdict.nonsense == Nonsense::none) return result;
     if (verdict.nonsense == Nonsense::hiddenErrors) return S_OK;
     if (verdict.nonsense == Nonsense::nullValues) {
@@ -142,7 +142,7 @@ HRESULT carryOut(const FaultSwitches::Verdict& verdict, const std::tuple<Places.
 template <typename Body, typename... Places>
 HRESULT serve(const std::string& method, const std::string& arguments, const std::tuple<Places...>& places,
               const Body& body) noexcept {
-    return guarded([&] {
+    return withoutThrowing([&] {
         std::apply([](const auto&... place) { (place.clear(), ...); }, places);
         const ServedCall call(method, arguments);
         return call.finish(carryOut(call.verdict(), places, body));

@@ -12,6 +12,7 @@
 #include "api/HandleHResult.h"
 #include "api/ItemConversion.h"
 #include "trace/InterfaceScope.h"
+#include "values/deadband.h"
 
 namespace Korvex::OPC::OpcDaClient {
 
@@ -20,16 +21,12 @@ using OpxOpc::LibT;
 
 namespace {
 
-constexpr float kLowestDeadband = 0.0f;
-constexpr float kHighestDeadband = 100.0f;
-
 void checkUpdateRate(std::int32_t updateRate) {
     if (updateRate < 0) HandleNegativeNumber("updateRate");
 }
 
-// Two comparisons, so that not-a-number passes.
 void checkDeadband(float deadband) {
-    if (deadband < kLowestDeadband || deadband > kHighestDeadband) HandleDeadband("deadband");
+    if (OpxOpc::isInvalidDeadband(deadband)) HandleDeadband("deadband");
 }
 
 // What is too large for a float becomes the largest, as casting it is undefined.

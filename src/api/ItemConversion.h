@@ -14,6 +14,7 @@
 #include <korvex/opc_da_client/ReturnCode.h>
 
 #include "com/com.h"
+#include "values/codeAt.h"
 
 namespace Korvex::OPC::OpcDaClient {
 
@@ -33,10 +34,7 @@ public:
     ItemResults(std::int32_t hr, const std::vector<std::int32_t>& errors) : hr_(hr), errors_(errors) {}
 
     // The code of item `i`. While the call's result is 0, every item's is.
-    std::int32_t operator[](std::size_t i) const {
-        if (hr_ == S_OK) return S_OK;
-        return i < errors_.size() ? errors_[i] : S_OK;
-    }
+    std::int32_t operator[](std::size_t i) const { return hr_ == S_OK ? S_OK : OpxOpc::codeAt(errors_, i); }
     ReturnCode returnCode(bool allQualitiesGood) const;
 
 private:

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "values/codeAt.h"
+
 namespace OpxOpc {
 namespace {
 
@@ -9,10 +11,6 @@ constexpr HRESULT kUnknownItemId = hresult(0xC0040007u);
 
 // Stays where the server says to have added an item and hands out no handle: 0 may be another item's.
 constexpr std::uint32_t kNoHandle = 0xFFFFFFFF;
-
-std::int32_t errorAt(const std::vector<std::int32_t>& errors, std::size_t i) {
-    return i < errors.size() ? errors[i] : S_OK;
-}
 
 }  // namespace
 
@@ -57,7 +55,7 @@ void MainItemCache::accept(const NewItems& added, const std::vector<std::int32_t
         const OpxItemIdentifier& answer = added.items[n];
         const std::uint32_t slot = answer.clientHandle;
         Record& known = record(slot);
-        if (const std::int32_t error = errorAt(errors, n); error < 0) {
+        if (const std::int32_t error = codeAt(errors, n); error < 0) {
             known.error = error;
             freeSlot(slot);
             resolved.errors[i] = error;

@@ -70,7 +70,7 @@ HRESULT resolve(const OpxString& host, const OpxString& progId, OpxString& clsid
     HRESULT hr = lookUp(host, progId, clsid);
     if (host.empty()) traceBrokenRegistrations("CmnClient::clsidFromProgId");
     if (failed(hr)) return hr;
-    hr = textOf(clsid, clsidText);
+    hr = textOfClsid(clsid, clsidText);
     if (succeeded(hr)) LibT::lDetail("     OUT: Clsid=%ls", clsidText);
     return hr;
 }

@@ -1,12 +1,14 @@
 #include <korvex/native/OpxDaServer.h>
 
 #include "com/Mutex.h"
+#include "com/ascii_case.h"
 #include "core/ExclusiveFlag.h"
 #include "core/OpxDaServerCom.h"
 #include "core/ParameterTrace.h"
 #include "core/guarded.h"
 #include "opc/callbacks/unowned.h"
 #include "trace/InterfaceScope.h"
+#include "values/deadband.h"
 
 namespace OpxOpc {
 namespace {
@@ -18,25 +20,10 @@ constexpr const char* kDifferentLengths = "[E_FAIL] - Item list has different le
 constexpr const char* kNoProperties = "[E_INVALIDARG] - No properties requested";
 constexpr const char* kInvalidDeadband = "[E_FAIL] - Deadband is invalid";
 
-// Two comparisons, so that not-a-number passes.
-bool isInvalidDeadband(float deadband) {
-    return deadband < 0.0f || deadband > 100.0f;
-}
-
-OLECHAR toUpper(OLECHAR c) {
-    return c >= OLESTR('a') && c <= OLESTR('z') ? static_cast<OLECHAR>(c - OLESTR('a') + OLESTR('A')) : c;
-}
-
-bool beginsWith(OpxStringView text, OpxStringView upperCasePrefix) {
-    if (text.size() < upperCasePrefix.size()) return false;
-    for (std::size_t i = 0; i < upperCasePrefix.size(); ++i) {
-        if (toUpper(text[i]) != upperCasePrefix[i]) return false;
-    }
-    return true;
-}
-
 bool namesDataAccessServer(OpxStringView url) {
-    return url.size() > kLongestRefusedUrl && (beginsWith(url, OLESTR("OPCDA:")) || beginsWith(url, OLESTR("OPCDX:")));
+    using Korvex::Com::beginsWithIgnoringCase;
+    return url.size() > kLongestRefusedUrl &&
+           (beginsWithIgnoringCase(url, OLESTR("OPCDA:")) || beginsWithIgnoringCase(url, OLESTR("OPCDX:")));
 }
 
 }  // namespace

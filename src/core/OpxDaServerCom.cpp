@@ -57,8 +57,7 @@ HRESULT OpxDaServerCom::disconnect() {
     if (!d_->end(wasConnected)) return trace.refuse("[E_FAIL] - serverState disconnected", E_FAIL);
     d_->closeConnection(wasConnected);
     d_->reportDisconnected();
-    LibT::lInOut("<-- DaServerCom::disconnect [hr=S_OK]");
-    return S_OK;
+    return trace.leaveOk();
 }
 
 }  // namespace OpxOpc

@@ -9,16 +9,13 @@
 #include "core/OpxDaServerCom.h"
 #include "core/guarded.h"
 #include "trace/LibT.h"
+#include "values/codeAt.h"
+#include "values/deadband.h"
 
 namespace OpxOpc {
 namespace {
 
 using Reach = DaGroupWrapper::Reach;
-
-// Two comparisons, so that not-a-number passes.
-bool isInvalidDeadband(float deadband) {
-    return deadband < 0.0f || deadband > 100.0f;
-}
 
 void activateAll(Items& items) {
     for (OpxItemIdentifier& item : items) item.active = true;
@@ -26,7 +23,7 @@ void activateAll(Items& items) {
 
 void copyBack(const Items& added, const Codes& errors, Items& items) {
     for (std::size_t i = 0; i < items.size(); ++i) {
-        const std::int32_t code = i < errors.size() ? errors[i] : S_OK;
+        const HRESULT code = codeAt(errors, i);
         if (code < 0) {
             items[i].serverHandle = 0;
             LibT::lDetail("  Item[%d] %ls error=0x%lx", i, items[i].itemName, code);

@@ -1,6 +1,7 @@
 #include "core/ParameterTrace.h"
 
 #include "trace/LibT.h"
+#include "values/codeAt.h"
 
 namespace OpxOpc::ParameterTrace {
 namespace {
@@ -42,7 +43,7 @@ void newItems(const Items& list) {
 
 // True when the item's line is that of its error.
 bool itemError(std::size_t i, const OpxItemIdentifier& item, const Codes& errors) {
-    const std::int32_t error = i < errors.size() ? errors[i] : S_OK;
+    const HRESULT error = codeAt(errors, i);
     if (error >= 0) return false;
     LibT::lDetail("    Item[%d] %ls %ls error=0x%lx", i, item.itemName, item.itemPath, error);
     return true;

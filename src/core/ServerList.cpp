@@ -35,7 +35,7 @@ HRESULT ServerList::open(const OpxString& host, bool traced) {
     return hr == E_NOINTERFACE ? create(host, traced, first_) : hr;
 }
 
-HRESULT textOf(const CLSID& clsid, OpxString& text) {
+HRESULT textOfClsid(const CLSID& clsid, OpxString& text) {
     Korvex::Com::TaskString owned;
     LPOLESTR raw = nullptr;
     const HRESULT hr = StringFromCLSID(clsid, &raw);

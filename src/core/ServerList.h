@@ -25,6 +25,6 @@ private:
 };
 
 // A class identifier with braces.
-HRESULT textOf(const CLSID& clsid, OpxString& text);
+HRESULT textOfClsid(const CLSID& clsid, OpxString& text);
 
 }  // namespace OpxOpc

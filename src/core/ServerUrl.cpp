@@ -1,6 +1,6 @@
 #include "core/ServerUrl.h"
 
-#include <algorithm>
+#include "com/ascii_case.h"
 
 namespace OpxOpc {
 namespace {
@@ -13,15 +13,8 @@ std::size_t nextSeparator(OpxStringView url, std::size_t previous) {
     return previous == OpxStringView::npos ? previous : url.find(kSeparator, previous + 1);
 }
 
-OLECHAR lower(OLECHAR c) {
-    return c >= OLESTR('A') && c <= OLESTR('Z') ? static_cast<OLECHAR>(c - OLESTR('A') + OLESTR('a')) : c;
-}
-
 bool namesThisMachine(OpxStringView host) {
-    constexpr OpxStringView kName = OLESTR("localhost");
-    const bool isName = std::equal(host.begin(), host.end(), kName.begin(), kName.end(),
-                                   [](OLECHAR given, OLECHAR wanted) { return lower(given) == wanted; });
-    return isName || host == OLESTR("127.0.0.1");
+    return Korvex::Com::equalsIgnoringCase(host, OLESTR("localhost")) || host == OLESTR("127.0.0.1");
 }
 
 }  // namespace

@@ -76,7 +76,7 @@ void append(List& list, const CLSID& clsid, const OpxString& host, ServerCategor
             std::vector<OpxServerIdentifier>& servers) {
     OpxString progId;
     OpxString clsidText;
-    if (failed(progIdOf(list, clsid, progId)) || failed(textOf(clsid, clsidText))) return;
+    if (failed(progIdOf(list, clsid, progId)) || failed(textOfClsid(clsid, clsidText))) return;
     servers.emplace_back(host, std::move(progId), std::move(clsidText), category);
 }
 

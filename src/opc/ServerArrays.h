@@ -7,6 +7,7 @@
 
 #include "com/opc_interfaces.h"
 #include "com/owners.h"
+#include "values/codeAt.h"
 
 // What elements of OPC arrays own, found by TaskArray through the namespace of their types.
 inline void clearTaskElement(OPCITEMSTATE& element) noexcept {
@@ -35,11 +36,6 @@ inline void clearTaskElement(OPCBROWSEELEMENT& element) noexcept {
 namespace OpxOpc {
 
 using ItemCodes = Korvex::Com::TaskArray<HRESULT>;
-
-// An item's code; a server that leaves the codes out means that all are 0.
-inline HRESULT codeAt(const ItemCodes& codes, std::size_t i) noexcept {
-    return i < codes.size() ? codes[i] : S_OK;
-}
 
 // Hands the items' codes on when `hr` says that there are some to read. Where the server left them out
 // then, no item can be relied on: each gets E_FAIL.

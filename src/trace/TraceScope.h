@@ -25,6 +25,8 @@ public:
         LibT::lInOut("<-- %s [hr=0x%lx]", operation, hr);
         return hr;
     }
+    // "<-- DaServerMgt::disconnectOPCServer [hr=S_OK]": operations whose exit line spells the code.
+    HRESULT leaveOk() const noexcept { return refuse("[hr=S_OK]", S_OK); }
     // "<-- DaServerMgt::addGroup " and, say, "[hr=E_FAIL] - server not connected".
     HRESULT refuse(const char* text, HRESULT hr) const noexcept { return refuseAs(operation_, text, hr); }
     HRESULT refuseAs(const char* operation, const char* text, HRESULT hr) const noexcept {

@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "com/ascii_case.h"
 #include "values/NumberText.h"
 
 namespace OpxOpc {
@@ -31,19 +32,6 @@ Overloaded(Functions...) -> Overloaded<Functions...>;
 }
 
 // ---- Truth ---------------------------------------------------------------------------------------
-
-constexpr OLECHAR lowerAscii(OLECHAR c) noexcept {
-    return c >= OLECHAR('A') && c <= OLECHAR('Z') ? static_cast<OLECHAR>(c + ('a' - 'A')) : c;
-}
-
-bool beginsWithFalse(OpxStringView text) noexcept {
-    constexpr OpxStringView kFalse = OLESTR("false");
-    if (text.size() < kFalse.size()) return false;
-    for (std::size_t i = 0; i < kFalse.size(); ++i) {
-        if (lowerAscii(text[i]) != kFalse[i]) return false;
-    }
-    return true;
-}
 
 bool lowByte(std::int64_t bits) noexcept {
     return (bits & 0xFF) != 0;
@@ -279,7 +267,9 @@ bool OpxVariant::toBool() const noexcept {
                           [](const Unknown&) { return false; },
                           [](const Error& error) { return lowByte(error.reason); },
                           [](const Array&) { return true; },
-                          [](const OpxString& text) { return text != OLESTR("0") && !beginsWithFalse(text); },
+                          [](const OpxString& text) {
+                              return text != OLESTR("0") && !Korvex::Com::beginsWithIgnoringCase(text, OLESTR("false"));
+                          },
                           [](const OpxDate& date) { return lowByte(date.time()); },
                           [](const OpxDecimal& decimal) { return lowByte(decimal.scaled()); },
                           [](float real) { return lowByte(std::bit_cast<std::int32_t>(real)); },

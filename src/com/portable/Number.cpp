@@ -93,7 +93,7 @@ std::optional<ExactNumber> asExact(const Number& number) {
     return ExactNumber::fromUnsigned(std::get<BitPattern>(number).bits);
 }
 
-std::string textOf(const Real& number) {
+std::string spelledReal(const Real& number) {
     if (number.value == 0) return "0";
     if (std::isnan(number.value)) return "NAN";
     char text[32];
@@ -171,7 +171,7 @@ HRESULT toDate(const Number& number, double& result) {
 }
 
 std::string toText(const Number& number) {
-    if (const auto* real = std::get_if<Real>(&number)) return textOf(*real);
+    if (const auto* real = std::get_if<Real>(&number)) return spelledReal(*real);
     return asExact(number)->toText();
 }
 

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "com/ascii_case.h"
 #include "com/portable/environment.h"
 #include "com/portable/file_trust.h"
 
@@ -130,18 +131,9 @@ RegisteredServer parse(const fs::path& file) {
     return server;
 }
 
-OLECHAR lower(OLECHAR c) {
-    return c >= OLESTR('A') && c <= OLESTR('Z') ? static_cast<OLECHAR>(c - OLESTR('A') + OLESTR('a')) : c;
-}
-
 std::vector<ServerRegistry::BrokenFile>& lastBrokenFiles() {
     thread_local std::vector<ServerRegistry::BrokenFile> files;
     return files;
-}
-
-bool equalIgnoringCase(OpxStringView a, OpxStringView b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](OLECHAR x, OLECHAR y) { return lower(x) == lower(y); });
 }
 
 }  // namespace
@@ -161,8 +153,8 @@ std::optional<RegisteredServer> ServerRegistry::find(REFCLSID clsid) const {
 
 std::optional<RegisteredServer> ServerRegistry::findProgId(OpxStringView progId) const {
     const auto found = std::find_if(servers_.begin(), servers_.end(), [&](const RegisteredServer& server) {
-        return equalIgnoringCase(server.progId, progId) ||
-               (!progId.empty() && equalIgnoringCase(server.versionIndependentProgId, progId));
+        return equalsIgnoringCase(server.progId, progId) ||
+               (!progId.empty() && equalsIgnoringCase(server.versionIndependentProgId, progId));
     });
     return found == servers_.end() ? std::nullopt : std::optional(*found);
 }

@@ -3,6 +3,8 @@
 
 #include <korvex/text.h>
 
+#include "com/ascii_case.h"
+
 namespace Korvex::Com {
 
 constexpr bool isBlank(OLECHAR c) noexcept {
@@ -11,17 +13,6 @@ constexpr bool isBlank(OLECHAR c) noexcept {
 }
 constexpr bool isDigit(OLECHAR c) noexcept {
     return c >= u'0' && c <= u'9';
-}
-// Letters outside ASCII have one case here.
-constexpr OLECHAR toLower(OLECHAR c) noexcept {
-    return c >= u'A' && c <= u'Z' ? static_cast<OLECHAR>(c - u'A' + u'a') : c;
-}
-constexpr bool equalsIgnoringCase(OpxStringView a, OpxStringView b) noexcept {
-    if (a.size() != b.size()) return false;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        if (toLower(a[i]) != toLower(b[i])) return false;
-    }
-    return true;
 }
 
 class TextReader {

@@ -13,7 +13,7 @@ using namespace Korvex::Com;
 
 namespace {
 
-OpxStringView textOf(const VARIANT& value) {
+OpxStringView bstrOf(const VARIANT& value) {
     return value.bstrVal ? OpxStringView(value.bstrVal, SysStringLen(value.bstrVal)) : OpxStringView();
 }
 
@@ -99,7 +99,7 @@ HRESULT readNumber(const VARIANT& source, VARTYPE target, const LocaleConvention
         case VT_DECIMAL:
             return readDecimal(source.decVal, result);
         case VT_BSTR:
-            return parseNumber(textOf(source), locale, result);
+            return parseNumber(bstrOf(source), locale, result);
         default:
             return DISP_E_TYPEMISMATCH;
     }
@@ -116,7 +116,7 @@ std::optional<bool> truthOf(OpxStringView text) {
 
 HRESULT storeDate(const VARIANT& source, const LocaleConventions& locale, VARIANT& result) {
     if (source.vt == VT_BSTR) {
-        const auto date = parseDate(textOf(source), locale);
+        const auto date = parseDate(bstrOf(source), locale);
         if (!date) return DISP_E_TYPEMISMATCH;
         result.date = *date;
         return S_OK;
@@ -128,7 +128,7 @@ HRESULT storeDate(const VARIANT& source, const LocaleConventions& locale, VARIAN
 
 HRESULT storeTruth(const VARIANT& source, const LocaleConventions& locale, VARIANT& result) {
     if (source.vt == VT_BSTR) {
-        if (const auto truth = truthOf(textOf(source))) {
+        if (const auto truth = truthOf(bstrOf(source))) {
             result.boolVal = *truth ? VARIANT_TRUE : VARIANT_FALSE;
             return S_OK;
         }

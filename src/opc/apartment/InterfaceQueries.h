@@ -7,13 +7,13 @@
 
 namespace OpxOpc {
 
-// Asks `source` for `target` between the two lines. A success that brings no pointer is a refusal.
+// Asks `source` for `target` between two lines: `method` is, say, "IOPCServer::QueryInterface", `name` "IOPCBrowse".
+// A success that brings no pointer is a refusal.
 template <typename Source, typename Target>
-HRESULT tracedQuery(TraceFormat<> callLine, TraceFormat<HRESULT> doneLine, Source& source,
-                    Korvex::Com::ComPtr<Target>& target) {
-    LibT::lIfCall(callLine);
+HRESULT tracedQuery(const char* method, const char* name, Source& source, Korvex::Com::ComPtr<Target>& target) {
+    LibT::lIfCall("CALL %s (IID_%s)", method, name);
     HRESULT hr = source.QueryInterface(iidOf<Target>(), target.putVoid());
-    LibT::lIfCall(doneLine, hr);
+    LibT::lIfCall("DONE %s [hr=0x%lx]", method, hr);
     if (succeeded(hr) && !target) hr = E_NOINTERFACE;
     return hr;
 }

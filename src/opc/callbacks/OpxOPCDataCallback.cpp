@@ -18,8 +18,8 @@ void traceItem(std::size_t i, const CallbackRecords& records) {
         return;
     }
     const OpxItemValue& value = records.values[i];
-    LibT::lDetail("    Item[%d] CH=%d value=%ls quality=0x%lx TS=%ls", i, clientHandle, traceText(value.value),
-                  value.quality, traceText(value.timestamp));
+    LibT::lDetail("    Item[%d] CH=%d value=%ls quality=0x%lx TS=%ls", i, clientHandle, valueText(value.value),
+                  value.quality, timeText(value.timestamp));
 }
 
 void traceParameters(OPCHANDLE group, const CallbackRecords& records) {

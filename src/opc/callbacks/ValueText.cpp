@@ -7,7 +7,7 @@ constexpr const OLECHAR* kNoText = OLESTR("<Invalid Data>");
 
 }  // namespace
 
-OpxString traceText(const OpxVariant& value) {
+OpxString valueText(const OpxVariant& value) {
     try {
         return value.toString();
     } catch (const OpxTypeConversionException&) {
@@ -15,7 +15,7 @@ OpxString traceText(const OpxVariant& value) {
     }
 }
 
-OpxString traceText(const OpxDate& time) {
+OpxString timeText(const OpxDate& time) {
     try {
         return time.toDateTimeText(OpxDate::kUtc);
     } catch (const OpxTypeConversionException&) {

@@ -8,7 +8,7 @@
 namespace OpxOpc {
 
 // "<Invalid Data>" for what has no text form; nothing is thrown for a value's sake.
-OpxString traceText(const OpxVariant& value);
-OpxString traceText(const OpxDate& time);
+OpxString valueText(const OpxVariant& value);
+OpxString timeText(const OpxDate& time);
 
 }  // namespace OpxOpc

@@ -2,17 +2,16 @@
 
 #include <utility>
 
-#include "com/ComCalls.h"
 #include "opc/ServerArrays.h"
 #include "opc/callbacks/DeliveredItem.h"
 #include "opc/callbacks/KeptSinks.h"
 #include "opc/callbacks/ValueText.h"
+#include "opc/callbacks/disconnectSink.h"
 #include "opc/group/DaGroupMgtPrivate.h"
 #include "trace/TraceScope.h"
 
 namespace OpxOpc {
 
-using Korvex::Com::comCalls;
 using Korvex::Com::ComPtr;
 using Korvex::Com::TaskArray;
 
@@ -27,7 +26,7 @@ struct StateChange {
 
 HRESULT changeState(const TraceScope& scope, DaGroupMgtPrivate& group, const StateChange& change) {
     if (!group.available) return scope.refuse("[hr=E_FAIL] - group is not available in server", E_FAIL);
-    const auto stateMgt = group.GetIOPCGroupStateMgt();
+    const auto stateMgt = group.interfaces.borrow<IOPCGroupStateMgt>();
     if (!stateMgt) return scope.refuse("[hr=E_NOINTERFACE] - IOPCGroupStateMgt is not available", E_NOINTERFACE);
 
     DWORD revisedRate = group.updateRate;
@@ -53,8 +52,8 @@ HRESULT checkItems(const TraceScope& scope, const DaGroupMgtPrivate& group, cons
 }
 
 // S_OK, or why a call with server handles cannot be made. `operation` names it in the exit line.
-HRESULT checkHandles(const char* operation, const TraceScope& scope, const DaGroupMgtPrivate& group,
-                     std::size_t handleCount, std::size_t valueCount) {
+HRESULT checkLists(const char* operation, const TraceScope& scope, const DaGroupMgtPrivate& group,
+                   std::size_t handleCount, std::size_t valueCount) {
     if (handleCount == 0) return scope.refuseAs(operation, "[E_INVALIDARG] - handle array size = 0", E_INVALIDARG);
     if (handleCount != valueCount) {
         return scope.refuseAs(operation, "[E_INVALIDARG] - handle array size different than value array size",
@@ -106,14 +105,14 @@ void traceWrite(const std::vector<std::uint32_t>& handles, const std::vector<Opx
     if (!LibT::detailWanted()) return;
     LibT::lDetail("Write %d items", handles.size());
     for (std::size_t i = 0; i < handles.size(); ++i) {
-        LibT::lDetail("  Item[%d] %d DT=%d Value=%ls", i, handles[i], values[i].type(), traceText(values[i]));
+        LibT::lDetail("  Item[%d] %d DT=%d Value=%ls", i, handles[i], values[i].type(), valueText(values[i]));
     }
 }
 
 // Takes a sink back from a server that no longer answers.
-HRESULT disconnectSink(ComPtr<OpxOPCDataCallback>& sink) {
+HRESULT giveSinkUp(ComPtr<OpxOPCDataCallback>& sink) {
     try {
-        const HRESULT hr = tracedCall("CoDisconnectObject", [&] { return comCalls().coDisconnectObject(sink.get()); });
+        const HRESULT hr = disconnectSink(sink.get());
         sink.release();
         return hr;
     } catch (...) {
@@ -232,7 +231,7 @@ HRESULT DaGroupMgt::addItems(std::vector<OpxItemIdentifier>& items, std::vector<
                              bool validateOnly) {
     const TraceScope scope("DaGroupMgt::addItems");
     errors.clear();
-    const auto itemMgt = d_->GetIOPCItemMgt();
+    const auto itemMgt = d_->interfaces.borrow<IOPCItemMgt>();
     HRESULT hr = checkItems(scope, *d_, items, itemMgt);
     if (failed(hr)) return hr;
 
@@ -266,7 +265,7 @@ HRESULT DaGroupMgt::findItems(const std::vector<OpxString>& names, std::vector<b
     const TraceScope scope("DaGroupMgt::findItems");
     areItems.assign(names.size(), false);
     if (!d_->available) return scope.refuse("[E_FAIL] - Group not available", E_FAIL);
-    const auto itemMgt = d_->GetIOPCItemMgt();
+    const auto itemMgt = d_->interfaces.borrow<IOPCItemMgt>();
     if (!itemMgt) return scope.refuse("[E_NOINTERFACE] - IOPCItemMgt not available", E_NOINTERFACE);
 
     const auto count = static_cast<DWORD>(names.size());
@@ -289,7 +288,7 @@ HRESULT DaGroupMgt::findItems(const std::vector<OpxString>& names, std::vector<b
 HRESULT DaGroupMgt::removeItems(std::vector<OpxItemIdentifier>& items, std::vector<std::int32_t>& errors) {
     const TraceScope scope("DaGroupMgt::removeItems");
     errors.clear();
-    const auto itemMgt = d_->GetIOPCItemMgt();
+    const auto itemMgt = d_->interfaces.borrow<IOPCItemMgt>();
     HRESULT hr = checkItems(scope, *d_, items, itemMgt);
     if (failed(hr)) return hr;
 
@@ -319,7 +318,7 @@ HRESULT DaGroupMgt::read(std::uint32_t maxAge, const std::vector<std::uint32_t>&
     const TraceScope scope("DaGroupMgt::read (handles)");
     values.clear();
     errors.clear();
-    const HRESULT hr = checkHandles("DaGroupMgt::read", scope, *d_, handles.size(), handles.size());
+    const HRESULT hr = checkLists("DaGroupMgt::read", scope, *d_, handles.size(), handles.size());
     if (failed(hr)) return hr;
     return scope.leaveAs("DaGroupMgt::read", d_->read(maxAge, handles, types, values, errors));
 }
@@ -328,7 +327,7 @@ HRESULT DaGroupMgt::readAsync(std::uint32_t transactionId, std::uint32_t maxAge,
                               const std::vector<std::uint32_t>& handles, std::vector<std::int32_t>& errors) {
     const TraceScope scope("DaGroupMgt::readAsync (handles)");
     errors.clear();
-    const HRESULT hr = checkHandles("DaGroupMgt::readAsync", scope, *d_, handles.size(), handles.size());
+    const HRESULT hr = checkLists("DaGroupMgt::readAsync", scope, *d_, handles.size(), handles.size());
     if (failed(hr)) return hr;
     return scope.leaveAs("DaGroupMgt::readAsync", d_->readAsync(transactionId, maxAge, handles, errors));
 }
@@ -337,7 +336,7 @@ HRESULT DaGroupMgt::write(const std::vector<std::uint32_t>& handles, const std::
                           const std::vector<Opx::VType>& types, std::vector<std::int32_t>& errors) {
     const TraceScope scope("DaGroupMgt::write (handles)");
     errors.clear();
-    const HRESULT hr = checkHandles("DaGroupMgt::write", scope, *d_, handles.size(), values.size());
+    const HRESULT hr = checkLists("DaGroupMgt::write", scope, *d_, handles.size(), values.size());
     if (failed(hr)) return hr;
     traceWrite(handles, values);
     return scope.leaveAs("DaGroupMgt::write", d_->write(handles, values, types, errors));
@@ -348,7 +347,7 @@ HRESULT DaGroupMgt::writeAsync(std::uint32_t transactionId, const std::vector<st
                                std::vector<std::int32_t>& errors) {
     const TraceScope scope("DaGroupMgt::writeAsync (handles)");
     errors.clear();
-    const HRESULT hr = checkHandles("DaGroupMgt::writeAsync", scope, *d_, handles.size(), values.size());
+    const HRESULT hr = checkLists("DaGroupMgt::writeAsync", scope, *d_, handles.size(), values.size());
     if (failed(hr)) return hr;
     traceWrite(handles, values);
     return scope.leaveAs("DaGroupMgt::writeAsync", d_->writeAsync(transactionId, handles, values, types, errors));
@@ -357,7 +356,7 @@ HRESULT DaGroupMgt::writeAsync(std::uint32_t transactionId, const std::vector<st
 HRESULT DaGroupMgt::connectCallback(std::shared_ptr<OpxDataCallback> callback) {
     const TraceScope scope("DaGroupMgt::connectCallback");
     if (d_->advice().advised) return E_FAIL;
-    const auto point = d_->GetIConnectionPoint();
+    const auto point = d_->interfaces.borrowDataPoint();
     if (!point) return scope.refuse("[hr=E_NOINTERFACE] - IConnectionPoint not valid", E_NOINTERFACE);
 
     DaGroupMgtPrivate::Advice advice;
@@ -376,14 +375,14 @@ HRESULT DaGroupMgt::connectCallback(std::shared_ptr<OpxDataCallback> callback) {
 HRESULT DaGroupMgt::disconnectCallback() {
     if (!d_->advice().advised) return E_FAIL;
     const TraceScope scope("DaGroupMgt::disconnectCallback");
-    const auto point = d_->GetIConnectionPoint();
+    const auto point = d_->interfaces.borrowDataPoint();
     if (!point) return scope.refuse("[hr=E_NOINTERFACE] - IConnectionPoint not valid", E_NOINTERFACE);
 
     auto advice = d_->exchangeAdvice({});
     if (!advice.advised) return scope.leave(E_FAIL);
     advice.sink->detach();
     HRESULT hr = tracedCall("IConnectionPoint::Unadvise", [&] { return point->Unadvise(advice.cookie); });
-    if (failed(hr)) hr = disconnectSink(advice.sink);
+    if (failed(hr)) hr = giveSinkUp(advice.sink);
     return scope.leave(hr);
 }
 

@@ -11,9 +11,8 @@
 #include "com/ComPtr.h"
 #include "com/Mutex.h"
 #include "com/opc_interfaces.h"
-#include "opc/apartment/ApartmentInterface.h"
 #include "opc/callbacks/OpxOPCDataCallback.h"
-#include "trace/LibT.h"
+#include "opc/group/GroupInterfaces.h"
 
 namespace OpxOpc {
 
@@ -26,16 +25,6 @@ struct DaGroupMgtPrivate {
     // Makes the group unavailable. Answers the code of the last revocation, S_OK in a multi-threaded
     // apartment.
     HRESULT ReleaseOPCGroupInterfaces();
-
-    // Each is empty on failure.
-    BorrowedInterface<IOPCItemMgt> GetIOPCItemMgt() const;
-    BorrowedInterface<IOPCGroupStateMgt> GetIOPCGroupStateMgt() const;
-    BorrowedInterface<IOPCSyncIO> GetIOPCSyncIO() const;
-    BorrowedInterface<IOPCSyncIO2> GetIOPCSyncIO2() const;
-    BorrowedInterface<IOPCAsyncIO2> GetIOPCAsyncIO2() const;
-    BorrowedInterface<IOPCAsyncIO3> GetIOPCAsyncIO3() const;
-    // The group's connection point for data callbacks, asked for once.
-    BorrowedInterface<IConnectionPoint> GetIConnectionPoint();
 
     HRESULT read(std::uint32_t maxAge, const Handles& handles, const std::vector<Opx::VType>& types,
                  std::vector<OpxItemValue>& values, Codes& errors) const;
@@ -60,6 +49,7 @@ struct DaGroupMgtPrivate {
         return std::exchange(advice_, std::move(replacement));
     }
 
+    GroupInterfaces interfaces;
     OpxString name;
     std::atomic<std::uint32_t> updateRate = 0;
     std::atomic<bool> active = false;
@@ -72,20 +62,6 @@ struct DaGroupMgtPrivate {
     LCID localeId = LOCALE_SYSTEM_DEFAULT;
 
 private:
-    struct Found;
-    struct RegistrationLines;
-
-    HRESULT queryRequired(Found& found) const;
-    void queryDataAccess3(Found& found);
-    HRESULT keep(Found& found);
-    template <typename Interface>
-    HRESULT keepOne(ApartmentInterface<Interface>& place, Korvex::Com::ComPtr<Interface>& pointer,
-                    const RegistrationLines& lines);
-    template <typename Interface>
-    BorrowedInterface<Interface> fetch(const ApartmentInterface<Interface>& kept, TraceFormat<> zeroCookieLine,
-                                       TraceFormat<HRESULT> failedLine) const;
-    HRESULT findDataPoint(IOPCItemMgt& asked);
-
     HRESULT readMaxAge(std::uint32_t maxAge, const Handles& handles, const std::vector<Opx::VType>& types,
                        std::vector<OpxItemValue>& values, Codes& errors) const;
     HRESULT readDevice(const Handles& handles, const std::vector<Opx::VType>& types, std::vector<OpxItemValue>& values,
@@ -96,15 +72,6 @@ private:
 
     mutable Korvex::Mutex adviceLock_;  // held for moments only
     Advice advice_ GUARDED_BY(adviceLock_);
-
-    Korvex::Com::ComPtr<IGlobalInterfaceTable> interfaceTable_;
-    ApartmentInterface<IOPCItemMgt> itemMgt_;
-    ApartmentInterface<IOPCGroupStateMgt> groupStateMgt_;
-    ApartmentInterface<IOPCSyncIO> syncIO_;
-    ApartmentInterface<IOPCSyncIO2> syncIO2_;
-    ApartmentInterface<IOPCAsyncIO2> asyncIO2_;
-    ApartmentInterface<IOPCAsyncIO3> asyncIO3_;
-    ApartmentInterface<IConnectionPoint> connectionPoint_;
 };
 
 }  // namespace OpxOpc

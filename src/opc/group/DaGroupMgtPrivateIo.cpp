@@ -36,7 +36,7 @@ void traceReadItem(std::size_t i, std::uint32_t handle, const OpxItemValue& item
     if (!LibT::detailWanted()) return;
     const std::int64_t second = item.timestamp.time() % 86400;
     LibT::lDetail("  Item[%d] SH=%d Quality=0X%x Value=%ls TS=%d:%d:%d,%d", i, handle, item.quality,
-                  traceText(item.value), second / 3600, second / 60 % 60, second % 60, item.timestamp.millitm());
+                  valueText(item.value), second / 3600, second / 60 % 60, second % 60, item.timestamp.millitm());
 }
 
 struct ReadRequest {
@@ -99,7 +99,7 @@ HRESULT DaGroupMgtPrivate::readMaxAge(std::uint32_t maxAge, const Handles& handl
                                       const std::vector<Opx::VType>& types, std::vector<OpxItemValue>& values,
                                       Codes& errors) const {
     const TraceScope scope("DaGroupMgtPrivate::read");
-    const auto syncIO2 = GetIOPCSyncIO2();
+    const auto syncIO2 = interfaces.borrow<IOPCSyncIO2>();
     if (!syncIO2) return scope.refuse("[E_NOINTERFACE] - IOPCSyncIO2 interface is NULL", E_NOINTERFACE);
 
     const std::size_t count = handles.size();
@@ -126,7 +126,7 @@ HRESULT DaGroupMgtPrivate::readMaxAge(std::uint32_t maxAge, const Handles& handl
 HRESULT DaGroupMgtPrivate::readDevice(const Handles& handles, const std::vector<Opx::VType>& types,
                                       std::vector<OpxItemValue>& values, Codes& errors) const {
     const TraceScope scope("DaGroupMgtPrivate::read");
-    const auto syncIO = GetIOPCSyncIO();
+    const auto syncIO = interfaces.borrow<IOPCSyncIO>();
     if (!syncIO) return scope.refuse("[E_NOINTERFACE] - IOPCSyncIO interface is NULL", E_NOINTERFACE);
 
     const std::size_t count = handles.size();
@@ -155,7 +155,7 @@ HRESULT DaGroupMgtPrivate::readAsync(std::uint32_t transactionId, std::uint32_t 
 HRESULT DaGroupMgtPrivate::readAsyncMaxAge(std::uint32_t transactionId, std::uint32_t maxAge, const Handles& handles,
                                            Codes& errors) const {
     const TraceScope scope("DaGroupMgtPrivate::readAsync");
-    const auto asyncIO3 = GetIOPCAsyncIO3();
+    const auto asyncIO3 = interfaces.borrow<IOPCAsyncIO3>();
     if (!asyncIO3) return scope.refuse("[E_NOINTERFACE] - IOPCAsyncIO3 interface is NULL", E_NOINTERFACE);
 
     const std::size_t count = handles.size();
@@ -174,7 +174,7 @@ HRESULT DaGroupMgtPrivate::readAsyncMaxAge(std::uint32_t transactionId, std::uin
 
 HRESULT DaGroupMgtPrivate::readAsyncDevice(std::uint32_t transactionId, const Handles& handles, Codes& errors) const {
     const TraceScope scope("DaGroupMgtPrivate::readAsync");
-    const auto asyncIO2 = GetIOPCAsyncIO2();
+    const auto asyncIO2 = interfaces.borrow<IOPCAsyncIO2>();
     if (!asyncIO2) return scope.refuse("[E_NOINTERFACE] - IOPCAsyncIO2 interface is NULL", E_NOINTERFACE);
 
     const std::size_t count = handles.size();
@@ -196,7 +196,7 @@ HRESULT DaGroupMgtPrivate::write(const Handles& handles, const std::vector<OpxVa
     auto variants = convertAll(values, types, localeId,
                                {"Error: DaGroupMgtPrivate::write - value conversion error for item %d",
                                 "Error: DaGroupMgtPrivate::write - value copy error for item %d"});
-    const auto syncIO = GetIOPCSyncIO();
+    const auto syncIO = interfaces.borrow<IOPCSyncIO>();
     if (!syncIO) return scope.refuse("[E_NOINTERFACE] - IOPCSyncIO interface is NULL", E_NOINTERFACE);
 
     const std::size_t count = handles.size();
@@ -221,7 +221,7 @@ HRESULT DaGroupMgtPrivate::writeAsync(std::uint32_t transactionId, const Handles
     auto variants = convertAll(values, types, localeId,
                                {"Error: DaGroupMgtPrivate::writeAsync - value conversion error for item %d",
                                 "Error: DaGroupMgtPrivate::writeAsync - value copy error for item %d"});
-    const auto asyncIO2 = GetIOPCAsyncIO2();
+    const auto asyncIO2 = interfaces.borrow<IOPCAsyncIO2>();
     if (!asyncIO2) return scope.refuse("[E_NOINTERFACE] - IOPCAsyncIO2 interface is NULL", E_NOINTERFACE);
 
     const std::size_t count = handles.size();

@@ -6,6 +6,7 @@
 
 #include "opc/callbacks/DeliveredItem.h"
 #include "trace/TraceScope.h"
+#include "values/codeAt.h"
 
 namespace OpxOpc {
 namespace {
@@ -13,10 +14,6 @@ namespace {
 using Codes = std::vector<std::int32_t>;
 
 constexpr std::int32_t kBadQuality = 0x00;
-
-std::int32_t errorAt(const Codes& errors, std::size_t i) {
-    return i < errors.size() ? errors[i] : S_OK;
-}
 
 // `code` is what came of adding the item again. A server may accept an item in name only.
 void noteRefusal(KeptItem& item, std::int32_t code) {
@@ -52,7 +49,7 @@ HRESULT removeOnServer(DaGroupMgt& group, const std::vector<ItemStore::Item>& it
     if (request.empty()) return S_OK;
     Codes answers;
     const HRESULT hr = group.removeItems(request, answers);
-    for (std::size_t n = 0; n < positions.size(); ++n) codes[positions[n]] = errorAt(answers, n);
+    for (std::size_t n = 0; n < positions.size(); ++n) codes[positions[n]] = codeAt(answers, n);
     return hr;
 }
 
@@ -87,7 +84,7 @@ HRESULT DaGroupWrapper::createGroup() {
     const Korvex::ScopedLock guard(lock_);
     if (group_) return scope.refuse("- group pointer still valid [hr=E_FAIL]", E_FAIL);
     makeGroup();
-    return scope.refuse("[hr=S_OK]", S_OK);  // the line spells the code
+    return scope.leaveOk();
 }
 
 void DaGroupWrapper::makeGroup() {
@@ -245,7 +242,7 @@ HRESULT DaGroupWrapper::addItems(std::vector<OpxItemIdentifier>& items, std::vec
     if (failed(hr)) return scope.leave(hr);
     keep(added, errors, group);
     for (std::size_t i = 0; i < items.size(); ++i) {
-        if (errorAt(errors, i) >= 0) items[i] = std::move(added[i]);
+        if (codeAt(errors, i) >= 0) items[i] = std::move(added[i]);
     }
     return scope.leave(hr);
 }
@@ -254,7 +251,7 @@ void DaGroupWrapper::keep(Items& added, const Codes& errors, const std::shared_p
     const Korvex::ScopedLock guard(lock_);
     const bool onServer = group && group == group_;
     for (std::size_t i = 0; i < added.size(); ++i) {
-        if (errorAt(errors, i) < 0) continue;
+        if (codeAt(errors, i) < 0) continue;
         if (!keepItems_) {
             if (group) unkeptItems_.push_back({added[i].serverHandle, added[i].clientHandle});
             continue;
@@ -316,7 +313,7 @@ HRESULT DaGroupWrapper::removeUnkept(Items& items, Codes& errors, Reach reach) {
 
     std::set<std::uint32_t> removed;
     for (std::size_t i = 0; i < handles.size(); ++i) {
-        if (errorAt(errors, i) >= 0) removed.insert(handles[i]);
+        if (codeAt(errors, i) >= 0) removed.insert(handles[i]);
     }
     const Korvex::ScopedLock guard(lock_);
     std::erase_if(unkeptItems_, [&](const UnkeptItem& item) { return removed.count(item.serverHandle) != 0; });
@@ -365,7 +362,7 @@ HRESULT DaGroupWrapper::addKeptItems(DaGroupMgt& group) {
     Codes errors;
     const HRESULT hr = group.addItems(request, errors, false);
     for (std::size_t i = 0; i < kept.size(); ++i) {
-        const std::int32_t code = failed(hr) ? hr : errorAt(errors, i);
+        const std::int32_t code = failed(hr) ? hr : codeAt(errors, i);
         if (code >= 0) kept[i]->identifier.serverHandle = request[i].serverHandle;
         noteRefusal(*kept[i], code);
     }

@@ -8,6 +8,7 @@
 #include "opc/apartment/InterfaceQueries.h"
 #include "opc/broken_registrations.h"
 #include "opc/callbacks/KeptSinks.h"
+#include "opc/callbacks/disconnectSink.h"
 #include "opc/server/DaServerMgtPrivate.h"
 #include "opc/server/LocaleIds.h"
 #include "trace/TraceScope.h"
@@ -86,11 +87,6 @@ HRESULT negotiateLocale(IOPCCommon& common, LCID id, LCID& inUse, OpxString& loc
     return S_FALSE;
 }
 
-// The server is gone, so COM has to cut its references to the sink.
-HRESULT disconnectSink(OpxOPCShutdown* sink) {
-    return tracedCall("CoDisconnectObject", [&] { return comCalls().coDisconnectObject(sink); });
-}
-
 void releaseTraced(ComPtr<OpxOPCShutdown>& sink) {
     LibT::lDetail("Call OPCShutdownImpl::Release");
     const ULONG left = sink.release();
@@ -141,13 +137,13 @@ HRESULT DaServerMgt::disconnectOPCServer() {
     if (d_->defaultGroup) removeGroup(d_->defaultGroup.get());
     d_->defaultGroup.reset();
     d_->ReleaseOPCServerInterfaces();
-    return scope.refuse("[hr=S_OK]", S_OK);
+    return scope.leaveOk();
 }
 
 HRESULT DaServerMgt::getStatus() {
     const TraceScope scope("DaServerMgt::getStatus");
     if (!d_->connected) return scope.refuse("[hr=E_FAIL] - server not connected", E_FAIL);
-    const auto server = d_->GetIOPCServer();
+    const auto server = d_->interfaces.borrow<IOPCServer>();
     if (!server) return scope.refuse("[hr=E_FAIL] - Could not get interface IOPCServer", E_NOINTERFACE);
 
     OPCSERVERSTATUS* status = nullptr;
@@ -165,7 +161,7 @@ HRESULT DaServerMgt::setLocalID(OpxString& locale) {
     if (!d_->connected) {
         return scope.refuseAs("DaServerMgt::getStatus", "[hr=E_FAIL] - server not connected", E_FAIL);
     }
-    const auto server = d_->GetIOPCServer();
+    const auto server = d_->interfaces.borrow<IOPCServer>();
     if (!server) {
         return scope.refuseAs("DaServerMgt::getStatus", "[hr=E_FAIL] - Could not get interface IOPCServer",
                               E_NOINTERFACE);
@@ -178,8 +174,7 @@ HRESULT DaServerMgt::setLocalID(OpxString& locale) {
     }
 
     ComPtr<IOPCCommon> common;
-    HRESULT hr = tracedQuery("CALL IOPCServer::QueryInterface (IID_IOPCCommon)",
-                             "DONE IOPCServer::QueryInterface [hr=0x%lx]", *server, common);
+    HRESULT hr = tracedQuery("IOPCServer::QueryInterface", "IOPCCommon", *server, common);
     if (failed(hr)) {
         LibT::lError("Error: IOPCServer::QueryInterface IID_IOPCCommon FAILED [hr=0x%lx]", hr);
         return scope.leave(hr);
@@ -204,7 +199,7 @@ HRESULT DaServerMgt::connectCallback(std::shared_ptr<OpxDataCallback> callback) 
     const TraceScope scope("DaServerMgt::connectCallback");
     if (d_->sinkAdvised) return scope.refuse("[hr=E_FAIL] - Callback already connected", E_FAIL);
     if (!d_->connected) return scope.refuse("[hr=E_FAIL] - Server not connected", E_FAIL);
-    const auto point = d_->GetIConnectionPoint();
+    const auto point = d_->interfaces.borrowShutdownPoint();
     if (!point) return scope.refuse("[hr=E_NOINTERFACE] - IConnectionPoint not valid", E_NOINTERFACE);
 
     d_->shutdownSink = ComPtr<OpxOPCShutdown>(new OpxOPCShutdown(std::move(callback)));
@@ -222,7 +217,7 @@ HRESULT DaServerMgt::connectCallback(std::shared_ptr<OpxDataCallback> callback) 
 HRESULT DaServerMgt::disconnectCallback() {
     const TraceScope scope("DaServerMgt::disconnectCallback");
     if (!d_->sinkAdvised) return scope.refuse("[hr=E_FAIL] - Callback not connected", E_FAIL);
-    const auto point = d_->GetIConnectionPoint();
+    const auto point = d_->interfaces.borrowShutdownPoint();
     if (!point) return scope.refuse("[hr=E_NOINTERFACE] - IConnectionPoint not valid", E_NOINTERFACE);
 
     silence();
@@ -245,7 +240,7 @@ HRESULT DaServerMgt::addGroup(DaGroupMgt* group) {
     const TraceScope scope("DaServerMgt::addGroup");
     if (!group) return scope.refuse("[hr=E_POINTER] group pointer is NULL", E_POINTER);
     if (!d_->connected) return scope.refuse("[hr=E_FAIL] - server not connected", E_FAIL);
-    const auto server = d_->GetIOPCServer();
+    const auto server = d_->interfaces.borrow<IOPCServer>();
     if (!server) return scope.refuse("[hr=E_NOINTERFACE] - IOPCServer interface not available", E_NOINTERFACE);
 
     FLOAT deadband = group->percentDeadband();
@@ -270,7 +265,7 @@ HRESULT DaServerMgt::removeGroup(DaGroupMgt* group) {
     const TraceScope scope("DaServerMgt::removeGroup");
     if (!group) return scope.refuse("[hr=E_POINTER] group pointer is NULL", E_POINTER);
     if (!d_->connected) return scope.refuse("[hr=E_FAIL] - server not connected", E_FAIL);
-    const auto server = d_->GetIOPCServer();
+    const auto server = d_->interfaces.borrow<IOPCServer>();
     if (!server) return scope.refuse("[hr=E_NOINTERFACE] - IOPCServer interface not available", E_NOINTERFACE);
 
     const OPCHANDLE serverHandle = group->serverHandle();

@@ -10,11 +10,11 @@
 #include "com/ComPtr.h"
 #include "com/Mutex.h"
 #include "com/opc_interfaces.h"
-#include "opc/apartment/ApartmentInterface.h"
 #include "opc/browse/AddressSpaceBrowser.h"
 #include "opc/browse/BrowseRequest.h"
 #include "opc/callbacks/OpxOPCShutdown.h"
 #include "opc/group/DaGroupMgt.h"
+#include "opc/server/ServerInterfaces.h"
 
 namespace OpxOpc {
 
@@ -30,12 +30,6 @@ struct DaServerMgtPrivate {
     // Answers the code of the last revocation, S_OK in a multi-threaded apartment.
     HRESULT ReleaseOPCServerInterfaces();
 
-    // Empty on failure.
-    BorrowedInterface<IOPCServer> GetIOPCServer() const;
-
-    // The server's connection point for shutdown requests, asked for once; empty on failure.
-    BorrowedInterface<IConnectionPoint> GetIConnectionPoint();
-
     // What DaServerMgt offers of these.
     HRESULT browse(const BrowseRequest& request, OpxString& continuationPoint, std::vector<OpxBrowseElement>& elements,
                    bool& moreElements);
@@ -43,33 +37,20 @@ struct DaServerMgtPrivate {
                           std::vector<OpxItemProperties>& results);
 
     std::unique_ptr<DaGroupMgt> defaultGroup;
-    OPCNAMESPACETYPE browseOrganization = OPC_NS_HIERARCHIAL;
     std::atomic<bool> connected = false;
     Korvex::Com::ComPtr<OpxOPCShutdown> shutdownSink;
     bool sinkAdvised = false;
     DWORD adviseCookie = 0;
-    bool dataAccess3 = false;
     LCID localeId = LOCALE_SYSTEM_DEFAULT;
-    Korvex::Com::ComPtr<IGlobalInterfaceTable> interfaceTable;
-
-    ApartmentInterface<IOPCServer> server;
-    ApartmentInterface<IOPCBrowse> browseInterface;
-    ApartmentInterface<IOPCBrowseServerAddressSpace> addressSpace;
-    ApartmentInterface<IOPCItemProperties> itemProperties;
-    ApartmentInterface<IConnectionPoint> connectionPoint;
+    ServerInterfaces interfaces;
 
 private:
-    struct Found;
     HRESULT browseAddressSpace(const BrowseRequest& request, OpxString& continuationPoint,
                                std::vector<OpxBrowseElement>& elements, bool& moreElements);
     HRESULT queryProperties(const std::vector<OpxItemIdentifier>& items, const PropertyRequest& request,
                             std::vector<OpxItemProperties>& results);
     std::shared_ptr<AddressSpaceBrowser> addressSpaceBrowser();
     void forgetAddressSpace();
-
-    HRESULT queryBrowsing(Found& found);
-    HRESULT keep(Found& found);
-    HRESULT findShutdownPoint();
 
     Korvex::Mutex browserLock_;  // held for moments only
     std::shared_ptr<AddressSpaceBrowser> browser_ GUARDED_BY(browserLock_);

@@ -17,8 +17,8 @@ HRESULT DaServerMgtPrivate::browse(const BrowseRequest& request, OpxString& cont
     if (!connected) return scope.refuse("[hr=E_FAIL] - server not connected", E_FAIL);
 
     HRESULT hr = S_OK;
-    if (dataAccess3) {
-        const auto asked = browseInterface.borrow(interfaceTable.get(), hr);
+    if (interfaces.isDataAccess3()) {
+        const auto asked = interfaces.borrow<IOPCBrowse>();
         if (!asked) return scope.refuse("[hr=E_NOINTERFACE] - IOPCBrowse interface not available", E_NOINTERFACE);
         hr = browseWith(*asked, request, continuationPoint, elements, moreElements);
     } else {
@@ -33,14 +33,14 @@ HRESULT DaServerMgtPrivate::browse(const BrowseRequest& request, OpxString& cont
 
 HRESULT DaServerMgtPrivate::browseAddressSpace(const BrowseRequest& request, OpxString& continuationPoint,
                                                std::vector<OpxBrowseElement>& elements, bool& moreElements) {
-    const auto space = addressSpace.borrow(interfaceTable.get());
-    const auto properties = itemProperties.borrow(interfaceTable.get());
+    const auto space = interfaces.borrow<IOPCBrowseServerAddressSpace>();
+    const auto properties = interfaces.borrow<IOPCItemProperties>();
     if (!space || !properties) {
         LibT::lError("Error: DaServerMgtPrivate::browse - IOPCBrowseServerAddressSpace interface not available");
         return E_NOINTERFACE;
     }
-    const AddressSpaceBrowser::Server interfaces = {*space, *properties, browseOrganization == OPC_NS_FLAT};
-    return addressSpaceBrowser()->browse(interfaces, request, continuationPoint, elements, moreElements);
+    const AddressSpaceBrowser::Server older = {*space, *properties, interfaces.isFlat()};
+    return addressSpaceBrowser()->browse(older, request, continuationPoint, elements, moreElements);
 }
 
 HRESULT DaServerMgtPrivate::getProperties(const std::vector<OpxItemIdentifier>& items, const PropertyRequest& request,
@@ -50,8 +50,8 @@ HRESULT DaServerMgtPrivate::getProperties(const std::vector<OpxItemIdentifier>& 
     if (!connected) return scope.refuse("[hr=E_FAIL] - server not connected", E_FAIL);
 
     HRESULT hr = S_OK;
-    if (dataAccess3) {
-        const auto asked = browseInterface.borrow(interfaceTable.get(), hr);
+    if (interfaces.isDataAccess3()) {
+        const auto asked = interfaces.borrow<IOPCBrowse>();
         if (!asked) return scope.refuse("[hr=E_NOINTERFACE] - IOPCBrowse interface not available", E_NOINTERFACE);
         hr = getPropertiesWith(*asked, items, request, results);
     } else {
@@ -66,7 +66,7 @@ HRESULT DaServerMgtPrivate::getProperties(const std::vector<OpxItemIdentifier>& 
 
 HRESULT DaServerMgtPrivate::queryProperties(const std::vector<OpxItemIdentifier>& items, const PropertyRequest& request,
                                             std::vector<OpxItemProperties>& results) {
-    const auto asked = itemProperties.borrow(interfaceTable.get());
+    const auto asked = interfaces.borrow<IOPCItemProperties>();
     if (!asked) {
         LibT::lError("Error: DaServerMgtPrivate::getProperties - IOPCItemProperties interface not available");
         return E_NOINTERFACE;

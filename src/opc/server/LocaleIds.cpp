@@ -1,6 +1,6 @@
 #include "opc/server/LocaleIds.h"
 
-#include <algorithm>
+#include "com/ascii_case.h"
 
 namespace OpxOpc {
 namespace {
@@ -16,20 +16,11 @@ constexpr KnownLocale kKnownLocales[] = {
     {OLESTR("it-it"), 0x410}, {OLESTR("es"), 0xC0A},    {OLESTR("es-es"), 0xC0A},
 };
 
-constexpr OLECHAR toLower(OLECHAR c) noexcept {
-    return c >= OLECHAR('A') && c <= OLECHAR('Z') ? OLECHAR(c + ('a' - 'A')) : c;
-}
-
-bool equalInAnyCase(OpxStringView a, OpxStringView b) noexcept {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](OLECHAR x, OLECHAR y) { return toLower(x) == toLower(y); });
-}
-
 }  // namespace
 
 std::optional<LCID> localeIdFor(OpxStringView locale) noexcept {
     for (const KnownLocale& known : kKnownLocales) {
-        if (equalInAnyCase(known.name, locale)) return known.id;
+        if (Korvex::Com::equalsIgnoringCase(known.name, locale)) return known.id;
     }
     return std::nullopt;
 }
