@@ -3,6 +3,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -57,8 +58,12 @@ public:
                std::chrono::milliseconds patience = std::chrono::seconds(10));
     std::size_t count(const std::string& kind);
 
+    // Called from within a callback, before its event counts.
+    std::function<void()> onEvent;
+
 private:
-    HRESULT record(Event event);
+    HRESULT record(const char* kind, DWORD transaction, OPCHANDLE group, HRESULT quality, HRESULT error,
+                   std::vector<Told> items, DWORD count);
     std::size_t countLocked(const std::string& kind) const;
 
     std::mutex mutex_;
@@ -86,7 +91,7 @@ struct ClientGroup {
     std::vector<Told> read(OPCDATASOURCE source, std::vector<OPCHANDLE> handles) const;
     Told read(OPCHANDLE handle) const { return read(OPC_DS_DEVICE, {handle}).front(); }
     HRESULT write(OPCHANDLE handle, Value value) const;
-    Com::ComPtr<Sink> advise() const;
+    Com::ComPtr<Sink> advise(const std::function<void()>& onEvent = [] {}) const;
 };
 
 // Each test begins with the simulation as it was in the beginning.
@@ -97,7 +102,7 @@ protected:
 
     // Answers what the command answers; a command that is not understood fails the test.
     std::string run(const std::string& command) const;
-    HRESULT tryRun(const std::string& command) const;
+    HRESULT tryRun(const std::string& command, std::string& answer) const;
 
     template <typename Interface>
     Com::ComPtr<Interface> server() const {
