@@ -62,6 +62,12 @@ TEST_F(DaServerMgtSubscriptionsTest, ChangesComeWithTheApplicationsOwnHandlesAnd
                                   "<== MCPP::DaServerMgt::SubscribtionModify [hr=0x0]",
                                   "<== MCPP::DaServerMgt::Subscribe [hr=0x1]"}))
         << trace.dump();
+
+    add({item("Register.Int32", "three")});
+    EXPECT_EQ(story->next(), "70: three=0");
+    NullableArray<ItemIdentifier> changed = {item("Register.Int32")};
+    server.Write(changed, {value(5)});
+    EXPECT_EQ(story->next(), "70: three=5");
 }
 
 TEST_F(DaServerMgtSubscriptionsTest, InternalHandlesStartAtZeroAreReusedAndGoOnAfterReconnecting) {

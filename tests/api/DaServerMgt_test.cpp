@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "api/ItemConversion.h"
 #include "tests/api/ApiFixture.h"
 #include "tests/support/rows.h"
 
@@ -197,6 +198,20 @@ TEST_F(DaServerMgtTest, AReadTellsItemsByValueResultAndQuality) {
         EXPECT_EQ(values[0].TimeStamp() > DateTime(), !values[0].Value().isNull()) << row[0];
     }
     EXPECT_EQ(server.Write(items, values), ReturnCode::ITEMERROR) << "a date before 1970 is not written";
+}
+
+TEST(ItemConversion, AnInconvertibleValueHasItsQualityAndItsResult) {
+    std::vector<OpxOpc::OpxItemValue> native(2);
+    for (auto& each : native) each.value = OpxOpc::OpxVariant::unknown();
+    native[1].quality = 0xC0;
+    for (const std::size_t i : {0, 1}) {
+        std::vector<ItemIdentifier> identifiers(1);
+        bool allGood = true;
+        const auto read = ReadItemValues({native[i]}, ItemResults(S_OK, {}), identifiers, allGood);
+        EXPECT_EQ(told(identifiers[0], read[0]),
+                  std::string(" null ") + (i == 0 ? "OPC_QUALITY_BAD" : "OPC_QUALITY_GOOD") + " DISP_E_TYPEMISMATCH");
+        EXPECT_EQ(allGood, i == 1);
+    }
 }
 
 }  // namespace
