@@ -3,7 +3,7 @@
 #include <sstream>
 #include <thread>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "api/ItemConversion.h"
 #include "tests/api/ApiFixture.h"
@@ -56,6 +56,15 @@ TEST_F(DaServerMgtTest, EventsComeBeforeIsConnectedChanges) {
                                   "CALL MCPP::DaServerMgt::m_ServerStateChanged->Invoke",
                                   "<== MCPP::DaServerMgt::Connect [hr=0x0]"}))
         << trace.dump();
+}
+
+TEST_F(DaServerMgtTest, ARequestToLeaveIsTold) {
+    server.add_ServerStateChanged(toldStates(story));
+    connect();
+    EXPECT_EQ(story->next(), "7: state 4");
+    sim.execute("shutdown for maintenance");
+    EXPECT_EQ(story->next(), "7: state 2");
+    EXPECT_THAT(trace.dump(), ::testing::HasSubstr("for maintenance"));
 }
 
 TEST_F(DaServerMgtTest, WritesBackWhatBecameOfTheLocale) {
