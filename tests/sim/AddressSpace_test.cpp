@@ -12,13 +12,13 @@ using testing::IsEmpty;
 
 using AddressSpace = SimulationTest;
 
-TEST(NamePattern, knowsItsWildcards) {
+TEST(NamePattern, KnowsItsWildcards) {
     for (const auto& row : Testing::rowsOf("sim/patterns.txt", 3))
         EXPECT_EQ(matchesPattern(fromUtf8(row[0]), fromUtf8(row[1])), row[2] == "yes") << row[0] << " " << row[1];
 }
 
 // What no client of this library asks for.
-TEST_F(AddressSpace, browsesByPositionWithFilters) {
+TEST_F(AddressSpace, BrowsesByPositionWithFilters) {
     const auto space = server<IOPCBrowseServerAddressSpace>();
     const auto browse = [&](OPCBROWSETYPE type, const OLECHAR* pattern, VARTYPE dataType, DWORD rights) {
         Com::ComPtr<IEnumString> names;

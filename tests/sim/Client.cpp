@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "sim/ServerClass.h"
-
 namespace Korvex::Simulation {
 namespace {
 
@@ -124,34 +122,11 @@ Com::ComPtr<Sink> ClientGroup::advise(const std::function<void()>& onEvent) cons
     return sink;
 }
 
-void SimulationTest::SetUp() {
-    ASSERT_TRUE(succeeded(CoInitializeEx(nullptr, COINIT_MULTITHREADED)));
-    Com::ComPtr<IClassFactory> factory;
-    ASSERT_EQ(getClassObject(CLSID_KorvexSimulation, IID_IClassFactory, factory.putVoid()), S_OK);
-    ASSERT_EQ(factory->CreateInstance(nullptr, IID_ISimulationControl, control_.putVoid()), S_OK);
-    run("reset");
-    ASSERT_EQ(factory->CreateInstance(nullptr, IID_IOPCServer, server_.putVoid()), S_OK);
-}
-
-void SimulationTest::TearDown() {
-    run("reset");
-    server_.release();
-    control_.release();
-    CoUninitialize();
-}
-
-std::string SimulationTest::run(const std::string& command) const {
-    std::string answer;
-    EXPECT_EQ(tryRun(command, answer), S_OK) << command << ": " << answer;
-    return answer;
-}
-
-HRESULT SimulationTest::tryRun(const std::string& command, std::string& answer) const {
-    LPOLESTR text = nullptr;
-    const HRESULT result = control_->Execute(fromUtf8(command).c_str(), &text);
-    const Com::TaskString owner(text);
-    answer = toUtf8(text ? OpxStringView(text) : OpxStringView());
-    return result;
+SimulationTest::SimulationTest() {
+    control_.reset();
+    EXPECT_EQ(
+        CoCreateInstance(CLSID_KorvexSimulation, nullptr, CLSCTX_INPROC_SERVER, IID_IOPCServer, server_.putVoid()),
+        S_OK);
 }
 
 ClientGroup SimulationTest::addGroup(const OpxString& name, DWORD rate, bool active, float deadband,

@@ -14,10 +14,10 @@
 #include "com/ComPtr.h"
 #include "com/opc_interfaces.h"
 #include "com/owners.h"
-#include "sim/SimulationControl.h"
 #include "sim/com/ComClass.h"
 #include "sim/com/Results.h"
 #include "sim/plant/Value.h"
+#include "tests/support/SimulationFixture.h"
 
 namespace Korvex::Simulation {
 
@@ -97,12 +97,12 @@ struct ClientGroup {
 // Each test begins with the simulation as it was in the beginning.
 class SimulationTest : public testing::Test {
 protected:
-    void SetUp() override;
-    void TearDown() override;
+    SimulationTest();
+    ~SimulationTest() override { control_.reset(); }
 
     // Answers what the command answers; a command that is not understood fails the test.
-    std::string run(const std::string& command) const;
-    HRESULT tryRun(const std::string& command, std::string& answer) const;
+    std::string run(const std::string& command) { return control_.execute(command); }
+    HRESULT tryRun(const std::string& command, std::string& answer) { return control_.tryExecute(command, answer); }
 
     template <typename Interface>
     Com::ComPtr<Interface> server() const {
@@ -117,7 +117,8 @@ protected:
                          float deadband = 0, LCID locale = 1033) const;
 
 private:
-    Com::ComPtr<ISimulationControl> control_;
+    const Testing::SimulationApartment apartment_{COINIT_MULTITHREADED};
+    Testing::SimulationControl control_;
     Com::ComPtr<IOPCServer> server_;
 };
 

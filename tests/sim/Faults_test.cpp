@@ -18,7 +18,7 @@ protected:
     }
 };
 
-TEST_F(Faults, callsWaitWhileTheyAreDelayedOrHang) {
+TEST_F(Faults, CallsWaitWhileTheyAreDelayedOrHang) {
     run("delay IOPCServer::GetStatus 100");
     const auto begun = std::chrono::steady_clock::now();
     EXPECT_EQ(status(), S_OK);
@@ -37,7 +37,7 @@ TEST_F(Faults, callsWaitWhileTheyAreDelayedOrHang) {
     }
 }
 
-TEST_F(Faults, commandsThatMakeNoSenseChangeNothing) {
+TEST_F(Faults, CommandsThatMakeNoSenseChangeNothing) {
     for (const auto& row : Testing::rowsOf("sim/bad_commands.txt", 1)) {
         std::string why;
         EXPECT_EQ(tryRun(row[0], why), E_INVALIDARG) << row[0];

@@ -19,7 +19,7 @@ using testing::ElementsAre;
 
 using Group = SimulationTest;
 
-TEST_F(Group, reportsWhatItKnowsOfAnItem) {
+TEST_F(Group, ReportsWhatItKnowsOfAnItem) {
     const ClientGroup group = addGroup();
     OPCITEMRESULT result{};
     ASSERT_EQ(group.tryAdd(OLESTR("Constant.DoubleArray"), VT_BSTR | VT_ARRAY, result), S_OK);
@@ -40,7 +40,7 @@ TEST_F(Group, reportsWhatItKnowsOfAnItem) {
     disposeArray(attributes, fetched);
 }
 
-TEST_F(Group, givesItemsBlobsOnDemand) {
+TEST_F(Group, GivesItemsBlobsOnDemand) {
     run("blobs on");
     const ClientGroup group = addGroup();
     OpxString id = OLESTR("Register.Int32");
@@ -89,7 +89,7 @@ std::string readOf(HRESULT code, const Value& value) {
     return value.type() == VT_EMPTY ? text : text + " " + textOf(value);
 }
 
-TEST_F(Group, addsReadsAndWritesItemsAsTheTableSays) {
+TEST_F(Group, AddsReadsAndWritesItemsAsTheTableSays) {
     const ClientGroup german = addGroup(OLESTR("German"), 100, true, 0, 1031);
     for (const auto& row : Testing::rowsOf("sim/items.txt", 5)) {
         SCOPED_TRACE(row[0] + " " + row[1] + " " + row[2] + " " + row[3]);
@@ -115,7 +115,7 @@ TEST_F(Group, addsReadsAndWritesItemsAsTheTableSays) {
 }
 
 // Each sampling of the counter adds one, which tells a cached value from a fresh one.
-TEST_F(Group, readsTheCacheOrTheDeviceByWhatIsAskedFor) {
+TEST_F(Group, ReadsTheCacheOrTheDeviceByWhatIsAskedFor) {
     const ClientGroup group = addGroup(OLESTR("Slow"), 3'600'000);
     OPCHANDLE handle = group.add(OLESTR("Signal.Counter"));
     const auto counted = [&](OPCDATASOURCE source) { return group.read(source, {handle}).front().value.get().lVal; };
@@ -141,7 +141,7 @@ TEST_F(Group, readsTheCacheOrTheDeviceByWhatIsAskedFor) {
     EXPECT_EQ(told.quality, kQualityOutOfService);
 }
 
-TEST_F(Group, aDeviceReadOfTheSlowItemTakesItsTime) {
+TEST_F(Group, ADeviceReadOfTheSlowItemTakesItsTime) {
     const ClientGroup group = addGroup();
     const OPCHANDLE handle = group.add(OLESTR("Slow.Item"));
     const auto begun = std::chrono::steady_clock::now();
@@ -149,7 +149,7 @@ TEST_F(Group, aDeviceReadOfTheSlowItemTakesItsTime) {
     EXPECT_GE(std::chrono::steady_clock::now() - begun, std::chrono::milliseconds(190));
 }
 
-TEST_F(Group, stateIsSetInPartsAndClonedWhole) {
+TEST_F(Group, StateIsSetInPartsAndClonedWhole) {
     const ClientGroup group = addGroup(OLESTR("Main"), 100);
     group.add(OLESTR("Register.Int32"));
     const auto state = group.as<IOPCGroupStateMgt2>();
@@ -182,7 +182,7 @@ TEST_F(Group, stateIsSetInPartsAndClonedWhole) {
     EXPECT_THAT(run("counts"), testing::HasSubstr("items=2"));
 }
 
-TEST_F(Group, readsTheClockInWholeMilliseconds) {
+TEST_F(Group, ReadsTheClockInWholeMilliseconds) {
     const ClientGroup group = addGroup();
     const OPCHANDLE clock = group.add(OLESTR("Signal.Clock"));
     for (int i = 0; i < 20; ++i) {
@@ -195,7 +195,7 @@ TEST_F(Group, readsTheClockInWholeMilliseconds) {
     }
 }
 
-TEST_F(Group, countsNoItemsThatComeAfterItsEnd) {
+TEST_F(Group, CountsNoItemsThatComeAfterItsEnd) {
     const auto group = std::make_shared<Korvex::Simulation::Group>(std::weak_ptr<Server>(), 1, GroupSettings{});
     group->addItem({});
     EXPECT_EQ(simulation().census.items, 1);

@@ -11,7 +11,7 @@ using testing::ElementsAre;
 
 using Server = SimulationTest;
 
-TEST_F(Server, groupsAreNamedRevisedAndRemovedAsTheInterfacePromises) {
+TEST_F(Server, GroupsAreNamedRevisedAndRemovedAsTheInterfacePromises) {
     const ClientGroup main = addGroup(OLESTR("Main"), 100);
     EXPECT_EQ(addGroup(OLESTR("Main")).added, OPC_E_DUPLICATENAME);
     EXPECT_EQ(addGroup(OLESTR("Bad"), 100, true, 100.5F).added, E_INVALIDARG);
@@ -32,7 +32,7 @@ TEST_F(Server, groupsAreNamedRevisedAndRemovedAsTheInterfacePromises) {
     EXPECT_EQ(main.tryAdd(OLESTR("Register.Int32"), VT_EMPTY, result), E_FAIL);
 }
 
-TEST_F(Server, acceptsTheLocalesItOffersAndNoOther) {
+TEST_F(Server, AcceptsTheLocalesItOffersAndNoOther) {
     const auto common = server<IOPCCommon>();
     LCID locale = 0;
     EXPECT_EQ(common->SetLocaleID(1031), S_OK);
@@ -55,7 +55,7 @@ TEST_F(Server, acceptsTheLocalesItOffersAndNoOther) {
     EXPECT_EQ(opc()->GetErrorString(hresult(0x81234567), 1036, &text), E_INVALIDARG);
 }
 
-TEST_F(Server, readsAndWritesItemsWithoutAGroup) {
+TEST_F(Server, ReadsAndWritesItemsWithoutAGroup) {
     const auto io = server<IOPCItemIO>();
     LPCWSTR ids[] = {OLESTR("Register.Int32"), OLESTR("Nothing.Here"), OLESTR("Access.ReadOnly")};
     OPCITEMVQT written[3]{};
@@ -77,7 +77,7 @@ TEST_F(Server, readsAndWritesItemsWithoutAGroup) {
     EXPECT_EQ(errors[1], OPC_E_UNKNOWNITEMID);
 }
 
-TEST_F(Server, releasesEverythingWithItsLastClient) {
+TEST_F(Server, ReleasesEverythingWithItsLastClient) {
     run("journal clear");
     {
         const ClientGroup group = addGroup();
