@@ -62,6 +62,8 @@ TEST_F(Server, ReadsAndWritesItemsWithoutAGroup) {
     for (auto& each : written) each.vDataValue = makeInt32(5).detach();
     written[0].bQualitySpecified = TRUE;
     written[0].wQuality = 0x44;
+    written[0].bTimeStampSpecified = TRUE;
+    written[0].ftTimeStamp = {5, 0x01C00000};
     Com::TaskArray<HRESULT> errors(3);
     EXPECT_EQ(io->WriteVQT(3, ids, written, errors.put()), S_FALSE);
     EXPECT_THAT(std::vector<HRESULT>(errors.begin(), errors.end()),
@@ -74,6 +76,7 @@ TEST_F(Server, ReadsAndWritesItemsWithoutAGroup) {
     EXPECT_EQ(io->Read(3, ids, ages, values.put(), qualities.put(), times.put(), errors.put()), S_FALSE);
     EXPECT_EQ(values[0].lVal, 5);
     EXPECT_EQ(qualities[0], 0x44);
+    EXPECT_EQ(times[0].dwLowDateTime, 5U);
     EXPECT_EQ(errors[1], OPC_E_UNKNOWNITEMID);
 }
 
