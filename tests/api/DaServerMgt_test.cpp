@@ -213,7 +213,7 @@ TEST(ItemConversion, AnInconvertibleValueHasItsQualityAndItsResult) {
     std::vector<OpxOpc::OpxItemValue> native(2);
     for (auto& each : native) each.value = OpxOpc::OpxVariant::unknown();
     native[1].quality = 0xC0;
-    for (const std::size_t i : {0, 1}) {
+    for (const std::size_t i : {std::size_t{0}, std::size_t{1}}) {
         std::vector<ItemIdentifier> identifiers(1);
         bool allGood = true;
         const auto read = ReadItemValues({native[i]}, ItemResults(S_OK, {}), identifiers, allGood);

@@ -99,7 +99,8 @@ HRESULT SimulationControl::tryExecute(const std::string& command, std::string& a
 
 void SimulationControl::reset() {
     execute("reset");
-    if (const char* const dataAccess = std::getenv("KORVEX_TEST_PROFILE")) execute(std::string("profile ") + dataAccess);
+    if (const char* const dataAccess = std::getenv("KORVEX_TEST_PROFILE"))
+        execute(std::string("profile ") + dataAccess);
 }
 
 void SimulationControl::fault(const std::string& method, HRESULT code, int nth) {
