@@ -26,15 +26,15 @@ TEST(HandleManager, EachPoolReusesTheHandleThatWasFreedLongestAgo) {
         SCOPED_TRACE(pool.name);
         const auto get = [&] { return (handles.*pool.get)(); };
         for (std::uint32_t expected = 0; expected < 4; ++expected) EXPECT_EQ(get(), expected);
-        for (const std::uint32_t freed : {2, 0, 3}) (handles.*pool.remove)(freed);
-        for (const std::uint32_t expected : {2, 0, 3, 4}) EXPECT_EQ(get(), expected);
+        for (const std::uint32_t freed : {2U, 0U, 3U}) (handles.*pool.remove)(freed);
+        for (const std::uint32_t expected : {2U, 0U, 3U, 4U}) EXPECT_EQ(get(), expected);
     }
 }
 
 TEST(HandleManager, WhatIsGivenBackIsNotTested) {
     HandleManager handles;
-    for (const std::uint32_t freed : {77, 77}) handles.RemoveSubscriptionHandle(freed);
-    for (const std::uint32_t expected : {77, 77, 0}) EXPECT_EQ(handles.GetSubscriptionHandle(), expected);
+    for (const std::uint32_t freed : {77U, 77U}) handles.RemoveSubscriptionHandle(freed);
+    for (const std::uint32_t expected : {77U, 77U, 0U}) EXPECT_EQ(handles.GetSubscriptionHandle(), expected);
 }
 
 TEST(HandleManager, ThreadsNeverHoldTheSameHandle) {

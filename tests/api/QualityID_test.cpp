@@ -1,49 +1,49 @@
 #include <korvex/opc_da_client/QualityID.h>
 
-#include <cstdio>
 #include <map>
+#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "tests/support/rows.h"
+
 namespace Korvex::OPC::OpcDaClient {
 namespace {
 
-#define INSTANCE(name, quality)     \
-    {                               \
-        quality, {                  \
-            &QualityID::name, #name \
-        }                           \
-    }
+using Q = QualityID;
+
+const Q* const kConstants[] = {&Q::OPC_QUALITY_BAD,
+                               &Q::OPC_QUALITY_CONFIG_ERROR,
+                               &Q::OPC_QUALITY_NOT_CONNECTED,
+                               &Q::OPC_QUALITY_DEVICE_FAILURE,
+                               &Q::OPC_QUALITY_SENSOR_FAILURE,
+                               &Q::OPC_QUALITY_LAST_KNOWN,
+                               &Q::OPC_QUALITY_COMM_FAILURE,
+                               &Q::OPC_QUALITY_OUT_OF_SERVICE,
+                               &Q::OPC_QUALITY_WAITING_FOR_INITIAL_DATA,
+                               &Q::OPC_QUALITY_UNCERTAIN,
+                               &Q::OPC_QUALITY_LAST_USABLE,
+                               &Q::OPC_QUALITY_SENSOR_CAL,
+                               &Q::OPC_QUALITY_EGU_EXCEEDED,
+                               &Q::OPC_QUALITY_SUB_NORMAL,
+                               &Q::OPC_QUALITY_GOOD,
+                               &Q::OPC_QUALITY_LOCAL_OVERRIDE};
 
 TEST(QualityID, EveryStatusHasItsNameWhateverTheOtherBits) {
-    const std::map<std::int32_t, std::pair<const QualityID*, std::string>> named = {
-        INSTANCE(OPC_QUALITY_BAD, 0x00),
-        INSTANCE(OPC_QUALITY_CONFIG_ERROR, 0x04),
-        INSTANCE(OPC_QUALITY_NOT_CONNECTED, 0x08),
-        INSTANCE(OPC_QUALITY_DEVICE_FAILURE, 0x0C),
-        INSTANCE(OPC_QUALITY_SENSOR_FAILURE, 0x10),
-        INSTANCE(OPC_QUALITY_LAST_KNOWN, 0x14),
-        INSTANCE(OPC_QUALITY_COMM_FAILURE, 0x18),
-        INSTANCE(OPC_QUALITY_OUT_OF_SERVICE, 0x1C),
-        INSTANCE(OPC_QUALITY_WAITING_FOR_INITIAL_DATA, 0x20),
-        INSTANCE(OPC_QUALITY_UNCERTAIN, 0x40),
-        INSTANCE(OPC_QUALITY_LAST_USABLE, 0x44),
-        INSTANCE(OPC_QUALITY_SENSOR_CAL, 0x50),
-        INSTANCE(OPC_QUALITY_EGU_EXCEEDED, 0x54),
-        INSTANCE(OPC_QUALITY_SUB_NORMAL, 0x58),
-        INSTANCE(OPC_QUALITY_GOOD, 0xC0),
-        INSTANCE(OPC_QUALITY_LOCAL_OVERRIDE, 0xD8),
-    };
+    std::map<std::int32_t, std::string> named;
+    for (const auto& row : Testing::rowsOf("api/qualities.txt", 2)) {
+        const std::int32_t status = std::stoi(row[0], nullptr, 16);
+        ASSERT_LT(named.size(), std::size(kConstants));
+        EXPECT_EQ(kConstants[named.size()]->FullCode(), status) << row[1];
+        named[status] = row[1];
+    }
+    EXPECT_EQ(named.size(), std::size(kConstants));
     for (std::int32_t status = 0; status <= 0xFC; status += 4) {
-        char expected[64];
-        std::snprintf(expected, sizeof expected, "%X", static_cast<unsigned>(status));
-        std::string name = expected;
-        if (const auto found = named.find(status); found != named.end()) {
-            name = found->second.second;
-            EXPECT_EQ(found->second.first->FullCode(), status) << name;
-            EXPECT_EQ(*found->second.first, QualityID(status)) << name;
-        }
+        const auto found = named.find(status);
+        std::ostringstream number;
+        number << std::uppercase << std::hex << status;
+        const std::string name = found == named.end() ? number.str() : found->second;
         for (const std::int32_t other : {0, 3, 0x7F00, 0x7FFFFF01}) {
             const QualityID quality(status | other);
             EXPECT_EQ(toUtf8(quality.Name()), name);

@@ -9,6 +9,7 @@
 #include <korvex/opc_da_client/Exceptions.h>
 
 #include "com/ComCalls.h"
+#include "com/ComObject.h"
 #include "com/opc_interfaces.h"
 #include "com/owners.h"
 #include "tests/support/TraceCapture.h"
@@ -27,17 +28,10 @@ CLSID classOf(BYTE number) {
     return {0x11111111, 0x2222, 0x3333, {0x44, 0x44, 0x55, 0x55, 0x55, 0x55, 0x55, number}};
 }
 
-class Classes final : public IOPCEnumGUID {
+class Classes final : public Com::ComObject<IOPCEnumGUID> {
 public:
     std::vector<CLSID> left;
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG references = --references_;
-        if (references == 0) delete this;
-        return references;
-    }
     HRESULT STDMETHODCALLTYPE Next(ULONG count, GUID* ids, ULONG* fetched) override {
         *fetched = 0;
         if (count != 1 || left.empty()) return S_FALSE;
@@ -49,9 +43,6 @@ public:
     HRESULT STDMETHODCALLTYPE Skip(ULONG) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE Reset() override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE Clone(IOPCEnumGUID**) override { return E_NOTIMPL; }
-
-private:
-    ULONG references_ = 1;
 };
 
 // A server list with a data access server, one of alarms, one that is both, and one without details. It

@@ -1,22 +1,17 @@
 // A test beside the simulation server in another process.
 #pragma once
 
-#include <chrono>
-#include <condition_variable>
 #include <cstdint>
-#include <deque>
-#include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include <gtest/gtest.h>
 
 #include <korvex/opc_da_client/DaServerMgt.h>
 
 #include "tests/support/FastClock.h"
+#include "tests/support/Mailbox.h"
 #include "tests/support/SimulationFixture.h"
 
 namespace Korvex::Testing {
@@ -28,40 +23,6 @@ public:
     ~MultiThreadedApartment() { CoUninitialize(); }
     MultiThreadedApartment(const MultiThreadedApartment&) = delete;
     MultiThreadedApartment& operator=(const MultiThreadedApartment&) = delete;
-};
-
-// What handlers on other threads bring, in their order. Share it with them: a late one needs it still.
-template <typename News>
-class Mailbox {
-public:
-    void put(News news) {
-        const std::lock_guard guard(lock_);
-        news_.push_back(std::move(news));
-        came_.notify_all();
-    }
-    // Takes what comes up to the first that is wanted; false when that does not come in time.
-    bool reaches(const std::function<bool(const News&)>& isWanted) {
-        std::unique_lock guard(lock_);
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        for (;;) {
-            if (!came_.wait_until(guard, deadline, [&] { return !news_.empty(); })) return false;
-            const News first = std::move(news_.front());
-            news_.pop_front();
-            if (isWanted(first)) return true;
-        }
-    }
-    bool reaches(const News& wanted) {
-        return reaches([&](const News& news) { return news == wanted; });
-    }
-    void forget() {
-        const std::lock_guard guard(lock_);
-        news_.clear();
-    }
-
-private:
-    std::mutex lock_;
-    std::condition_variable came_;
-    std::deque<News> news_;
 };
 
 // COM starts the server's process for the first test object and it must have ended when the test is over.

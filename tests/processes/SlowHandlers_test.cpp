@@ -5,7 +5,6 @@
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <thread>
 #include <vector>
 
@@ -51,7 +50,7 @@ struct Sleeper {
 class SlowHandlers : public Testing::ProcessFixture {
 protected:
     SlowHandlers() {
-        server->add_DataChanged(
+        server.add_DataChanged(
             [sleeper = sleeper](std::int32_t subscription, bool, bool, const std::vector<ItemValueCallback>&) {
                 sleeper->sleep(subscription);
             });
@@ -60,12 +59,12 @@ protected:
 
     void connectAndSubscribe() {
         bool connectFailed = true;
-        server->Connect(kUrl, 7, &info, connectFailed);
+        server.Connect(kUrl, 7, &info, connectFailed);
         EXPECT_FALSE(connectFailed);
         for (std::int32_t i = 0; i < kSubscriptions; ++i) {
             NullableArray<ItemIdentifier> items = {ItemIdentifier("Signal.Ramp", "")};
             std::int32_t rate = 0;
-            EXPECT_EQ(server->Subscribe(i, true, 10, rate, 0, items, handles.at(static_cast<std::size_t>(i))),
+            EXPECT_EQ(server.Subscribe(i, true, 10, rate, 0, items, handles.at(static_cast<std::size_t>(i))),
                       ReturnCode::SUCCEEDED);
         }
     }
@@ -90,7 +89,7 @@ protected:
 
     const std::shared_ptr<Sleeper> sleeper = std::make_shared<Sleeper>();
     ConnectInfo info;
-    std::optional<DaServerMgt> server{std::in_place};
+    DaServerMgt server;
     std::array<std::int32_t, kSubscriptions> handles = {};
 };
 
@@ -104,7 +103,7 @@ TEST_F(SlowHandlers, OfASubscriptionThatIsCancelledAreNotCalledAgain) {
     EXPECT_TRUE(isInMiddleOfSeveral());
     auto& cancelled = sleeper->counts[0];
     EXPECT_TRUE(waitFor([&] { return cancelled.inside > 0; }));
-    server->SubscriptionCancel(handles[0]);
+    server.SubscriptionCancel(handles[0]);
     const int entered = cancelled.entered;
     const int others = sleeper->entered() - entered;
     std::this_thread::sleep_for(6 * kSleep);
@@ -116,18 +115,10 @@ TEST_F(SlowHandlers, OfASubscriptionThatIsCancelledAreNotCalledAgain) {
 TEST_F(SlowHandlers, AreNotCalledAgainAfterDisconnecting) {
     for (int round = 0; round < 5; ++round) {
         EXPECT_TRUE(isInMiddleOfSeveral());
-        server->Disconnect();
+        server.Disconnect();
         expectSilence(sleeper->entered());
         connectAndSubscribe();
     }
-}
-
-TEST_F(SlowHandlers, OutliveTheClientThatIsDisposedOf) {
-    EXPECT_TRUE(isInMiddleOfSeveral());
-    server->Dispose();
-    const int entered = sleeper->entered();
-    server.reset();
-    expectSilence(entered);
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ using Callbacks = SimulationTest;
 // Long enough for several updates of the tests' groups.
 constexpr milliseconds kSeveralUpdates{200};
 
-TEST_F(Callbacks, tellEverythingOnceAndThenWhatChanges) {
+TEST_F(Callbacks, TellEverythingOnceAndThenWhatChanges) {
     const ClientGroup group = addGroup();
     const OPCHANDLE number = group.add(OLESTR("Register.Int32"), VT_BSTR);
     const OPCHANDLE bad = group.add(OLESTR("Quality.Bad"));
@@ -44,7 +44,7 @@ TEST_F(Callbacks, tellEverythingOnceAndThenWhatChanges) {
     EXPECT_EQ(sink->count("change"), 3U);
 }
 
-TEST_F(Callbacks, tellTheFirstValuesOfAnActivatedGroupOnce) {
+TEST_F(Callbacks, TellTheFirstValuesOfAnActivatedGroupOnce) {
     for (const std::string mode : {"deliver later", "deliver inside"}) {
         SCOPED_TRACE(mode);
         run(mode);
@@ -64,7 +64,7 @@ TEST_F(Callbacks, tellTheFirstValuesOfAnActivatedGroupOnce) {
     }
 }
 
-TEST_F(Callbacks, stayAwayFromWhatIsInactiveOrDisabled) {
+TEST_F(Callbacks, StayAwayFromWhatIsInactiveOrDisabled) {
     const ClientGroup group = addGroup(OLESTR("Main"), 20, false);
     OPCHANDLE handle = group.add(OLESTR("Signal.Counter"));
     const auto sink = group.advise();
@@ -88,7 +88,7 @@ TEST_F(Callbacks, stayAwayFromWhatIsInactiveOrDisabled) {
     EXPECT_EQ(sink->wait("change", whenInactive + 1).count, 1U);
 }
 
-TEST_F(Callbacks, passOverAnalogValuesInsideTheDeadband) {
+TEST_F(Callbacks, PassOverAnalogValuesInsideTheDeadband) {
     const ClientGroup group = addGroup(OLESTR("Main"), 20, true, 10);
     const OPCHANDLE level = group.add(OLESTR("Analog.Level"));
     const OPCHANDLE number = group.add(OLESTR("Register.Double"));
@@ -103,7 +103,7 @@ TEST_F(Callbacks, passOverAnalogValuesInsideTheDeadband) {
     EXPECT_EQ(sink->wait("change", 3).items.at(0).client, level + 5000);
 }
 
-TEST_F(Callbacks, keepAnIdleClientAlive) {
+TEST_F(Callbacks, KeepAnIdleClientAlive) {
     const ClientGroup group = addGroup();
     DWORD revised = 0;
     EXPECT_EQ(group.as<IOPCGroupStateMgt2>()->SetKeepAlive(50, &revised), S_OK);
@@ -114,7 +114,7 @@ TEST_F(Callbacks, keepAnIdleClientAlive) {
     EXPECT_EQ(event.group, 77U);
 }
 
-TEST_F(Callbacks, completeReadsAndWritesWithTheClientsHandles) {
+TEST_F(Callbacks, CompleteReadsAndWritesWithTheClientsHandles) {
     const ClientGroup group = addGroup(OLESTR("Main"), 20, false);
     const auto io = group.as<IOPCAsyncIO2>();
     OPCHANDLE handles[] = {group.add(OLESTR("Register.Int32")), 4711, group.add(OLESTR("Access.WriteOnly")),
@@ -145,7 +145,7 @@ TEST_F(Callbacks, completeReadsAndWritesWithTheClientsHandles) {
     EXPECT_EQ(read.items[1].error, E_FAIL);
 }
 
-TEST_F(Callbacks, refreshTellsActiveItemsUnderTheTransaction) {
+TEST_F(Callbacks, RefreshTellsActiveItemsUnderTheTransaction) {
     const ClientGroup group = addGroup(OLESTR("Main"), 3'600'000);
     const auto io = group.as<IOPCAsyncIO3>();
     const auto sink = group.advise();
@@ -164,7 +164,7 @@ TEST_F(Callbacks, refreshTellsActiveItemsUnderTheTransaction) {
     }
 }
 
-TEST_F(Callbacks, aHeldOperationCanBeCancelled) {
+TEST_F(Callbacks, AHeldOperationCanBeCancelled) {
     const ClientGroup group = addGroup(OLESTR("Main"), 20, false);
     OPCHANDLE handle = group.add(OLESTR("Register.Int32"));
     const auto io = group.as<IOPCAsyncIO3>();
@@ -184,7 +184,7 @@ TEST_F(Callbacks, aHeldOperationCanBeCancelled) {
     EXPECT_EQ(io->Cancel2(kept), E_FAIL);
 }
 
-TEST_F(Callbacks, completionsGoWrongAsCommanded) {
+TEST_F(Callbacks, CompletionsGoWrongAsCommanded) {
     const ClientGroup group = addGroup(OLESTR("Main"), 20, false);
     OPCHANDLE handle = group.add(OLESTR("Register.Int32"));
     const auto io = group.as<IOPCAsyncIO2>();
@@ -218,54 +218,15 @@ TEST_F(Callbacks, completionsGoWrongAsCommanded) {
     EXPECT_EQ(sink->count("read"), completed);
 }
 
-// A client may do this from any callback; nothing here may wait for the callback to end.
-class RemovingSink final : public ComClass<IOPCDataCallback> {
-public:
-    RemovingSink(IOPCServer* server, OPCHANDLE group) : server_(server), group_(group) {}
-
-    HRESULT STDMETHODCALLTYPE OnDataChange(DWORD, OPCHANDLE, HRESULT, HRESULT, DWORD, OPCHANDLE*, VARIANT*, WORD*,
-                                           FILETIME*, HRESULT*) override {
-        const HRESULT result = server_->RemoveGroup(group_, TRUE);
-        server_.release();
-        const std::lock_guard lock(mutex_);
-        result_ = result;
-        removed_.notify_all();
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE OnReadComplete(DWORD, OPCHANDLE, HRESULT, HRESULT, DWORD, OPCHANDLE*, VARIANT*, WORD*,
-                                             FILETIME*, HRESULT*) override {
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE OnWriteComplete(DWORD, OPCHANDLE, HRESULT, DWORD, OPCHANDLE*, HRESULT*) override {
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE OnCancelComplete(DWORD, OPCHANDLE) override { return S_OK; }
-
-    HRESULT wait() {
-        std::unique_lock lock(mutex_);
-        removed_.wait_for(lock, std::chrono::seconds(10), [&] { return result_ != E_UNEXPECTED; });
-        return result_;
-    }
-
-private:
-    Com::ComPtr<IOPCServer> server_;
-    const OPCHANDLE group_;
-    std::mutex mutex_;
-    std::condition_variable removed_;
-    HRESULT result_ = E_UNEXPECTED;
-};
-
-TEST_F(Callbacks, aGroupMayBeRemovedFromWithinItsCallback) {
+// Nothing may wait for the callback to end.
+TEST_F(Callbacks, AGroupMayBeRemovedFromWithinItsCallback) {
     ClientGroup group = addGroup();
     group.add(OLESTR("Register.Int32"));
-    Com::ComPtr<IConnectionPoint> point;
-    ASSERT_EQ(group.as<IConnectionPointContainer>()->FindConnectionPoint(IID_IOPCDataCallback, point.put()), S_OK);
-    const auto sink = makeObject<RemovingSink>(opc(), group.serverHandle);
-    DWORD cookie = 0;
-    ASSERT_EQ(point->Advise(sink.get(), &cookie), S_OK);
-    point.release();
+    HRESULT removed = E_UNEXPECTED;
+    const auto sink = group.advise([&, handle = group.serverHandle] { removed = opc()->RemoveGroup(handle, TRUE); });
     group.items.release();
-    EXPECT_EQ(sink->wait(), S_OK);
+    sink->wait("change");
+    EXPECT_EQ(removed, S_OK);
     EXPECT_THAT(run("counts"), testing::HasSubstr("groups=0\nitems=0\nsinks=0\n"));
 }
 

@@ -2,56 +2,40 @@
 
 #include <algorithm>
 
-#include "sim/ServerClass.h"
-
 namespace Korvex::Simulation {
 namespace {
 
-Sink::Event makeEvent(std::string kind, DWORD transaction, OPCHANDLE group, DWORD count) {
-    Sink::Event event;
-    event.kind = std::move(kind);
-    event.transaction = transaction;
-    event.group = group;
-    event.count = count;
-    return event;
-}
-
-void addItems(Sink::Event& event, const OPCHANDLE* clients, const VARIANT* values, const WORD* qualities,
-              const FILETIME* times, const HRESULT* errors) {
-    for (DWORD i = 0; clients && i < event.count; ++i)
-        event.items.push_back({clients[i], Value(values[i]), qualities[i], times[i], errors[i]});
+std::vector<Told> items(DWORD count, const OPCHANDLE* clients, const VARIANT* values, const WORD* qualities,
+                        const FILETIME* times, const HRESULT* errors) {
+    std::vector<Told> told;
+    for (DWORD i = 0; clients && i < count; ++i)
+        told.push_back({clients[i], Value(values[i]), qualities[i], times[i], errors[i]});
+    return told;
 }
 
 }  // namespace
 
 HRESULT Sink::OnDataChange(DWORD transaction, OPCHANDLE group, HRESULT quality, HRESULT error, DWORD count,
                            OPCHANDLE* clients, VARIANT* values, WORD* qualities, FILETIME* times, HRESULT* errors) {
-    Event event = makeEvent("change", transaction, group, count);
-    event.masterQuality = quality;
-    event.masterError = error;
-    addItems(event, clients, values, qualities, times, errors);
-    return record(std::move(event));
+    return record("change", transaction, group, quality, error, items(count, clients, values, qualities, times, errors),
+                  count);
 }
 
 HRESULT Sink::OnReadComplete(DWORD transaction, OPCHANDLE group, HRESULT quality, HRESULT error, DWORD count,
                              OPCHANDLE* clients, VARIANT* values, WORD* qualities, FILETIME* times, HRESULT* errors) {
-    Event event = makeEvent("read", transaction, group, count);
-    event.masterQuality = quality;
-    event.masterError = error;
-    addItems(event, clients, values, qualities, times, errors);
-    return record(std::move(event));
+    return record("read", transaction, group, quality, error, items(count, clients, values, qualities, times, errors),
+                  count);
 }
 
 HRESULT Sink::OnWriteComplete(DWORD transaction, OPCHANDLE group, HRESULT error, DWORD count, OPCHANDLE* clients,
                               HRESULT* errors) {
-    Event event = makeEvent("write", transaction, group, count);
-    event.masterError = error;
-    for (DWORD i = 0; clients && i < count; ++i) event.items.push_back({clients[i], Value(), 0, FILETIME{}, errors[i]});
-    return record(std::move(event));
+    std::vector<Told> told;
+    for (DWORD i = 0; clients && i < count; ++i) told.push_back({clients[i], Value(), 0, FILETIME{}, errors[i]});
+    return record("write", transaction, group, S_OK, error, std::move(told), count);
 }
 
 HRESULT Sink::OnCancelComplete(DWORD transaction, OPCHANDLE group) {
-    return record(makeEvent("cancel", transaction, group, 0));
+    return record("cancel", transaction, group, S_OK, S_OK, {}, 0);
 }
 
 Sink::Event Sink::wait(const std::string& kind, std::size_t nth, std::chrono::milliseconds patience) {
@@ -67,9 +51,11 @@ std::size_t Sink::count(const std::string& kind) {
     return countLocked(kind);
 }
 
-HRESULT Sink::record(Event event) {
+HRESULT Sink::record(const char* kind, DWORD transaction, OPCHANDLE group, HRESULT quality, HRESULT error,
+                     std::vector<Told> items, DWORD count) {
+    onEvent();
     const std::lock_guard lock(mutex_);
-    events_.push_back(std::move(event));
+    events_.push_back({kind, transaction, group, quality, error, count, std::move(items)});
     changed_.notify_all();
     return S_OK;
 }
@@ -126,45 +112,21 @@ HRESULT ClientGroup::write(OPCHANDLE handle, Value value) const {
     return failed(overall) ? overall : errors[0];
 }
 
-Com::ComPtr<Sink> ClientGroup::advise() const {
+Com::ComPtr<Sink> ClientGroup::advise(const std::function<void()>& onEvent) const {
     Com::ComPtr<IConnectionPoint> point;
     EXPECT_EQ(as<IConnectionPointContainer>()->FindConnectionPoint(IID_IOPCDataCallback, point.put()), S_OK);
     auto sink = makeObject<Sink>();
+    sink->onEvent = onEvent;
     DWORD cookie = 0;
     EXPECT_EQ(point->Advise(sink.get(), &cookie), S_OK);
     return sink;
 }
 
-void SimulationTest::SetUp() {
-    ASSERT_TRUE(succeeded(CoInitializeEx(nullptr, COINIT_MULTITHREADED)));
-    Com::ComPtr<IClassFactory> factory;
-    ASSERT_EQ(getClassObject(CLSID_KorvexSimulation, IID_IClassFactory, factory.putVoid()), S_OK);
-    ASSERT_EQ(factory->CreateInstance(nullptr, IID_ISimulationControl, control_.putVoid()), S_OK);
-    run("reset");
-    ASSERT_EQ(factory->CreateInstance(nullptr, IID_IOPCServer, server_.putVoid()), S_OK);
-}
-
-void SimulationTest::TearDown() {
-    run("reset");
-    server_.release();
-    control_.release();
-    CoUninitialize();
-}
-
-std::string SimulationTest::run(const std::string& command) const {
-    LPOLESTR text = nullptr;
-    const HRESULT result = control_->Execute(fromUtf8(command).c_str(), &text);
-    const Com::TaskString answer(text);
-    const std::string utf8 = toUtf8(text ? OpxStringView(text) : OpxStringView());
-    EXPECT_EQ(result, S_OK) << command << ": " << utf8;
-    return utf8;
-}
-
-HRESULT SimulationTest::tryRun(const std::string& command) const {
-    LPOLESTR text = nullptr;
-    const HRESULT result = control_->Execute(fromUtf8(command).c_str(), &text);
-    const Com::TaskString answer(text);
-    return result;
+SimulationTest::SimulationTest() {
+    control_.reset();
+    EXPECT_EQ(
+        CoCreateInstance(CLSID_KorvexSimulation, nullptr, CLSCTX_INPROC_SERVER, IID_IOPCServer, server_.putVoid()),
+        S_OK);
 }
 
 ClientGroup SimulationTest::addGroup(const OpxString& name, DWORD rate, bool active, float deadband,

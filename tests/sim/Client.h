@@ -3,6 +3,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -13,10 +14,10 @@
 #include "com/ComPtr.h"
 #include "com/opc_interfaces.h"
 #include "com/owners.h"
-#include "sim/SimulationControl.h"
 #include "sim/com/ComClass.h"
 #include "sim/com/Results.h"
 #include "sim/plant/Value.h"
+#include "tests/support/SimulationFixture.h"
 
 namespace Korvex::Simulation {
 
@@ -57,8 +58,12 @@ public:
                std::chrono::milliseconds patience = std::chrono::seconds(10));
     std::size_t count(const std::string& kind);
 
+    // Called from within a callback, before its event counts.
+    std::function<void()> onEvent;
+
 private:
-    HRESULT record(Event event);
+    HRESULT record(const char* kind, DWORD transaction, OPCHANDLE group, HRESULT quality, HRESULT error,
+                   std::vector<Told> items, DWORD count);
     std::size_t countLocked(const std::string& kind) const;
 
     std::mutex mutex_;
@@ -86,18 +91,18 @@ struct ClientGroup {
     std::vector<Told> read(OPCDATASOURCE source, std::vector<OPCHANDLE> handles) const;
     Told read(OPCHANDLE handle) const { return read(OPC_DS_DEVICE, {handle}).front(); }
     HRESULT write(OPCHANDLE handle, Value value) const;
-    Com::ComPtr<Sink> advise() const;
+    Com::ComPtr<Sink> advise(const std::function<void()>& onEvent = [] {}) const;
 };
 
 // Each test begins with the simulation as it was in the beginning.
 class SimulationTest : public testing::Test {
 protected:
-    void SetUp() override;
-    void TearDown() override;
+    SimulationTest();
+    ~SimulationTest() override { control_.reset(); }
 
     // Answers what the command answers; a command that is not understood fails the test.
-    std::string run(const std::string& command) const;
-    HRESULT tryRun(const std::string& command) const;
+    std::string run(const std::string& command) { return control_.execute(command); }
+    HRESULT tryRun(const std::string& command, std::string& answer) { return control_.tryExecute(command, answer); }
 
     template <typename Interface>
     Com::ComPtr<Interface> server() const {
@@ -112,7 +117,8 @@ protected:
                          float deadband = 0, LCID locale = 1033) const;
 
 private:
-    Com::ComPtr<ISimulationControl> control_;
+    const Testing::SimulationApartment apartment_{COINIT_MULTITHREADED};
+    Testing::SimulationControl control_;
     Com::ComPtr<IOPCServer> server_;
 };
 

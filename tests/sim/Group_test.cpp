@@ -2,12 +2,14 @@
 
 #include <cmath>
 #include <memory>
+#include <sstream>
 
 #include "sim/FileTime.h"
 #include "sim/OpcCodes.h"
 #include "sim/Simulation.h"
 #include "sim/group/Group.h"
 #include "tests/sim/Client.h"
+#include "tests/support/rows.h"
 
 namespace Korvex::Simulation {
 namespace {
@@ -17,33 +19,7 @@ using testing::ElementsAre;
 
 using Group = SimulationTest;
 
-TEST_F(Group, refusesItemsThatItCannotHave) {
-    const ClientGroup group = addGroup();
-    run("item Register.Int16 addresult 0xC0048888");
-    const struct {
-        OpxString id;
-        VARTYPE type;
-        HRESULT result;
-    } cases[] = {
-        {OLESTR("Register.Int32"), VT_EMPTY, S_OK},
-        {OLESTR("Register.Int32"), VT_BSTR, S_OK},
-        {OLESTR("Register.Int32Array"), arrayOf(VT_R8), S_OK},
-        {OLESTR("Register.Int32"), arrayOf(VT_I4), OPC_E_BADTYPE},
-        {OLESTR("Register.Int32Array"), VT_I4, OPC_E_BADTYPE},
-        {OLESTR("Register.Int32"), VT_DISPATCH, OPC_E_BADTYPE},
-        {OLESTR("Register.Int33"), VT_EMPTY, OPC_E_UNKNOWNITEMID},
-        {OLESTR("Register"), VT_EMPTY, OPC_E_UNKNOWNITEMID},
-        {OLESTR(""), VT_EMPTY, OPC_E_INVALIDITEMID},
-        {OLESTR("Register..Int32"), VT_EMPTY, OPC_E_INVALIDITEMID},
-        {OLESTR("Register.Int16"), VT_EMPTY, hresult(0xC0048888)},
-    };
-    for (const auto& each : cases) {
-        OPCITEMRESULT result{};
-        EXPECT_EQ(group.tryAdd(each.id, each.type, result), each.result) << toUtf8(each.id);
-    }
-}
-
-TEST_F(Group, reportsWhatItKnowsOfAnItem) {
+TEST_F(Group, ReportsWhatItKnowsOfAnItem) {
     const ClientGroup group = addGroup();
     OPCITEMRESULT result{};
     ASSERT_EQ(group.tryAdd(OLESTR("Constant.DoubleArray"), VT_BSTR | VT_ARRAY, result), S_OK);
@@ -64,7 +40,7 @@ TEST_F(Group, reportsWhatItKnowsOfAnItem) {
     disposeArray(attributes, fetched);
 }
 
-TEST_F(Group, givesItemsBlobsOnDemand) {
+TEST_F(Group, GivesItemsBlobsOnDemand) {
     run("blobs on");
     const ClientGroup group = addGroup();
     OpxString id = OLESTR("Register.Int32");
@@ -78,89 +54,68 @@ TEST_F(Group, givesItemsBlobsOnDemand) {
     for (const OPCITEMRESULT& each : results) CoTaskMemFree(each.pBlob);
 }
 
-TEST_F(Group, readsConstantsInTheTypeThatWasAskedFor) {
+// A value of that type from its text, the elements of an array separated by commas.
+Value valueOf(VARTYPE type, const std::string& text) {
+    Value value;
+    if (type == VT_EMPTY) return value;
+    if (type & VT_ARRAY) {
+        std::vector<Value> elements;
+        std::istringstream list(text);
+        for (std::string each; std::getline(list, each, ',');) elements.push_back(valueOf(elementOf(type), each));
+        return makeArray(elementOf(type), elements);
+    }
+    EXPECT_EQ(convert(makeText(fromUtf8(text)), type, 1033, value), S_OK) << text;
+    return value;
+}
+
+std::string textOf(const Value& value) {
+    Value text;
+    if (!value.isArray()) {
+        return succeeded(convert(value, VT_BSTR, 1033, text)) ? toUtf8(OpxStringView(text.get().bstrVal)) : "";
+    }
+    std::string list;
+    for (const Value& element : elementsOf(value)) list += (list.empty() ? "" : ",") + textOf(element);
+    return "{" + list + "}";
+}
+
+std::string resultOf(HRESULT code) {
+    std::ostringstream text;
+    text << "0x" << std::hex << static_cast<std::uint32_t>(code);
+    return text.str();
+}
+
+std::string readOf(HRESULT code, const Value& value) {
+    const std::string text = resultOf(code) + " " + std::to_string(value.type());
+    return value.type() == VT_EMPTY ? text : text + " " + textOf(value);
+}
+
+TEST_F(Group, AddsReadsAndWritesItemsAsTheTableSays) {
     const ClientGroup german = addGroup(OLESTR("German"), 100, true, 0, 1031);
-    const struct {
-        OpxString id;
-        VARTYPE type;
-        Value value;
-        HRESULT error;
-    } cases[] = {
-        {OLESTR("Constant.Int8"), VT_EMPTY, makeScalar<std::int8_t>(VT_I1, -8), S_OK},
-        {OLESTR("Constant.UInt64"), VT_EMPTY, makeScalar<std::uint64_t>(VT_UI8, 6400000000), S_OK},
-        {OLESTR("Constant.Boolean"), VT_EMPTY, makeBool(true), S_OK},
-        {OLESTR("Constant.Decimal"), VT_EMPTY, makeDecimal(false, 12345, 2), S_OK},
-        {OLESTR("Constant.Currency"), VT_EMPTY, makeCurrency(123456), S_OK},
-        {OLESTR("Constant.String"), VT_EMPTY, makeText(OLESTR("Constant text")), S_OK},
-        {OLESTR("Constant.Float"), VT_BSTR, makeText(OLESTR("1,5")), S_OK},
-        {OLESTR("Constant.Int32"), VT_R8, makeDouble(-320000), S_OK},
-        {OLESTR("Constant.Int32"), VT_I2, Value(), OPC_E_RANGE},
-        {OLESTR("Constant.String"), VT_I4, Value(), OPC_E_BADTYPE},
-        {OLESTR("Constant.BooleanArray"), VT_EMPTY,
-         makeArray(VT_BOOL, {makeBool(false), makeBool(true), makeBool(true)}), S_OK},
-        {OLESTR("Constant.FloatArray"), arrayOf(VT_I2), Value(), OPC_E_RANGE},
-        {OLESTR("Constant.VariantArray"), arrayOf(VT_BSTR),
-         makeTextArray({OLESTR("1"), OLESTR("two"), OLESTR("3,5"), OLESTR("True")}), S_OK},
-        {OLESTR("Constant.EmptyArray"), arrayOf(VT_R8), makeArray(VT_R8, {}), S_OK},
-        {OLESTR("Error.Read"), VT_EMPTY, Value(), E_FAIL},
-        {OLESTR("Access.WriteOnly"), VT_EMPTY, Value(), OPC_E_BADRIGHTS},
-    };
-    for (const auto& each : cases) {
-        const OPCHANDLE handle = german.add(each.id, each.type);
-        const Told told = german.read(handle);
-        EXPECT_EQ(told.error, each.error) << toUtf8(each.id);
-        EXPECT_TRUE(told.value == each.value) << toUtf8(each.id) << " has type " << told.value.type();
-        EXPECT_EQ(told.client, handle + 5000);
-        EXPECT_EQ(told.quality, failed(each.error) ? kQualityBad : kQualityGood);
+    for (const auto& row : Testing::rowsOf("sim/items.txt", 5)) {
+        SCOPED_TRACE(row[0] + " " + row[1] + " " + row[2] + " " + row[3]);
+        const OpxString id = fromUtf8(row[1]);
+        const auto type = static_cast<VARTYPE>(std::stoi(row[2]));
+        if (row[0] == "add") {
+            run(std::string("item Register.Int16 ") + (row[1] == "Register.Int16" ? "addresult 0xC0048888" : "normal"));
+            OPCITEMRESULT result{};
+            EXPECT_EQ(resultOf(german.tryAdd(id, type, result)), row[4]);
+        } else if (row[0] == "read") {
+            const OPCHANDLE handle = german.add(id, type);
+            const Told told = german.read(handle);
+            EXPECT_EQ(readOf(told.error, told.value), row[4]);
+            EXPECT_EQ(told.client, handle + 5000);
+            EXPECT_EQ(told.quality, failed(told.error) ? kQualityBad : kQualityGood);
+        } else {
+            const OPCHANDLE handle = german.add(id);
+            const HRESULT result = german.write(handle, valueOf(type, row[3]));
+            EXPECT_EQ(readOf(result, german.read(handle).value), row[4]);
+        }
     }
     EXPECT_EQ(german.read(4711).error, OPC_E_INVALIDHANDLE);
 }
 
-TEST_F(Group, writesWhatTheItemCanTake) {
-    const ClientGroup group = addGroup(OLESTR("German"), 100, true, 0, 1031);
-    const struct {
-        OpxString id;
-        Value written;
-        HRESULT result;
-        Value readBack;
-    } cases[] = {
-        {OLESTR("Register.Double"), makeText(OLESTR("1,5")), S_OK, makeDouble(1.5)},
-        {OLESTR("Register.UInt8"), makeInt32(255), S_OK, makeScalar<std::uint8_t>(VT_UI1, 255)},
-        {OLESTR("Register.UInt8"), makeInt32(256), OPC_E_RANGE, makeScalar<std::uint8_t>(VT_UI1, 255)},
-        {OLESTR("Register.Int32"), makeText(OLESTR("many")), OPC_E_BADTYPE, makeInt32(0)},
-        {OLESTR("Register.Int32"), Value(), OPC_E_BADTYPE, makeInt32(0)},
-        {OLESTR("Register.Int32Array"), makeArray(VT_R8, {makeDouble(1), makeDouble(2)}), S_OK,
-         makeArray(VT_I4, {makeInt32(1), makeInt32(2)})},
-        {OLESTR("Register.StringArray"), makeTextArray({OLESTR("a"), OLESTR("")}), S_OK,
-         makeTextArray({OLESTR("a"), OLESTR("")})},
-        {OLESTR("Access.ReadOnly"), makeInt32(5), OPC_E_BADRIGHTS, makeInt32(1)},
-        {OLESTR("Analog.Level"), makeDouble(140), OPC_S_CLAMP, makeDouble(100)},
-    };
-    for (const auto& each : cases) {
-        const OPCHANDLE handle = group.add(each.id);
-        EXPECT_EQ(group.write(handle, each.written), each.result) << toUtf8(each.id);
-        EXPECT_TRUE(group.read(handle).value == each.readBack) << toUtf8(each.id);
-    }
-}
-
-TEST_F(Group, keepsTheQualityAndTheTimeThatWereWritten) {
-    const ClientGroup group = addGroup();
-    OPCHANDLE handle = group.add(OLESTR("Register.Int32"));
-    OPCITEMVQT written{};
-    written.vDataValue = makeInt32(9).detach();
-    written.bQualitySpecified = TRUE;
-    written.wQuality = 0x5A;
-    written.bTimeStampSpecified = TRUE;
-    written.ftTimeStamp = fileTime(0x01C87B2F12345678);
-    Com::TaskArray<HRESULT> errors(1);
-    ASSERT_EQ(group.as<IOPCSyncIO2>()->WriteVQT(1, &handle, &written, errors.put()), S_OK);
-    const Told told = group.read(handle);
-    EXPECT_EQ(told.quality, 0x5A);
-    EXPECT_EQ(ticksOf(told.time), ticksOf(written.ftTimeStamp));
-}
-
 // Each sampling of the counter adds one, which tells a cached value from a fresh one.
-TEST_F(Group, readsTheCacheOrTheDeviceByWhatIsAskedFor) {
+TEST_F(Group, ReadsTheCacheOrTheDeviceByWhatIsAskedFor) {
     const ClientGroup group = addGroup(OLESTR("Slow"), 3'600'000);
     OPCHANDLE handle = group.add(OLESTR("Signal.Counter"));
     const auto counted = [&](OPCDATASOURCE source) { return group.read(source, {handle}).front().value.get().lVal; };
@@ -186,7 +141,7 @@ TEST_F(Group, readsTheCacheOrTheDeviceByWhatIsAskedFor) {
     EXPECT_EQ(told.quality, kQualityOutOfService);
 }
 
-TEST_F(Group, aDeviceReadOfTheSlowItemTakesItsTime) {
+TEST_F(Group, ADeviceReadOfTheSlowItemTakesItsTime) {
     const ClientGroup group = addGroup();
     const OPCHANDLE handle = group.add(OLESTR("Slow.Item"));
     const auto begun = std::chrono::steady_clock::now();
@@ -194,7 +149,7 @@ TEST_F(Group, aDeviceReadOfTheSlowItemTakesItsTime) {
     EXPECT_GE(std::chrono::steady_clock::now() - begun, std::chrono::milliseconds(190));
 }
 
-TEST_F(Group, stateIsSetInPartsAndClonedWhole) {
+TEST_F(Group, StateIsSetInPartsAndClonedWhole) {
     const ClientGroup group = addGroup(OLESTR("Main"), 100);
     group.add(OLESTR("Register.Int32"));
     const auto state = group.as<IOPCGroupStateMgt2>();
@@ -227,7 +182,7 @@ TEST_F(Group, stateIsSetInPartsAndClonedWhole) {
     EXPECT_THAT(run("counts"), testing::HasSubstr("items=2"));
 }
 
-TEST_F(Group, readsTheClockInWholeMilliseconds) {
+TEST_F(Group, ReadsTheClockInWholeMilliseconds) {
     const ClientGroup group = addGroup();
     const OPCHANDLE clock = group.add(OLESTR("Signal.Clock"));
     for (int i = 0; i < 20; ++i) {
@@ -240,7 +195,7 @@ TEST_F(Group, readsTheClockInWholeMilliseconds) {
     }
 }
 
-TEST_F(Group, countsNoItemsThatComeAfterItsEnd) {
+TEST_F(Group, CountsNoItemsThatComeAfterItsEnd) {
     const auto group = std::make_shared<Korvex::Simulation::Group>(std::weak_ptr<Server>(), 1, GroupSettings{});
     group->addItem({});
     EXPECT_EQ(simulation().census.items, 1);

@@ -97,6 +97,12 @@ HRESULT SimulationControl::tryExecute(const std::string& command, std::string& a
     return hr;
 }
 
+void SimulationControl::reset() {
+    execute("reset");
+    if (const char* const dataAccess = std::getenv("KORVEX_TEST_PROFILE"))
+        execute(std::string("profile ") + dataAccess);
+}
+
 void SimulationControl::fault(const std::string& method, HRESULT code, int nth) {
     std::string command = "fault " + method + " " + hex(code);
     if (nth > 0) command.append(" ").append(std::to_string(nth));

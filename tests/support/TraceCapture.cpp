@@ -98,7 +98,7 @@ std::vector<std::string> TraceCapture::textsWith(const std::string& part) const 
 
 std::size_t TraceCapture::count(const std::string& text) const {
     std::size_t found = 0;
-    for (const TraceLine& line : lines()) found += line.text == text ? 1 : 0;
+    for (const TraceLine& line : lines()) found += line.text == text ? 1U : 0U;
     return found;
 }
 

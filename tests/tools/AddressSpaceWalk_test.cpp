@@ -88,7 +88,7 @@ TEST(AddressSpaceWalk, APageThatBringsNothingNewIsTheLast) {
     auto endless = walk(
         [&](const std::string&, NullableText& continuationPoint) {
             continuationPoint = "on";
-            return answers[std::min<std::size_t>(pages++, 2)];
+            return answers[std::min<std::size_t>(static_cast<std::size_t>(pages++), 2)];
         },
         1, recorder);
     endless.below("");

@@ -1,66 +1,41 @@
 // opcda watch beside a server that goes and comes back.
 #include "tools/opcda/WatchCommand.h"
 
-#include <chrono>
 #include <csignal>
 #include <future>
-#include <mutex>
 #include <ostream>
 #include <streambuf>
 #include <string>
-#include <thread>
+#include <utility>
 
 #include <gtest/gtest.h>
 #include <CLI/CLI.hpp>
 
+#include "tests/support/Mailbox.h"
 #include "tests/support/SimulationFixture.h"
 
 namespace Korvex::Tool {
 namespace {
 
-using namespace std::chrono_literals;
-
-// Output that can be read while it is written.
-class SharedOutput : public std::streambuf {
+// Output as lines that can be read while others are written.
+class Lines : public std::streambuf, public Testing::Mailbox<std::string> {
 public:
-    // Waits until `text` has been written behind what the last such wait found.
-    bool reaches(const std::string& text) {
-        const auto end = std::chrono::steady_clock::now() + 30s;
-        while (std::chrono::steady_clock::now() < end) {
-            if (find(text)) return true;
-            std::this_thread::sleep_for(10ms);
-        }
-        return false;
-    }
-    std::string text() const {
-        const std::lock_guard guard(lock_);
-        return text_;
+    // Waits for a line that ends so, behind that of the last such wait.
+    bool reachEnd(const std::string& end) {
+        return reaches([&](const std::string& line) { return line.ends_with(end); });
     }
 
 protected:
     int_type overflow(int_type c) override {
-        const std::lock_guard guard(lock_);
-        text_ += static_cast<char>(c);
+        if (c == '\n')
+            put(std::exchange(line_, {}));
+        else
+            line_ += static_cast<char>(c);
         return c;
-    }
-    std::streamsize xsputn(const char* s, std::streamsize n) override {
-        const std::lock_guard guard(lock_);
-        text_.append(s, static_cast<std::size_t>(n));
-        return n;
     }
 
 private:
-    bool find(const std::string& wanted) {
-        const std::lock_guard guard(lock_);
-        const auto at = text_.find(wanted, read_);
-        if (at == std::string::npos) return false;
-        read_ = at + wanted.size();
-        return true;
-    }
-
-    mutable std::mutex lock_;
-    std::string text_;
-    std::size_t read_ = 0;
+    std::string line_;
 };
 
 TEST(WatchCommand, SurvivesItsServerAndTellsWhatBecomesOfItUntilItIsInterrupted) {
@@ -73,22 +48,22 @@ TEST(WatchCommand, SurvivesItsServerAndTellsWhatBecomesOfItUntilItIsInterrupted)
     app.parse(
         "watch opcda://localhost/Korvex.Simulation.1/{6B0E7A52-3D1C-4F0A-9C4E-215B77D018E3} "
         "Signal.Counter Constant.String --rate 100 --keep-alive 2000");
-    SharedOutput buffer;
-    std::ostream out(&buffer);
+    Lines lines;
+    std::ostream out(&lines);
     auto status = std::async(std::launch::async, [&] { return watch.run({out, out, false}); });
 
-    EXPECT_TRUE(buffer.reaches("Z  connected\n")) << buffer.text();
-    EXPECT_TRUE(buffer.reaches("Z  Constant.String  Constant text         OPC_QUALITY_GOOD\n")) << buffer.text();
+    EXPECT_TRUE(lines.reachEnd("Z  connected"));
+    EXPECT_TRUE(lines.reachEnd("Z  Constant.String  Constant text         OPC_QUALITY_GOOD"));
     server.execute("dead");
-    EXPECT_TRUE(buffer.reaches("Z  connection lost\n")) << buffer.text();
-    EXPECT_TRUE(buffer.reaches("Z  Constant.String  -                     OPC_QUALITY_BAD\n")) << buffer.text();
+    EXPECT_TRUE(lines.reachEnd("Z  connection lost"));
+    EXPECT_TRUE(lines.reachEnd("Z  Constant.String  -                     OPC_QUALITY_BAD"));
     server.execute("alive");
-    EXPECT_TRUE(buffer.reaches("Z  connected\n")) << buffer.text();
-    EXPECT_TRUE(buffer.reaches("Z  Constant.String  Constant text         OPC_QUALITY_GOOD\n")) << buffer.text();
+    EXPECT_TRUE(lines.reachEnd("Z  connected"));
+    EXPECT_TRUE(lines.reachEnd("Z  Constant.String  Constant text         OPC_QUALITY_GOOD"));
 
     std::raise(SIGINT);
     EXPECT_EQ(status.get(), kSuccess);
-    EXPECT_TRUE(buffer.reaches("Z  disconnected\n")) << buffer.text();
+    EXPECT_TRUE(lines.reachEnd("Z  disconnected"));
 }
 
 }  // namespace
