@@ -4,7 +4,7 @@ set(KORVEX_GOOGLETEST_SOURCE /usr/src/googletest CACHE PATH "GoogleTest's source
 if(KORVEX_BUILD_TESTS)
   set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
   set(gtest_force_shared_crt ON CACHE BOOL "" FORCE)
-  add_subdirectory(${KORVEX_GOOGLETEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+  add_subdirectory(${KORVEX_GOOGLETEST_SOURCE} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 endif()
 
 # korvex_add_test(NAME SOURCES ... LIBRARIES ... [LABELS ...])
@@ -20,5 +20,5 @@ function(korvex_add_test name)
   endif()
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 600
-                                          WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+                                          WORKING_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 endfunction()

@@ -215,7 +215,7 @@ TEST(SafeArray, CountsDimensionsFromTheLeftWhichVariesFastest) {
 
     struct {
         LONG indices[3];
-        int offset;
+        std::uint8_t offset;
     } cases[] = {{{10, 20, 30}, 0}, {{11, 20, 30}, 1}, {{10, 21, 30}, 2}, {{10, 20, 31}, 6}, {{11, 22, 33}, 23}};
     for (auto& row : cases) {
         LONG value = row.offset + 100;

@@ -436,7 +436,7 @@ public:
         for (unsigned turn = 0; !stop; ++turn) {
             if (own_.size() < 4) subscribe();
             if (own_.empty()) continue;
-            const auto one = own_.begin() + turn % own_.size();
+            const auto one = std::next(own_.begin(), static_cast<std::ptrdiff_t>(turn % own_.size()));
             change(one->second, turn);
             if (turn % 7 == 0 && server_.subscriptionCancel(one->second) >= 0) own_.erase(one);
         }

@@ -120,7 +120,7 @@ TEST(OpxDate, FileTimesKeepMillisecondsAndTheYearsBefore1970) {
 
 TEST(OpxDate, OleDatesKeepMillisecondsBothWays) {
     for (const std::int64_t seconds : {std::int64_t{0}, std::int64_t{1}, kMarch2008, kLastSecond}) {
-        for (const std::uint16_t milliseconds : {0, 1, 789, 999}) {
+        for (const auto milliseconds : std::initializer_list<std::uint16_t>{0, 1, 789, 999}) {
             const OpxDate back = OpxDate::fromOleDate(OpxDate(seconds, milliseconds).toOleDate());
             EXPECT_EQ(back.time(), seconds);
             EXPECT_EQ(back.millitm(), milliseconds);

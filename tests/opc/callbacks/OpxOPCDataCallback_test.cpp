@@ -109,7 +109,7 @@ TEST_F(OpxOPCDataCallbackTest, times_before_1970_and_times_that_are_none_become_
         .change(*sink.get(), 1);
     const auto values = client.dataChanges().at(0).values;
     EXPECT_EQ(toUtf8(values[0].timestamp.toDateTimeText(1)), "2008-03-01T12:34:56.789Z");
-    for (const std::size_t i : {1, 2}) {
+    for (const std::size_t i : {1u, 2u}) {
         EXPECT_EQ(values[i].timestamp.time(), 0) << i;
         EXPECT_EQ(values[i].timestamp.millitm(), 0) << i;
         EXPECT_EQ(values[i].timestamp.timezone(), 0) << i;

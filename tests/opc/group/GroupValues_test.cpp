@@ -85,7 +85,7 @@ TEST_F(GroupValuesTest, values_are_read_as_the_type_asked_for_in_the_connection_
         if (!each.command.empty()) sim.item(toUtf8(each.item), each.command);
         LocalConnection& c = each.inGerman ? german : english;
         const auto handle = c.add(each.item);
-        for (const std::uint32_t maxAge : {0, 500}) {
+        for (const std::uint32_t maxAge : {0u, 500u}) {
             const HRESULT hr = c.read(handle, maxAge, each.type);
             EXPECT_EQ(hr, each.error < 0 ? S_FALSE : S_OK);
             ASSERT_EQ(c.values.size(), 1u);
