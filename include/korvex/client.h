@@ -103,13 +103,17 @@ struct Assignment {
 struct Element {
     std::string name;    ///< within its branch, for display
     std::string itemId;  ///< what reads, writes, subscribes and browses on
+    /// Whether it can be read or written.
     bool isItem = false;
+    /// Whether elements lie below it.
     bool hasChildren = false;
 };
 
 /// A property of an item.
 struct Property {
+    /// The number of the property.
     std::int32_t id = 0;
+    /// What the server says the property is.
     std::string description;
     Object value;        ///< null where there is none
     std::string itemId;  ///< the item that is this property; "" where there is none
@@ -122,16 +126,23 @@ public:
     /// An input iterator; it refers to its range.
     class Iterator {
     public:
+        /// The type of the elements.
         using value_type = Element;
+        /// As iterators must have it.
         using difference_type = std::ptrdiff_t;
 
+        /// The current element.
         const Element& operator*() const { return elements_->page_[elements_->position_]; }
+        /// The current element.
         const Element* operator->() const { return &**this; }
+        /// Goes on, fetching the next page where needed.
         Iterator& operator++() {
             elements_->advance();
             return *this;
         }
+        /// Goes on, fetching the next page where needed.
         void operator++(int) { ++*this; }
+        /// Whether there are no more.
         bool operator==(std::default_sentinel_t) const { return elements_->isAtEnd(); }
 
     private:
@@ -145,6 +156,7 @@ public:
         if (!begun_) fetch();
         return Iterator(*this);
     }
+    /// The end.
     std::default_sentinel_t end() const noexcept { return {}; }
 
 private:
@@ -162,7 +174,7 @@ private:
 
     bool hasMore() const { return !continuationPoint_.valueOrEmpty().empty(); }
 
-    // A page may be empty although more follow.
+    /// A page may be empty although more follow.
     void fetch() {
         begun_ = true;
         do {
@@ -197,7 +209,9 @@ class Subscription {
 public:
     /// Owns nothing.
     Subscription() noexcept = default;
+    /// Takes the subscription over.
     Subscription(Subscription&&) noexcept = default;
+    /// Ends this subscription and takes the other over.
     Subscription& operator=(Subscription&& other) noexcept {
         if (this == &other) return *this;
         cancel();
@@ -219,7 +233,7 @@ public:
         try {
             session_->server.SubscriptionCancel(handle_);
         } catch (const std::exception&) {
-            // The connection or the server is gone, and the subscription with it.
+            /// The connection or the server is gone, and the subscription with it.
         }
         receiver_.reset();
         session_.reset();
@@ -256,7 +270,9 @@ public:
         bool connectFailed = false;
         session_->server.Connect(url, 0, &info, connectFailed);
     }
+    /// Takes the connection over.
     Connection(Connection&&) noexcept = default;
+    /// Ends this connection and takes the other over.
     Connection& operator=(Connection&& other) noexcept {
         if (this == &other) return *this;
         disconnect();
@@ -369,7 +385,7 @@ private:
         if (session_) session_->end();
     }
 
-    // An item's handle is its place in the list.
+    /// An item's handle is its place in the list.
     static std::vector<OPC::OpcDaClient::ItemIdentifier> identifiersOf(const std::vector<std::string>& names) {
         std::vector<OPC::OpcDaClient::ItemIdentifier> items;
         items.reserve(names.size());
@@ -400,7 +416,7 @@ private:
         return {{name, result}, value.Value(), value.Quality(), value.TimeStamp()};
     }
 
-    // A completed or changed item, to the answer that has its place.
+    /// A completed or changed item, to the answer that has its place.
     static void fill(Reading& reading, const OPC::OpcDaClient::ItemValueCallback& item) {
         reading = readingOf(reading.name, item.ResultID().value_or(ResultID::WIN_E_FAIL), item);
     }
@@ -428,7 +444,7 @@ private:
         };
     }
 
-    // Starts a call without waiting. Refused items have their answers at once, the others when the call completes.
+    /// Starts a call without waiting. Refused items have their answers at once, the others when the call completes.
     template <typename Answer, typename Start>
     std::future<std::vector<Answer>> completed(std::vector<std::string> names, Start start) {
         const auto fillAnswer = [](Answer & answer, const auto& item) requires requires {
@@ -455,6 +471,7 @@ private:
 /// A server that a machine has.
 struct Server {
     std::string url;  ///< connects to it
+    /// The ProgID.
     std::string progId;
     std::string classId;  ///< with braces
 };

@@ -7,10 +7,10 @@
 #include <string_view>
 #include <type_traits>
 
-// One UTF-16 code unit: wchar_t where that is 16 bits wide, as COM has it, else char16_t.
+/// One UTF-16 code unit: wchar_t where that is 16 bits wide, as COM has it, else char16_t.
 using OLECHAR = std::conditional_t<sizeof(wchar_t) == sizeof(char16_t), wchar_t, char16_t>;
 
-// A UTF-16 literal: OLESTR("text").
+/// A UTF-16 literal: OLESTR("text").
 #ifndef OLESTR
 #if WCHAR_MAX > 0xFFFF
 #define OLESTR(text) u##text
@@ -21,16 +21,16 @@ using OLECHAR = std::conditional_t<sizeof(wchar_t) == sizeof(char16_t), wchar_t,
 
 namespace Korvex {
 
-// Owned UTF-16 text.
+/// Owned UTF-16 text.
 using OpxString = std::basic_string<OLECHAR>;
 
-// Borrowed UTF-16 text.
+/// Borrowed UTF-16 text.
 using OpxStringView = std::basic_string_view<OLECHAR>;
 
-// Returns `text` as UTF-8. A surrogate without its partner becomes U+FFFD.
+/// Returns `text` as UTF-8. A surrogate without its partner becomes U+FFFD.
 std::string toUtf8(OpxStringView text);
 
-// Returns the UTF-8 `text` as UTF-16. A malformed sequence becomes U+FFFD.
+/// Returns the UTF-8 `text` as UTF-16. A malformed sequence becomes U+FFFD.
 OpxString fromUtf8(std::string_view text);
 
 namespace detail {
@@ -66,7 +66,7 @@ inline void appendUtf16(OpxString& out, char32_t c) {
     out.push_back(static_cast<OLECHAR>(0xDC00 + (c & 0x3FF)));
 }
 
-// Takes one code point off the front of `text`.
+/// Takes one code point off the front of `text`.
 inline char32_t takeUtf16(OpxStringView& text) {
     const auto first = static_cast<char16_t>(text.front());
     text.remove_prefix(1);
@@ -78,7 +78,7 @@ inline char32_t takeUtf16(OpxStringView& text) {
     return 0x10000 + ((static_cast<char32_t>(first) - 0xD800) << 10) + (second - 0xDC00);
 }
 
-// Takes one code point off the front of `text`; an ill-formed byte costs that byte alone.
+/// Takes one code point off the front of `text`; an ill-formed byte costs that byte alone.
 inline char32_t takeUtf8(std::string_view& text) {
     const auto lead = static_cast<unsigned char>(text.front());
     text.remove_prefix(1);
@@ -115,7 +115,7 @@ inline OpxString fromUtf8(std::string_view text) {
 
 }  // namespace Korvex
 
-// The native classes use them under their own namespace.
+/// The native classes use them under their own namespace.
 namespace OpxOpc {
 
 using Korvex::fromUtf8;

@@ -19,7 +19,7 @@
 
 namespace Korvex::detail {
 
-// Calls one handler, and knows which threads are inside it.
+/// Calls one handler, and knows which threads are inside it.
 class Receiver {
 public:
     using Items = std::vector<OPC::OpcDaClient::ItemValueCallback>;
@@ -34,7 +34,7 @@ public:
         if (inside.isAdmitted()) handler_(items);
     }
 
-    // From now on no call begins; waits for those of other threads.
+    /// From now on no call begins; waits for those of other threads.
     void close() noexcept {
         std::unique_lock guard(lock_);
         closed_ = true;
@@ -75,7 +75,7 @@ private:
     bool closed_ = false;
 };
 
-// A read or write that has not completed yet.
+/// A read or write that has not completed yet.
 class Pending {
 public:
     using ReadItems = OPC::OpcDaClient::NullableArray<OPC::OpcDaClient::ItemValueCallback>;
@@ -102,7 +102,7 @@ public:
 
     std::future<std::vector<Answer>> future() { return promise_.get_future(); }
 
-    // The call has returned. True if nothing else is to come, since all items were refused.
+    /// The call has returned. True if nothing else is to come, since all items were refused.
     bool begun(const Identifiers& items) {
         const std::lock_guard guard(lock_);
         std::size_t refused = 0;
@@ -139,7 +139,7 @@ private:
         answerWhenDone();
     }
 
-    // The completion may come before the call returns.
+    /// The completion may come before the call returns.
     void answerWhenDone() {
         if (begun_ && completed_ && !std::exchange(answered_, true)) promise_.set_value(std::move(answers_));
     }
@@ -154,7 +154,7 @@ private:
     bool answered_ = false;
 };
 
-// Brings events to those who wait for them. Events hold it, and not the connection.
+/// Brings events to those who wait for them. Events hold it, and not the connection.
 class Dispatch {
 public:
     std::shared_ptr<Receiver> addReceiver(Receiver::Handler handler) {
@@ -195,7 +195,7 @@ public:
         if (const auto pending = removePending(transaction)) pending->complete(items);
     }
 
-    // No completion comes over a connection that is lost.
+    /// No completion comes over a connection that is lost.
     void lost() {
         std::map<std::int32_t, std::shared_ptr<Pending>> dropped;
         {
@@ -223,7 +223,7 @@ private:
     std::int32_t lastNumber_ = 0;
 };
 
-// A connection with all that belongs to it. Subscriptions share it, so that they may outlive the Connection.
+/// A connection with all that belongs to it. Subscriptions share it, so that they may outlive the Connection.
 struct Session {
     using State = OPC::OpcDaClient::ServerState;
 
@@ -247,7 +247,7 @@ struct Session {
         try {
             if (server.IsConnected()) server.Disconnect();
         } catch (const std::exception&) {
-            // It is disconnected all the same.
+            /// It is disconnected all the same.
         }
         dispatch->closeReceivers();
         dispatch->lost();

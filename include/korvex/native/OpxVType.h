@@ -5,8 +5,8 @@
 
 namespace Opx {
 
-// Tags 6 and 11 are not assigned. An array's tag is 128 plus the tag of its elements; `Array` alone
-// is an array whose element type is not specified.
+/// Tags 6 and 11 are not assigned. An array's tag is 128 plus the tag of its elements; `Array` alone
+/// is an array whose element type is not specified.
 enum class VType : std::int32_t {
     Empty = 0,
     Bool = 1,
@@ -23,9 +23,9 @@ enum class VType : std::int32_t {
     String = 14,
     Date = 15,
     Decimal = 16,
-    Variant = 17,  // only as an array's element type: every element carries its own tag
-    Unknown = 18,  // a VARIANT type that has no tag
-    Error = 19,    // a conversion error's reason
+    Variant = 17,  ///< only as an array's element type: every element carries its own tag
+    Unknown = 18,  ///< a VARIANT type that has no tag
+    Error = 19,    ///< a conversion error's reason
     Array = 128,
 };
 

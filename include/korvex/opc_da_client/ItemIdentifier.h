@@ -11,38 +11,47 @@
 
 namespace Korvex::OPC::OpcDaClient {
 
-// Every field has a getter and a setter of the same name. `ServerHandle`, `DataType` and `ResultID`
-// are overwritten by every call that takes the identifier. Not safe to be used by several threads.
+/// Every field has a getter and a setter of the same name. `ServerHandle`, `DataType` and `ResultID`
+/// are overwritten by every call that takes the identifier. Not safe to be used by several threads.
 class ItemIdentifier {
 public:
     ItemIdentifier() : ItemIdentifier("", "") {}
+    /// An item without a handle.
     ItemIdentifier(NullableText itemID, NullableText itemPath)
         : ItemIdentifier(std::move(itemID), std::move(itemPath), Object()) {}
+    /// An item with a handle.
     ItemIdentifier(NullableText itemID, NullableText itemPath, Object handleClient)
         : m_ItemName(std::move(itemID)), m_ItemPath(std::move(itemPath)), m_HandleClient(std::move(handleClient)) {}
 
-    // The item's name in the server's address space.
+    /// The item's name in the server's address space.
     const NullableText& ItemName() const noexcept { return m_ItemName; }
+    /// Sets it.
     void ItemName(NullableText value) { m_ItemName = std::move(value); }
 
-    // Tells some servers how to reach the item; else empty.
+    /// Tells some servers how to reach the item; else empty.
     const NullableText& ItemPath() const noexcept { return m_ItemPath; }
+    /// Sets it.
     void ItemPath(NullableText value) { m_ItemPath = std::move(value); }
 
-    // The number by which the library knows the item.
+    /// The number by which the library knows the item.
     std::int32_t ServerHandle() const noexcept { return m_HandleServer; }
+    /// Sets it.
     void ServerHandle(std::int32_t value) noexcept { m_HandleServer = value; }
 
-    // Whatever the application wants to get back with the item's values.
+    /// Whatever the application wants to get back with the item's values.
     const Object& ClientHandle() const noexcept { return m_HandleClient; }
+    /// Sets it.
     void ClientHandle(Object value) { m_HandleClient = std::move(value); }
 
-    // The type in which values are wanted, null for the server's own; after a call the item's type.
+    /// The type in which values are wanted, null for the server's own; after a call the item's type.
     const Type& DataType() const noexcept { return m_DataType; }
+    /// Sets it.
     void DataType(Type value) { m_DataType = std::move(value); }
 
-    // What the last call said to this item.
+    /// What the last call said to this item.
     const OpcDaClient::ResultID& ResultID() const noexcept { return m_ResultID; }
+    /// Sets it.
+    /// Sets it.
     void ResultID(const OpcDaClient::ResultID& value) noexcept { m_ResultID = value; }
 
 private:

@@ -13,32 +13,41 @@
 
 namespace Korvex::OPC::OpcDaClient {
 
-// One property of one item. Every field has a getter and a setter of the same name.
+/// One property of one item. Every field has a getter and a setter of the same name.
 class ItemProperty {
 public:
-    // One of PropertyID's, or a number of the server's own from 5000 on.
+    /// One of PropertyID's, or a number of the server's own from 5000 on.
     std::int32_t PropertyID() const noexcept { return m_PropertyID; }
+    /// Sets it.
     void PropertyID(std::int32_t value) noexcept { m_PropertyID = value; }
 
+    /// What the server says the property is.
     const NullableText& Description() const noexcept { return m_Description; }
+    /// Sets it.
     void Description(NullableText value) { m_Description = std::move(value); }
 
-    // The type of the value.
+    /// The type of the value.
     const Type& DataType() const noexcept { return m_DataType; }
+    /// Sets it.
     void DataType(Type value) { m_DataType = std::move(value); }
 
-    // Null unless values were asked for. Of PropertyID::DATATYPE it is a Type.
+    /// Null unless values were asked for. Of PropertyID::DATATYPE it is a Type.
     const Object& Value() const noexcept { return m_Value; }
+    /// Sets it.
     void Value(Object value) { m_Value = std::move(value); }
 
-    // The item that is this property, to be read or subscribed to; empty where there is none.
+    /// The item that is this property, to be read or subscribed to; empty where there is none.
     const NullableText& ItemName() const noexcept { return m_ItemName; }
+    /// Sets it.
     void ItemName(NullableText value) { m_ItemName = std::move(value); }
+    /// Always empty.
     const NullableText& ItemPath() const noexcept { return m_ItemPath; }
+    /// Sets it.
     void ItemPath(NullableText value) { m_ItemPath = std::move(value); }
 
-    // Why there is no value, or no such property.
+    /// Why there is no value, or no such property.
     const OpcDaClient::ResultID& ResultID() const noexcept { return m_ResultID; }
+    /// Sets it.
     void ResultID(const OpcDaClient::ResultID& value) noexcept { m_ResultID = value; }
 
 private:
@@ -51,13 +60,17 @@ private:
     OpcDaClient::ResultID m_ResultID{0};
 };
 
-// The properties of one item.
+/// The properties of one item.
 class ItemProperties {
 public:
+    /// Has no properties yet, and room for `capacity`.
     explicit ItemProperties(std::size_t capacity = 0) { m_RequestedItemProperties.reserve(capacity); }
 
+    /// The properties that were asked for, or all.
     const std::vector<ItemProperty>& RequestedItemProperties() const noexcept { return m_RequestedItemProperties; }
+    /// The same, to be changed.
     std::vector<ItemProperty>& RequestedItemProperties() noexcept { return m_RequestedItemProperties; }
+    /// Sets it.
     void RequestedItemProperties(std::vector<ItemProperty> value) { m_RequestedItemProperties = std::move(value); }
 
 private:

@@ -9,14 +9,17 @@
 
 namespace Korvex::OPC::OpcDaClient {
 
+/// What became of one item of an asynchronous write.
 class ItemResultCallback {
 public:
-    // The application's handle of the item.
+    /// The application's handle of the item.
     const Object& ClientHandle() const noexcept { return m_ClientHandle; }
+    /// Sets it.
     void ClientHandle(Object value) { m_ClientHandle = std::move(value); }
 
-    // What the server said to this item; nothing in a record that no event has filled.
+    /// What the server said to this item; nothing in a record that no event has filled.
     const std::optional<OpcDaClient::ResultID>& ResultID() const noexcept { return m_ResultID; }
+    /// Sets it.
     void ResultID(const std::optional<OpcDaClient::ResultID>& value) noexcept { m_ResultID = value; }
 
 private:

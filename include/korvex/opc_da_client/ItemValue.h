@@ -10,19 +10,23 @@
 
 namespace Korvex::OPC::OpcDaClient {
 
-// Every field has a getter and a setter of the same name. Nothing is set in the beginning: the value
-// is null, there is no quality, and the time is the minimal one.
+/// Every field has a getter and a setter of the same name. Nothing is set in the beginning: the value
+/// is null, there is no quality, and the time is the minimal one.
 class ItemValue {
 public:
+    /// The value; null where there is none.
     const Object& Value() const noexcept { return m_Value; }
+    /// Sets it.
     void Value(Object value) { m_Value = std::move(value); }
 
-    // Nothing where the item could not be read.
+    /// Nothing where the item could not be read.
     const std::optional<QualityID>& Quality() const noexcept { return m_Quality; }
+    /// Sets it.
     void Quality(const std::optional<QualityID>& value) noexcept { m_Quality = value; }
 
-    // When the server got the value, in UTC.
+    /// When the server got the value, in UTC.
     const DateTime& TimeStamp() const noexcept { return m_TimeStamp; }
+    /// Sets it.
     void TimeStamp(const DateTime& value) noexcept { m_TimeStamp = value; }
 
 private:

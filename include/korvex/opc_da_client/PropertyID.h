@@ -5,8 +5,8 @@
 
 namespace Korvex::OPC::OpcDaClient {
 
-// PropertyID::VALUE and so on, to be used where a method takes property numbers. Servers may have more,
-// from 5000 on.
+/// PropertyID::VALUE and so on, to be used where a method takes property numbers. Servers may have more,
+/// from 5000 on.
 struct PropertyID {
     enum : std::int32_t {
         DATATYPE = 1,

@@ -17,14 +17,15 @@ namespace Korvex::OPC::OpcDaClient {
 
 class Object;
 
-// Describes a scalar type or an array of one. The null type asks for no particular one. Immutable.
+/// Describes a scalar type or an array of one. The null type asks for no particular one. Immutable.
 class KORVEX_OPC_API Type {
 public:
+    /// The kinds of scalars.
     enum class Kind : std::uint8_t {
         None,
-        Object,  // any value
+        Object,  ///< any value
         Boolean,
-        Character,  // one UTF-16 code unit
+        Character,  ///< one UTF-16 code unit
         Int8,
         Int16,
         Int32,
@@ -39,32 +40,37 @@ public:
         DateTime,
         Decimal,
         Type,
-        Application,  // a type of the application's own; all of them compare equal here
+        Application,  ///< a type of the application's own; all of them compare equal here
     };
 
-    // Null.
+    /// Null.
     constexpr Type() noexcept = default;
+    /// Null.
     constexpr Type(std::nullptr_t) noexcept {}
 
+    /// A scalar type.
     static constexpr Type scalar(Kind kind) noexcept { return Type(kind, false); }
 
-    // Of Kind::Object: an array whose elements may be of different types. Of Kind::None: an array of
-    // any element type.
+    /// Of Kind::Object: an array whose elements may be of different types. Of Kind::None: an array of
+    /// any element type.
     static constexpr Type arrayOf(Kind element) noexcept { return Type(element, true); }
 
-    // Of a C++ type: Type::of<std::int32_t>(), Type::of<OpxString>(), Type::of<std::vector<Object>>().
+    /// Of a C++ type: Type::of<std::int32_t>(), Type::of<OpxString>(), Type::of<std::vector<Object>>().
     template <typename T>
     static constexpr Type of() noexcept;
 
+    /// Whether this asks for no particular type.
     constexpr bool isNull() const noexcept { return kind_ == Kind::None && !isArray_; }
+    /// Whether this is an array type.
     constexpr bool isArray() const noexcept { return isArray_; }
 
-    // The scalar's kind, or that of the array's elements.
+    /// The scalar's kind, or that of the array's elements.
     constexpr Kind kind() const noexcept { return kind_; }
 
-    // "Int32", "Int32[]"; "Array" for an array of any element type; "" for null.
+    /// "Int32", "Int32[]"; "Array" for an array of any element type; "" for null.
     OpxString name() const;
 
+    /// Whether both describe the same type.
     friend constexpr bool operator==(const Type&, const Type&) = default;
 
 private:
@@ -84,7 +90,7 @@ concept WholeNumber =
     std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char> && !std::same_as<T, wchar_t> &&
     !std::same_as<T, char8_t> && !std::same_as<T, char16_t> && !std::same_as<T, char32_t>;
 
-// The integer type of the same width and sign that stands for all of them.
+/// The integer type of the same width and sign that stands for all of them.
 template <std::size_t size, bool isSigned>
 struct IntegerOf;
 template <>
@@ -104,8 +110,8 @@ struct IntegerOf<4, false> : std::type_identity<std::uint32_t> {};
 template <>
 struct IntegerOf<8, false> : std::type_identity<std::uint64_t> {};
 
-// The type in which a value of type T is kept: integers by width, text as OpxString, UTF-16 code units
-// as char16_t.
+/// The type in which a value of type T is kept: integers by width, text as OpxString, UTF-16 code units
+/// as char16_t.
 template <typename T>
 struct StoredTypeOf : std::type_identity<T> {};
 template <WholeNumber T>

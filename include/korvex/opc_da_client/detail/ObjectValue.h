@@ -18,7 +18,7 @@
 
 namespace Korvex::OPC::OpcDaClient::detail {
 
-// An application's own type.
+/// An application's own type.
 template <typename T>
 concept ApplicationValue = std::copy_constructible<T> && std::equality_comparable<T> && requires(const T& value) {
     { std::hash<T>()(value) } -> std::convertible_to<std::size_t>;
@@ -42,13 +42,13 @@ struct CharacterOf<std::basic_string<C, Others...>> : std::type_identity<C> {};
 template <typename C, typename... Others>
 struct CharacterOf<std::basic_string_view<C, Others...>> : std::type_identity<C> {};
 
-// Text that is not UTF-8 in chars and not UTF-16 in OLECHARs. It would be an application's own type on the
-// one system and text on the other.
+/// Text that is not UTF-8 in chars and not UTF-16 in OLECHARs. It would be an application's own type on the
+/// one system and text on the other.
 template <typename T>
 concept ForeignText = !TextLike<T> && (ForeignCharacter<typename CharacterOf<T>::type> ||
                                        std::same_as<typename CharacterOf<T>::type, char16_t>);
 
-// What an Object can hold but null, text and Objects.
+/// What an Object can hold but null, text and Objects.
 template <typename T>
 concept Storable = !std::same_as<T, Object> && !std::same_as<T, std::nullptr_t> && !std::same_as<T, long double> &&
                    !TextLike<T> && !ForeignCharacter<T> && !ForeignText<T> &&
@@ -75,7 +75,7 @@ Stored<T> toStored(T value) {
 
 // ---- Equality ------------------------------------------------------------------------------------
 
-// Not-a-number equals itself, so that every value does.
+/// Not-a-number equals itself, so that every value does.
 template <typename T>
 bool equalValues(const T& a, const T& b) {
     if constexpr (std::floating_point<T>) {
@@ -93,7 +93,7 @@ bool equalValues(const T& a, const T& b) {
 
 // ---- Hash codes ----------------------------------------------------------------------------------
 
-// A number that fits 32 bits is its own hash code, so that small numbers never share one.
+/// A number that fits 32 bits is its own hash code, so that small numbers never share one.
 constexpr std::uint32_t hash64(std::uint64_t bits) noexcept {
     const auto low = static_cast<std::uint32_t>(bits);
     const auto high = static_cast<std::uint32_t>(bits >> 32);
@@ -175,7 +175,7 @@ public:
 
     virtual const std::type_info& typeInfo() const noexcept = 0;
     virtual Type type() const noexcept = 0;
-    // `other` is of the same type.
+    /// `other` is of the same type.
     virtual bool equals(const ObjectValue& other) const = 0;
     virtual std::uint32_t hashCode() const = 0;
     virtual OpxString toText() const = 0;
