@@ -236,13 +236,32 @@ TEST_F(Registry, ABrokenFileIsSkippedAndTheFirstOfAClassCounts) {
 }
 
 TEST_F(Registry, WhatIsBrokenIsToldWhereANameIsLookedUp) {
-    write("0-broken.server", "ProgID=Broken.1\nCLSID=not an identifier\nModule=x\n");
-    CLSID clsid = {};
-    EXPECT_EQ(CLSIDFromProgID(OLESTR("Broken.1"), &clsid), CO_E_CLASSSTRING);
-    const auto told = Com::takeBrokenRegistrations();
-    ASSERT_EQ(told.size(), 1u);
-    EXPECT_NE(toUtf8(told[0]).find("0-broken.server: CLSID is not an identifier"), std::string::npos);
-    EXPECT_TRUE(Com::takeBrokenRegistrations().empty()) << "told once";
+    const std::string whole = "ProgID=Broken.1\nCLSID={0A1B2C3D-2222-4222-8333-010203040506}\n";
+    struct {
+        std::string file;
+        const char* told;
+    } const rows[] = {
+        {"ProgID=Broken.1\nCLSID=not an identifier\nModule=x\n", "CLSID is not an identifier"},
+        {whole, "Module is missing"},
+        {whole + "Module=x\nProgram=y\n", "Module and Program exclude each other"},
+        {whole + "Module=x\nThreadingModel=apartment\n",
+         "ThreadingModel is none of Apartment, Free and Both: apartment"},
+    };
+    for (const auto& row : rows) {
+        write("0-broken.server", row.file);
+        CLSID clsid = {};
+        EXPECT_EQ(CLSIDFromProgID(OLESTR("Broken.1"), &clsid), CO_E_CLASSSTRING);
+        const auto told = Com::takeBrokenRegistrations();
+        ASSERT_EQ(told.size(), 1u) << row.told;
+        EXPECT_NE(toUtf8(told[0]).find(std::string("0-broken.server: ") + row.told), std::string::npos);
+        EXPECT_TRUE(Com::takeBrokenRegistrations().empty()) << "told once";
+    }
+    for (const char* line : {"ThreadingModel=Apartment", "ThreadingModel=Free", "ThreadingModel=Both", ""}) {
+        write("0-broken.server", whole + "Program=x\n" + line + "\n");
+        CLSID clsid = {};
+        EXPECT_EQ(CLSIDFromProgID(OLESTR("Broken.1"), &clsid), S_OK) << line;
+        EXPECT_EQ(createOther(), REGDB_E_CLASSNOTREG) << "a program is no module";
+    }
 }
 
 // Counts how often the files of a folder are opened.

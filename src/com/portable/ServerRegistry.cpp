@@ -110,8 +110,19 @@ std::map<std::string, std::string> readLines(const fs::path& file) {
 
 // Whoever can write a registration chooses the code that its readers load.
 void refuseWhatOthersMayChange(const fs::path& file) {
-    if (othersMayChange(file)) throw std::runtime_error("others than its owner may write to it");
-    if (othersMayChange(file.parent_path())) throw std::runtime_error("others than its owner may write to its folder");
+    if (const std::string reason = whyNotTrusted(file); !reason.empty()) throw std::runtime_error(reason);
+}
+
+ThreadingModel threadingModel(const std::string& text) {
+    if (text.empty() || text == "Both") return ThreadingModel::both;
+    if (text == "Apartment") return ThreadingModel::apartment;
+    if (text == "Free") return ThreadingModel::free;
+    throw std::runtime_error("ThreadingModel is none of Apartment, Free and Both: " + text);
+}
+
+// A relative path of a registration is relative to its file.
+fs::path besideFile(const fs::path& file, const std::string& path) {
+    return path.empty() ? fs::path() : file.parent_path() / path;
 }
 
 RegisteredServer parse(const fs::path& file) {
@@ -126,8 +137,12 @@ RegisteredServer parse(const fs::path& file) {
     for (const std::string& category : split(values["Categories"], ',')) {
         server.categories.push_back(identifier(trimmed(category), "Categories"));
     }
-    if (values["Module"].empty()) throw std::runtime_error("Module is missing");
-    server.module = file.parent_path() / values["Module"];
+    server.module = besideFile(file, values["Module"]);
+    server.program = besideFile(file, values["Program"]);
+    if (server.module.empty() && server.program.empty()) throw std::runtime_error("Module is missing");
+    if (!server.module.empty() && !server.program.empty())
+        throw std::runtime_error("Module and Program exclude each other");
+    server.threadingModel = threadingModel(values["ThreadingModel"]);
     return server;
 }
 

@@ -118,7 +118,8 @@ HRESULT localClassObject(REFCLSID clsid, DWORD context, REFIID riid, void** ppv)
     if (builtIn != REGDB_E_CLASSNOTREG) return builtIn;
     if ((context & CLSCTX_INPROC_SERVER) == 0) return REGDB_E_CLASSNOTREG;  // which is what modules are
     const auto server = ServerRegistry::read().find(clsid);
-    return server ? classObjectFromModule(*server, clsid, riid, ppv) : REGDB_E_CLASSNOTREG;
+    if (!server || server->module.empty()) return REGDB_E_CLASSNOTREG;
+    return classObjectFromModule(*server, clsid, riid, ppv);
 }
 
 HRESULT createLocalInstance(REFCLSID clsid, IUnknown* outer, DWORD context, ComPtr<IUnknown>& instance) {
