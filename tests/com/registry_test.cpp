@@ -21,6 +21,7 @@
 #include "com/owners.h"
 #include "com/platform.h"
 #include "tests/com/TestObject.h"
+#include "tests/com/Variable.h"
 
 namespace Korvex::Testing {
 namespace {
@@ -43,27 +44,6 @@ std::string server(const std::string& progId, const std::string& clsid, const st
 std::string otherServer(const std::string& progId, const std::string& module) {
     return server(progId, "{0A1B2C3D-2222-4222-8333-010203040506}", module);
 }
-
-// An environment variable, or that there is none, for the time of a test.
-class Variable {
-public:
-    Variable(const char* name, const std::optional<std::string>& value) : name_(name) {
-        if (const auto before = Com::environmentVariable(name)) before_ = toUtf8(*before);
-        set(value);
-    }
-    ~Variable() { set(before_); }
-
-private:
-    void set(const std::optional<std::string>& value) const {
-        if (value)
-            ::setenv(name_, value->c_str(), 1);
-        else
-            ::unsetenv(name_);
-    }
-
-    const char* const name_;
-    std::optional<std::string> before_;
-};
 
 // What a command prints.
 std::string outputOf(const std::string& command) {
