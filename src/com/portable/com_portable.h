@@ -512,7 +512,12 @@ enum CLSCTX : DWORD {
 };
 inline constexpr DWORD CLSCTX_ALL =
     CLSCTX_INPROC_SERVER | CLSCTX_INPROC_HANDLER | CLSCTX_LOCAL_SERVER | CLSCTX_REMOTE_SERVER;
-enum REGCLS : DWORD { REGCLS_SINGLEUSE = 0, REGCLS_MULTIPLEUSE = 1, REGCLS_MULTI_SEPARATE = 2 };
+enum REGCLS : DWORD {
+    REGCLS_SINGLEUSE = 0,
+    REGCLS_MULTIPLEUSE = 1,
+    REGCLS_MULTI_SEPARATE = 2,
+    REGCLS_SUSPENDED = 4,
+};
 
 inline constexpr DWORD RPC_C_AUTHN_LEVEL_NONE = 1;
 inline constexpr DWORD RPC_C_AUTHN_LEVEL_CONNECT = 2;
@@ -546,6 +551,8 @@ KORVEX_COM_API HRESULT CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, voi
 KORVEX_COM_API HRESULT CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DWORD dwClsContext, DWORD flags,
                                              DWORD* lpdwRegister);
 KORVEX_COM_API HRESULT CoRevokeClassObject(DWORD dwRegister);
+KORVEX_COM_API HRESULT CoSuspendClassObjects();
+KORVEX_COM_API HRESULT CoResumeClassObjects();
 KORVEX_COM_API HRESULT CoDisconnectObject(IUnknown* pUnk, DWORD dwReserved);
 KORVEX_COM_API HRESULT CoLockObjectExternal(IUnknown* pUnk, BOOL fLock, BOOL fLastUnlockReleases);
 KORVEX_COM_API HRESULT CoCreateFreeThreadedMarshaler(IUnknown* punkOuter, IUnknown** ppunkMarshal);

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <atomic>
+#include <cstdio>
 #include <thread>
 
 #include "com/portable/local/ProgramLauncher.h"

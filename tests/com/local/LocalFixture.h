@@ -6,7 +6,10 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <set>
+#include <thread>
+#include <vector>
 
 #include "tests/com/TestFolder.h"
 #include "tests/com/Variable.h"
@@ -57,6 +60,15 @@ std::optional<Com::LocalFailure> failureOf(Call call) {
         return failure;
     }
     return std::nullopt;
+}
+
+// What a command prints.
+inline std::string outputOf(const std::string& command) {
+    std::string output;
+    FILE* const pipe = ::popen(command.c_str(), "r");
+    for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe)) output.push_back(static_cast<char>(c));
+    EXPECT_EQ(::pclose(pipe), 0);
+    return output;
 }
 
 // Does something on a thread whose effective user is another one.

@@ -1,5 +1,5 @@
 // A server program for tests, and a client of it. Started by COM it does what KORVEX_TEST_PROGRAM says: "serve" its
-// class, "end" at once, or "hang" without a class.
+// class, "register" it with COM, "end" at once, or "hang" without a class.
 #include <poll.h>
 #include <unistd.h>
 
@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "tests/com/local/Conversation.h"
+#include "tests/com/local/TestProtocol.h"
 
 namespace Korvex::Testing {
 namespace {
@@ -34,6 +34,15 @@ int serve(const std::string& aboutThis) {
     return 0;
 }
 
+int registerWithCom() {
+    const Apartment apartment(COINIT_MULTITHREADED);
+    speakTestProtocol();
+    TestObject classObject;
+    DWORD cookie = 0;
+    CoRegisterClassObject(kTestClass, &classObject, CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE, &cookie);
+    return ::poll(nullptr, 0, -1);
+}
+
 int start(const std::string& argument) {
     const std::string aboutThis = report(argument);
     std::FILE* const starts = std::fopen((Com::RuntimeFolder::open().path() / kStarts).c_str(), "a");
@@ -41,7 +50,44 @@ int start(const std::string& argument) {
     std::fclose(starts);
     const std::string task = std::getenv("KORVEX_TEST_PROGRAM");
     if (task == "serve") return serve("process " + std::to_string(::getpid()) + "\n" + aboutThis);
+    if (task == "register") return registerWithCom();
     if (task == "hang") ::poll(nullptr, 0, -1);
+    return 0;
+}
+
+// Tells after each step of a class's life whether other programs find it.
+int live() {
+    const Apartment apartment(COINIT_MULTITHREADED);
+    speakTestProtocol();
+    const auto folder = Com::RuntimeFolder::open();
+    const auto tell = [&](const char* step) {
+        const bool isFound = Com::ClassDirectory(folder).connect(kTestClass) != nullptr;
+        std::printf("%s: %s\n", step, isFound ? "found" : "not found");
+    };
+    TestObject classObject;
+    DWORD cookies[3] = {};
+    CoRegisterClassObject(kTestClass, &classObject, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookies[0]);
+    tell("for this process");
+    CoRegisterClassObject(kTestClass, &classObject, CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE | REGCLS_SUSPENDED,
+                          &cookies[1]);
+    tell("suspended");
+    CoResumeClassObjects();
+    tell("resumed");
+    CoRegisterClassObject(kTestClass, &classObject, CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE, &cookies[2]);
+    CoRevokeClassObject(cookies[1]);
+    tell("one of two revoked");
+    CoSuspendClassObjects();
+    tell("suspended again");
+    CoResumeClassObjects();
+    CoRevokeClassObject(cookies[2]);
+    tell("revoked");
+    CoRegisterClassObject(kTestClass, &classObject, CLSCTX_LOCAL_SERVER, REGCLS_SINGLEUSE, &cookies[1]);
+    tell("for a single use");
+    Com::ComPtr<IUnknown> used;
+    Com::servedClassObject(kTestClass, IID_IUnknown, used.putVoid());
+    tell("used");
+    used.release();
+    for (const DWORD cookie : {cookies[0], cookies[1]}) CoRevokeClassObject(cookie);
     return 0;
 }
 
@@ -57,5 +103,7 @@ int visit(const fs::path& program) {
 
 int main(int, char** argv) {
     const std::string argument = argv[1];
-    return argument == "visit" ? Korvex::Testing::visit(Korvex::Com::programPath()) : Korvex::Testing::start(argument);
+    if (argument == "live") return Korvex::Testing::live();
+    if (argument == "visit") return Korvex::Testing::visit(Korvex::Com::programPath());
+    return Korvex::Testing::start(argument);
 }
