@@ -43,12 +43,6 @@ std::string trimmed(const std::string& text) {
     return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
 }
 
-fs::path usersFolder() {
-    if (const std::string data = variable("XDG_DATA_HOME"); !data.empty()) return fs::path(data) / kFolderOfServers;
-    const std::string home = variable("HOME");
-    return home.empty() ? fs::path() : fs::path(home) / ".local/share" / kFolderOfServers;
-}
-
 // This library lies in PREFIX/lib, PREFIX/lib64 or PREFIX/lib/SYSTEM.
 std::vector<fs::path> installationPrefixes() {
     Dl_info info = {};
@@ -70,7 +64,7 @@ std::vector<fs::path> installedFolders() {
 std::vector<fs::path> searchedFolders() {
     std::vector<fs::path> folders;
     for (const std::string& folder : split(variable(kFoldersVariable), ':')) folders.emplace_back(folder);
-    if (fs::path users = usersFolder(); !users.empty()) folders.push_back(std::move(users));
+    if (fs::path users = ServerRegistry::usersFolder(); !users.empty()) folders.push_back(std::move(users));
     for (fs::path& installed : installedFolders()) folders.push_back(std::move(installed));
     return folders;
 }
@@ -158,6 +152,12 @@ ServerRegistry ServerRegistry::read() {
     for (const fs::path& folder : searchedFolders()) registry.readFolder(folder);
     lastBrokenFiles() = registry.brokenFiles_;
     return registry;
+}
+
+fs::path ServerRegistry::usersFolder() {
+    if (const std::string data = variable("XDG_DATA_HOME"); !data.empty()) return fs::path(data) / kFolderOfServers;
+    const std::string home = variable("HOME");
+    return home.empty() ? fs::path() : fs::path(home) / ".local/share" / kFolderOfServers;
 }
 
 std::optional<RegisteredServer> ServerRegistry::find(REFCLSID clsid) const {

@@ -40,7 +40,7 @@ struct RegisteredServer {
 // order, the folders that KORVEX_OPC_SERVERS names (separated by ":"), the user's data folder and the installation;
 // the first file of a class identifier counts. A file that others may write to, or that lies in a folder of which
 // that holds, says no server.
-class ServerRegistry {
+class KORVEX_COM_API ServerRegistry {
 public:
     // A file that says no server, and why.
     struct BrokenFile {
@@ -50,6 +50,9 @@ public:
 
     // The registry as the files are now. The calling thread remembers the broken ones for takeBrokenFiles.
     static ServerRegistry read();
+
+    // The user's own folder; empty for one without a home.
+    static std::filesystem::path usersFolder();
 
     const std::vector<RegisteredServer>& servers() const noexcept { return servers_; }
     const std::vector<BrokenFile>& brokenFiles() const noexcept { return brokenFiles_; }
@@ -65,6 +68,9 @@ private:
     std::vector<RegisteredServer> servers_;
     std::vector<BrokenFile> brokenFiles_;
 };
+
+// Whether the runtime has the class itself, which then no file says.
+KORVEX_COM_API bool isBuiltInClass(REFCLSID clsid);
 
 // A sentence for each file that the calling thread's last look found broken, told once.
 KORVEX_COM_API std::vector<OpxString> takeBrokenFiles();

@@ -94,10 +94,15 @@ constexpr BuiltIn kBuiltIns[] = {
     {CLSID_OpcServerList, &createServerList},
 };
 
-HRESULT builtInClassObject(REFCLSID clsid, REFIID riid, void** ppv) {
+const BuiltIn* findBuiltIn(REFCLSID clsid) {
     const auto found = std::find_if(std::begin(kBuiltIns), std::end(kBuiltIns),
                                     [&](const BuiltIn& builtIn) { return builtIn.clsid == clsid; });
-    if (found == std::end(kBuiltIns)) return REGDB_E_CLASSNOTREG;
+    return found == std::end(kBuiltIns) ? nullptr : found;
+}
+
+HRESULT builtInClassObject(REFCLSID clsid, REFIID riid, void** ppv) {
+    const BuiltIn* const found = findBuiltIn(clsid);
+    if (!found) return REGDB_E_CLASSNOTREG;
     const auto classObject = ComPtr<IClassFactory>::adopt(new (std::nothrow) BuiltInClass(found->create));
     return classObject ? classObject->QueryInterface(riid, ppv) : E_OUTOFMEMORY;
 }
@@ -153,6 +158,10 @@ HRESULT queryAll(IUnknown& instance, DWORD count, MULTI_QI* results) {
 }
 
 }  // namespace
+
+bool isBuiltInClass(REFCLSID clsid) {
+    return findBuiltIn(clsid) != nullptr;
+}
 
 OpxString takeLoadFailure() {
     return fromUtf8(std::exchange(lastLoadFailure(), {}));

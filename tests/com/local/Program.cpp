@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "com/hosting/LocalServer.h"
 #include "tests/com/local/TestProtocol.h"
 
 namespace Korvex::Testing {
@@ -35,12 +36,9 @@ int serve(const std::string& aboutThis) {
 }
 
 int registerWithCom() {
-    const Apartment apartment(COINIT_MULTITHREADED);
     speakTestProtocol();
     TestObject classObject;
-    DWORD cookie = 0;
-    CoRegisterClassObject(kTestClass, &classObject, CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE, &cookie);
-    return ::poll(nullptr, 0, -1);
+    return Com::serveClasses({{kTestClass, &classObject}}, Com::Stay::untilRevoked);
 }
 
 int start(const std::string& argument) {

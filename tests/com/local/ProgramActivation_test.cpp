@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "com/hosting/LocalServer.h"
+#include "com/opc_interfaces.h"
 #include "tests/com/local/LocalFixture.h"
 #include "tests/com/local/TestProtocol.h"
 
@@ -12,19 +14,18 @@ constexpr CLSID kNoClass = {0x0A1B2C3D, 0x9999, 0x4222, {0x83, 0x33, 1, 2, 3, 4,
 
 class ProgramActivation : public Local {
 protected:
-    ProgramActivation() {
-        create("test.server",
-               "ProgID=Test.1\nCLSID={0A1B2C3D-1111-4222-8333-010203040506}\nProgram=" + program.string() + "\n");
-    }
+    ProgramActivation() { EXPECT_EQ(Com::registerLocalServer(registration, GUID{}), S_OK); }
 
+    HRESULT unregister() { return Com::unregisterLocalServer(registration, GUID{}); }
     HRESULT createFrom(DWORD context, REFCLSID clsid = kTestClass) {
         ComPtr<IUnknown> object;
         return CoCreateInstance(clsid, nullptr, context, IID_IUnknown, object.putVoid());
     }
 
+    const Variable usersFolder{"XDG_DATA_HOME", folder.string()};
+    const Com::ModuleRegistration registration = {kTestClass, OLESTR("Test.1"), {}, {}, {}, program};
     TestProtocol& protocol = speakTestProtocol();
     const Apartment apartment{COINIT_MULTITHREADED};
-    const Variable servers{"KORVEX_OPC_SERVERS", folder.string()};
     const Variable task{"KORVEX_TEST_PROGRAM", "register"};
 };
 
@@ -36,10 +37,25 @@ TEST_F(ProgramActivation, AProgramIsStartedOnceForAllClients) {
     EXPECT_EQ(createFrom(CLSCTX_ALL), S_OK);
     EXPECT_EQ(protocol.farObject.created, before + 2);
     EXPECT_EQ(startedProcesses().size(), 1u);
-    fs::remove(folder / "test.server");
+    EXPECT_EQ(unregister(), S_OK);
     EXPECT_EQ(createFrom(CLSCTX_ALL), S_OK) << "a running program needs no file";
     endAndWait(startedProcesses()[0]);
     EXPECT_EQ(createFrom(CLSCTX_ALL), REGDB_E_CLASSNOTREG);
+}
+
+TEST_F(ProgramActivation, AClassIsServedByTheProgramThatItsFileNamesOrByTheRuntime) {
+    EXPECT_TRUE(Com::isServedHere(registration));
+    EXPECT_FALSE(Com::isServedElsewhere(registration));
+    auto other = registration;
+    other.module = "/other/program";
+    EXPECT_FALSE(Com::isServedHere(other));
+    EXPECT_TRUE(Com::isServedElsewhere(other));
+    EXPECT_EQ(Com::unregisterLocalServer(other, GUID{}), S_OK);
+    EXPECT_TRUE(Com::isServedHere(registration)) << "another program takes back what is its own";
+    EXPECT_EQ(unregister(), S_OK);
+    EXPECT_FALSE(Com::isServedHere(registration));
+    other.clsid = CLSID_OpcServerList;
+    EXPECT_TRUE(Com::isServedElsewhere(other));
 }
 
 TEST_F(ProgramActivation, WhyAProgramDoesNotServeIsTold) {
