@@ -37,7 +37,7 @@ HRESULT unregisterProgram() {
     return Com::unregisterLocalServer(serverListRegistration(Com::programPath()), kApplication);
 }
 
-HRESULT serve() {
+HRESULT serve(Com::Stay stay) {
     revokeProcess = &Com::revokeServedClasses;
     std::vector<Com::ServedClass> classes(2);
     classes[0].clsid = CLSID_KorvexSimulation;
@@ -46,13 +46,14 @@ HRESULT serve() {
     if (succeeded(hr)) hr = Com::serverListClassObject(IID_IUnknown, classes[1].classObject.putVoid());
     if (failed(hr)) return hr;
     if (!servesList()) classes.pop_back();
-    return Com::serveClasses(classes);
+    return Com::serveClasses(classes, stay);
 }
 
 int usage() {
     std::fputs(
-        "usage: KorvexSimulation -RegServer | -UnregServer\n"
-        "Registers the simulation server with COM, which starts it for its clients, or takes that back.\n",
+        "usage: KorvexSimulation -RegServer | -UnregServer | --serve\n"
+        "Registers the simulation server with COM, which starts it for its clients, or takes that back; or serves\n"
+        "clients until it is ended.\n",
         stderr);
     return 2;
 }
@@ -65,11 +66,12 @@ int report(HRESULT hr) {
 
 int run(const std::vector<std::string>& arguments) {
     if (arguments.size() != 1 || arguments[0].empty()) return usage();
+    if (arguments[0] == "--serve") return report(serve(Com::Stay::untilRevoked));
     // COM itself writes a minus, people use both signs.
     const std::string command = arguments[0].substr(arguments[0][0] == '/' || arguments[0][0] == '-' ? 1 : 0);
     if (command == "RegServer") return report(registerProgram());
     if (command == "UnregServer") return report(unregisterProgram());
-    if (command == "Embedding") return report(serve());
+    if (command == "Embedding") return report(serve(Com::Stay::whileUsed));
     return usage();
 }
 

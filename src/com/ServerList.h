@@ -10,6 +10,6 @@ namespace Korvex::Com {
 HRESULT createServerList(REFIID riid, void** ppv);
 
 // The class object, as DllGetClassObject answers it.
-HRESULT serverListClassObject(REFIID riid, void** ppv);
+KORVEX_COM_API HRESULT serverListClassObject(REFIID riid, void** ppv);
 
 }  // namespace Korvex::Com

@@ -21,6 +21,7 @@
 #include "com/owners.h"
 #include "com/platform.h"
 #include "tests/com/TestObject.h"
+#include "tests/com/Variable.h"
 
 namespace Korvex::Testing {
 namespace {
@@ -43,27 +44,6 @@ std::string server(const std::string& progId, const std::string& clsid, const st
 std::string otherServer(const std::string& progId, const std::string& module) {
     return server(progId, "{0A1B2C3D-2222-4222-8333-010203040506}", module);
 }
-
-// An environment variable, or that there is none, for the time of a test.
-class Variable {
-public:
-    Variable(const char* name, const std::optional<std::string>& value) : name_(name) {
-        if (const auto before = Com::environmentVariable(name)) before_ = toUtf8(*before);
-        set(value);
-    }
-    ~Variable() { set(before_); }
-
-private:
-    void set(const std::optional<std::string>& value) const {
-        if (value)
-            ::setenv(name_, value->c_str(), 1);
-        else
-            ::unsetenv(name_);
-    }
-
-    const char* const name_;
-    std::optional<std::string> before_;
-};
 
 // What a command prints.
 std::string outputOf(const std::string& command) {
@@ -236,13 +216,32 @@ TEST_F(Registry, ABrokenFileIsSkippedAndTheFirstOfAClassCounts) {
 }
 
 TEST_F(Registry, WhatIsBrokenIsToldWhereANameIsLookedUp) {
-    write("0-broken.server", "ProgID=Broken.1\nCLSID=not an identifier\nModule=x\n");
-    CLSID clsid = {};
-    EXPECT_EQ(CLSIDFromProgID(OLESTR("Broken.1"), &clsid), CO_E_CLASSSTRING);
-    const auto told = Com::takeBrokenRegistrations();
-    ASSERT_EQ(told.size(), 1u);
-    EXPECT_NE(toUtf8(told[0]).find("0-broken.server: CLSID is not an identifier"), std::string::npos);
-    EXPECT_TRUE(Com::takeBrokenRegistrations().empty()) << "told once";
+    const std::string whole = "ProgID=Broken.1\nCLSID={0A1B2C3D-2222-4222-8333-010203040506}\n";
+    struct {
+        std::string file;
+        const char* told;
+    } const rows[] = {
+        {"ProgID=Broken.1\nCLSID=not an identifier\nModule=x\n", "CLSID is not an identifier"},
+        {whole, "Module is missing"},
+        {whole + "Module=x\nProgram=y\n", "Module and Program exclude each other"},
+        {whole + "Module=x\nThreadingModel=apartment\n",
+         "ThreadingModel is none of Apartment, Free and Both: apartment"},
+    };
+    for (const auto& row : rows) {
+        write("0-broken.server", row.file);
+        CLSID clsid = {};
+        EXPECT_EQ(CLSIDFromProgID(OLESTR("Broken.1"), &clsid), CO_E_CLASSSTRING);
+        const auto told = Com::takeBrokenRegistrations();
+        ASSERT_EQ(told.size(), 1u) << row.told;
+        EXPECT_NE(toUtf8(told[0]).find(std::string("0-broken.server: ") + row.told), std::string::npos);
+        EXPECT_TRUE(Com::takeBrokenRegistrations().empty()) << "told once";
+    }
+    for (const char* line : {"ThreadingModel=Apartment", "ThreadingModel=Free", "ThreadingModel=Both", ""}) {
+        write("0-broken.server", whole + "Program=x\n" + line + "\n");
+        CLSID clsid = {};
+        EXPECT_EQ(CLSIDFromProgID(OLESTR("Broken.1"), &clsid), S_OK) << line;
+        EXPECT_EQ(createOther(), REGDB_E_CLASSNOTREG) << "a program is no module";
+    }
 }
 
 // Counts how often the files of a folder are opened.

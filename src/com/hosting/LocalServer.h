@@ -1,5 +1,4 @@
-// A server that is a program: COM starts it for the first client and it ends with the last. Only where COM
-// has servers in other processes.
+// A server that is a program: COM starts it for the first client and it ends with the last.
 #pragma once
 
 #include <vector>
@@ -21,9 +20,12 @@ struct ServedClass {
     ComPtr<IUnknown> classObject;
 };
 
+// How long a program serves its classes: as long as they are used, or until revokeServedClasses() is called.
+enum class Stay { whileUsed, untilRevoked };
+
 // Serves the classes to other processes until the last object that is counted (see ProcessHold.h) has been gone for
 // some seconds, or returns at once with what COM answered. A server that nobody asks anything of ends after a minute.
-HRESULT serveClasses(const std::vector<ServedClass>& classes);
+HRESULT serveClasses(const std::vector<ServedClass>& classes, Stay stay = Stay::whileUsed);
 
 // Clients that come from now on have COM start another process, and this one waits for none.
 void revokeServedClasses();

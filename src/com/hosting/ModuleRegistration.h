@@ -1,4 +1,4 @@
-// Makes a server module known to COM. Only where COM's registry is a database of the system: on
+// Makes a server module known to COM. Modules only where COM's registry is a database of the system: on
 // other systems a text file beside the module says the same.
 #pragma once
 

@@ -43,12 +43,6 @@ std::string trimmed(const std::string& text) {
     return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
 }
 
-fs::path usersFolder() {
-    if (const std::string data = variable("XDG_DATA_HOME"); !data.empty()) return fs::path(data) / kFolderOfServers;
-    const std::string home = variable("HOME");
-    return home.empty() ? fs::path() : fs::path(home) / ".local/share" / kFolderOfServers;
-}
-
 // This library lies in PREFIX/lib, PREFIX/lib64 or PREFIX/lib/SYSTEM.
 std::vector<fs::path> installationPrefixes() {
     Dl_info info = {};
@@ -70,7 +64,7 @@ std::vector<fs::path> installedFolders() {
 std::vector<fs::path> searchedFolders() {
     std::vector<fs::path> folders;
     for (const std::string& folder : split(variable(kFoldersVariable), ':')) folders.emplace_back(folder);
-    if (fs::path users = usersFolder(); !users.empty()) folders.push_back(std::move(users));
+    if (fs::path users = ServerRegistry::usersFolder(); !users.empty()) folders.push_back(std::move(users));
     for (fs::path& installed : installedFolders()) folders.push_back(std::move(installed));
     return folders;
 }
@@ -110,8 +104,19 @@ std::map<std::string, std::string> readLines(const fs::path& file) {
 
 // Whoever can write a registration chooses the code that its readers load.
 void refuseWhatOthersMayChange(const fs::path& file) {
-    if (othersMayChange(file)) throw std::runtime_error("others than its owner may write to it");
-    if (othersMayChange(file.parent_path())) throw std::runtime_error("others than its owner may write to its folder");
+    if (const std::string reason = whyNotTrusted(file); !reason.empty()) throw std::runtime_error(reason);
+}
+
+ThreadingModel threadingModel(const std::string& text) {
+    if (text.empty() || text == "Both") return ThreadingModel::both;
+    if (text == "Apartment") return ThreadingModel::apartment;
+    if (text == "Free") return ThreadingModel::free;
+    throw std::runtime_error("ThreadingModel is none of Apartment, Free and Both: " + text);
+}
+
+// A relative path of a registration is relative to its file.
+fs::path besideFile(const fs::path& file, const std::string& path) {
+    return path.empty() ? fs::path() : file.parent_path() / path;
 }
 
 RegisteredServer parse(const fs::path& file) {
@@ -126,8 +131,12 @@ RegisteredServer parse(const fs::path& file) {
     for (const std::string& category : split(values["Categories"], ',')) {
         server.categories.push_back(identifier(trimmed(category), "Categories"));
     }
-    if (values["Module"].empty()) throw std::runtime_error("Module is missing");
-    server.module = file.parent_path() / values["Module"];
+    server.module = besideFile(file, values["Module"]);
+    server.program = besideFile(file, values["Program"]);
+    if (server.module.empty() && server.program.empty()) throw std::runtime_error("Module is missing");
+    if (!server.module.empty() && !server.program.empty())
+        throw std::runtime_error("Module and Program exclude each other");
+    server.threadingModel = threadingModel(values["ThreadingModel"]);
     return server;
 }
 
@@ -143,6 +152,12 @@ ServerRegistry ServerRegistry::read() {
     for (const fs::path& folder : searchedFolders()) registry.readFolder(folder);
     lastBrokenFiles() = registry.brokenFiles_;
     return registry;
+}
+
+fs::path ServerRegistry::usersFolder() {
+    if (const std::string data = variable("XDG_DATA_HOME"); !data.empty()) return fs::path(data) / kFolderOfServers;
+    const std::string home = variable("HOME");
+    return home.empty() ? fs::path() : fs::path(home) / ".local/share" / kFolderOfServers;
 }
 
 std::optional<RegisteredServer> ServerRegistry::find(REFCLSID clsid) const {

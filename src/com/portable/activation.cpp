@@ -6,56 +6,24 @@
 #include <new>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "com/BuiltInClass.h"
 #include "com/ComPtr.h"
-#include "com/Mutex.h"
 #include "com/ServerList.h"
 #include "com/opc_interfaces.h"
+#include "com/portable/ClassTable.h"
 #include "com/portable/GlobalInterfaceTable.h"
 #include "com/portable/ServerRegistry.h"
 #include "com/portable/apartment.h"
+#include "com/portable/local/ClassDirectory.h"
+#include "com/portable/local/LocalFailure.h"
+#include "com/portable/local/LocalProtocol.h"
 #include "com/portable/query.h"
 
 namespace Korvex::Com {
 namespace {
 
-constexpr HRESULT kServerUnavailable = hresult(0x800706BAu);
 constexpr DWORD kLocalContexts = CLSCTX_INPROC_SERVER | CLSCTX_INPROC_HANDLER | CLSCTX_LOCAL_SERVER;
-
-// ---- Class objects that programs register --------------------------------------------------------
-
-struct RegisteredClass {
-    DWORD cookie;
-    CLSID clsid;
-    ComPtr<IUnknown> classObject;
-    DWORD context;
-    bool singleUse;
-};
-
-struct ClassTable {
-    Mutex lock;
-    std::vector<RegisteredClass> classes GUARDED_BY(lock);
-    DWORD lastCookie GUARDED_BY(lock) = 0;
-};
-
-// Never destroyed: a module may revoke its classes while the process ends.
-ClassTable& classTable() {
-    static auto* const table = new ClassTable;
-    return *table;
-}
-
-// Empty when no program has registered the class. A class object for a single use is handed out once.
-ComPtr<IUnknown> takeRegisteredClass(REFCLSID clsid, DWORD context) {
-    ClassTable& table = classTable();
-    const ScopedLock guard(table.lock);
-    const auto found = std::find_if(table.classes.begin(), table.classes.end(), [&](const RegisteredClass& entry) {
-        return entry.clsid == clsid && (entry.context & context) != 0 && entry.classObject;
-    });
-    if (found == table.classes.end()) return nullptr;
-    return found->singleUse ? std::move(found->classObject) : found->classObject;
-}
 
 // ---- Modules -------------------------------------------------------------------------------------
 
@@ -89,6 +57,30 @@ HRESULT classObjectFromModule(const RegisteredServer& server, REFCLSID clsid, RE
     return succeeded(hr) && !*ppv ? CO_E_ERRORINDLL : hr;
 }
 
+// ---- Programs ------------------------------------------------------------------------------------
+
+// `program` is started where none serves the class; it may be empty.
+HRESULT connectToProgram(REFCLSID clsid, const std::filesystem::path& program,
+                         std::unique_ptr<LocalSocket>& connected) {
+    try {
+        const RuntimeFolder folder = RuntimeFolder::open();
+        const ClassDirectory directory(folder);
+        connected = program.empty() ? directory.connect(clsid) : directory.connectOrStart(clsid, program);
+        return connected ? S_OK : REGDB_E_CLASSNOTREG;
+    } catch (const LocalFailure& failure) {
+        lastLoadFailure() = failure.what();
+        return failure.code();
+    }
+}
+
+HRESULT classObjectFromProgram(const std::filesystem::path& program, REFCLSID clsid, REFIID riid, void** ppv) {
+    LocalProtocol* const protocol = localProtocol();
+    if (!protocol) return REGDB_E_CLASSNOTREG;
+    std::unique_ptr<LocalSocket> connected;
+    if (const HRESULT hr = connectToProgram(clsid, program, connected); failed(hr)) return hr;
+    return protocol->classObject(std::move(connected), clsid, riid, ppv);
+}
+
 // ---- The runtime's own classes -------------------------------------------------------------------
 
 struct BuiltIn {
@@ -102,10 +94,15 @@ constexpr BuiltIn kBuiltIns[] = {
     {CLSID_OpcServerList, &createServerList},
 };
 
-HRESULT builtInClassObject(REFCLSID clsid, REFIID riid, void** ppv) {
+const BuiltIn* findBuiltIn(REFCLSID clsid) {
     const auto found = std::find_if(std::begin(kBuiltIns), std::end(kBuiltIns),
                                     [&](const BuiltIn& builtIn) { return builtIn.clsid == clsid; });
-    if (found == std::end(kBuiltIns)) return REGDB_E_CLASSNOTREG;
+    return found == std::end(kBuiltIns) ? nullptr : found;
+}
+
+HRESULT builtInClassObject(REFCLSID clsid, REFIID riid, void** ppv) {
+    const BuiltIn* const found = findBuiltIn(clsid);
+    if (!found) return REGDB_E_CLASSNOTREG;
     const auto classObject = ComPtr<IClassFactory>::adopt(new (std::nothrow) BuiltInClass(found->create));
     return classObject ? classObject->QueryInterface(riid, ppv) : E_OUTOFMEMORY;
 }
@@ -113,12 +110,14 @@ HRESULT builtInClassObject(REFCLSID clsid, REFIID riid, void** ppv) {
 // ---- Activation ----------------------------------------------------------------------------------
 
 HRESULT localClassObject(REFCLSID clsid, DWORD context, REFIID riid, void** ppv) {
-    if (const auto registered = takeRegisteredClass(clsid, context)) return queryFor(*registered, riid, ppv);
+    if (const auto registered = ClassTable::ofProcess().take(clsid, context)) return queryFor(*registered, riid, ppv);
     const HRESULT builtIn = builtInClassObject(clsid, riid, ppv);  // needs no look at the registry's files
     if (builtIn != REGDB_E_CLASSNOTREG) return builtIn;
-    if ((context & CLSCTX_INPROC_SERVER) == 0) return REGDB_E_CLASSNOTREG;  // which is what modules are
-    const auto server = ServerRegistry::read().find(clsid);
-    return server ? classObjectFromModule(*server, clsid, riid, ppv) : REGDB_E_CLASSNOTREG;
+    const RegisteredServer server = ServerRegistry::read().find(clsid).value_or(RegisteredServer{});
+    if ((context & CLSCTX_INPROC_SERVER) && !server.module.empty())
+        return classObjectFromModule(server, clsid, riid, ppv);
+    if (context & CLSCTX_LOCAL_SERVER) return classObjectFromProgram(server.program, clsid, riid, ppv);
+    return REGDB_E_CLASSNOTREG;
 }
 
 HRESULT createLocalInstance(REFCLSID clsid, IUnknown* outer, DWORD context, ComPtr<IUnknown>& instance) {
@@ -160,6 +159,10 @@ HRESULT queryAll(IUnknown& instance, DWORD count, MULTI_QI* results) {
 
 }  // namespace
 
+bool isBuiltInClass(REFCLSID clsid) {
+    return findBuiltIn(clsid) != nullptr;
+}
+
 OpxString takeLoadFailure() {
     return fromUtf8(std::exchange(lastLoadFailure(), {}));
 }
@@ -167,35 +170,8 @@ OpxString takeLoadFailure() {
 }  // namespace Korvex::Com
 
 using namespace Korvex::Com;
-using Korvex::ScopedLock;
 
 extern "C" {
-
-HRESULT CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DWORD dwClsContext, DWORD flags, DWORD* lpdwRegister) {
-    if (!lpdwRegister || !pUnk) return E_INVALIDARG;
-    *lpdwRegister = 0;
-    if (!isInApartment()) return CO_E_NOTINITIALIZED;
-    // A program's class that serves several clients serves those of its own process too.
-    DWORD context = dwClsContext;
-    if (flags == REGCLS_MULTIPLEUSE && (context & CLSCTX_LOCAL_SERVER) != 0) context |= CLSCTX_INPROC_SERVER;
-    ClassTable& table = classTable();
-    const ScopedLock guard(table.lock);
-    table.classes.push_back({++table.lastCookie, rclsid, pUnk, context, flags == REGCLS_SINGLEUSE});
-    *lpdwRegister = table.lastCookie;
-    return S_OK;
-}
-
-HRESULT CoRevokeClassObject(DWORD dwRegister) {
-    ComPtr<IUnknown> released;  // outside the lock: its destructor is the program's
-    ClassTable& table = classTable();
-    const ScopedLock guard(table.lock);
-    const auto found = std::find_if(table.classes.begin(), table.classes.end(),
-                                    [&](const RegisteredClass& entry) { return entry.cookie == dwRegister; });
-    if (found == table.classes.end()) return E_INVALIDARG;
-    released = std::move(found->classObject);
-    table.classes.erase(found);
-    return S_OK;
-}
 
 HRESULT CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, void*, REFIID riid, void** ppv) {
     if (!ppv) return E_INVALIDARG;

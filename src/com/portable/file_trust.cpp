@@ -39,4 +39,10 @@ bool othersMayChange(const std::filesystem::path& path) {
     return status.st_gid != groupOfUser(status.st_uid) && !isStaff(status.st_gid);
 }
 
+std::string whyNotTrusted(const std::filesystem::path& file) {
+    if (othersMayChange(file)) return "others than its owner may write to it";
+    if (othersMayChange(file.parent_path())) return "others than its owner may write to its folder";
+    return {};
+}
+
 }  // namespace Korvex::Com

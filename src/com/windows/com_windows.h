@@ -23,6 +23,9 @@
 #undef IN
 #undef OUT
 
+// Marks what the portable runtime exports; here the system's own is used.
+#define KORVEX_COM_API
+
 // Missing from the mingw-w64 headers.
 inline constexpr CLSID kStdGlobalInterfaceTable = {
     0x00000323, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};

@@ -4,7 +4,6 @@
 
 #include "com/Mutex.h"
 #include "com/hosting/ProcessHold.h"
-#include "com/hosting/windows/ClassRegistration.h"
 
 namespace Korvex::Com {
 namespace {
@@ -34,6 +33,12 @@ public:
             changed_.wait(mutex_, [this]() REQUIRES(mutex_) { return count_ == 0; });
         } while (areHeldAgain());
     }
+    // Waits for clients however long none come.
+    void stay() {
+        const ScopedLock lock(mutex_);
+        stays_ = true;
+        hadAny_ = true;
+    }
     // Waits for no new clients any more.
     void revoke() {
         const ScopedLock lock(mutex_);
@@ -43,7 +48,11 @@ public:
 
 private:
     bool areHeldAgain() REQUIRES(mutex_) {
-        changed_.waitFor(mutex_, kLinger, [this]() REQUIRES(mutex_) { return count_ > 0 || isRevoked_; });
+        const auto isDecided = [this]() REQUIRES(mutex_) { return count_ > 0 || isRevoked_; };
+        if (stays_)
+            changed_.wait(mutex_, isDecided);
+        else
+            changed_.waitFor(mutex_, kLinger, isDecided);
         const auto more = isRevoked_ ? kUnderWay : std::chrono::milliseconds(0);
         return changed_.waitFor(mutex_, more, [this]() REQUIRES(mutex_) { return count_ > 0; });
     }
@@ -52,6 +61,7 @@ private:
     Condition changed_;
     int count_ GUARDED_BY(mutex_) = 0;
     bool hadAny_ GUARDED_BY(mutex_) = false;
+    bool stays_ GUARDED_BY(mutex_) = false;
     bool isRevoked_ GUARDED_BY(mutex_) = false;
 };
 
@@ -98,9 +108,10 @@ HRESULT registerAll(const std::vector<ServedClass>& classes) {
     return CoResumeClassObjects();
 }
 
-HRESULT serveInApartment(const std::vector<ServedClass>& classes) {
+HRESULT serveInApartment(const std::vector<ServedClass>& classes, Stay stay) {
     constexpr std::chrono::minutes kPatience(1);
     holdCounter = &changeHolds;
+    if (stay == Stay::untilRevoked) holds().stay();
     const HRESULT hr = registerAll(classes);
     if (succeeded(hr)) {
         holds().waitForFirst(kPatience);
@@ -111,35 +122,11 @@ HRESULT serveInApartment(const std::vector<ServedClass>& classes) {
     return hr;
 }
 
-OpxString applicationKeyOf(const ModuleRegistration& registration) {
-    return OLESTR("AppID\\") + registration.module.filename().native();
-}
-
 }  // namespace
 
-HRESULT registerLocalServer(const ModuleRegistration& registration, REFGUID application) {
-    const OpxString classKey = classKeyOf(registration.clsid);
-    const OpxString id = guidText(application);
-    std::vector<RegistryValue> values = classValues(registration);
-    values.push_back({classKey, OLESTR("AppID"), id});
-    values.push_back(
-        {classKey + OLESTR("\\") + kProgramKey, {}, OLESTR("\"") + registration.module.native() + OLESTR("\"")});
-    values.push_back({OLESTR("AppID\\") + id, {}, registration.module.stem().native()});
-    values.push_back({applicationKeyOf(registration), OLESTR("AppID"), id});
-    return writeClassesValues(values);
-}
-
-HRESULT unregisterLocalServer(const ModuleRegistration& registration, REFGUID application) {
-    const HRESULT hr = deleteServerOfClass(registration, kProgramKey);
-    if (isServedByEither(registration.clsid)) return hr;
-    const HRESULT ofApplication =
-        deleteClassesKeys({OLESTR("AppID\\") + guidText(application), applicationKeyOf(registration)});
-    return failed(hr) ? hr : ofApplication;
-}
-
-HRESULT serveClasses(const std::vector<ServedClass>& classes) {
+HRESULT serveClasses(const std::vector<ServedClass>& classes, Stay stay) {
     if (const HRESULT hr = CoInitializeEx(nullptr, COINIT_MULTITHREADED); failed(hr)) return hr;
-    const HRESULT hr = serveInApartment(classes);
+    const HRESULT hr = serveInApartment(classes, stay);
     CoUninitialize();
     return hr;
 }
