@@ -114,7 +114,7 @@ void forkTwice(int channel, const fs::path& program) {
     const pid_t between = forkQuietly();
     if (between == 0) startAndEnd(channel, name.c_str(), arguments.data());
     if (between < 0) throw systemFailure(CO_E_SERVER_EXEC_FAILURE, name);
-    while (::waitpid(between, nullptr, __WCLONE) < 0 && errno == EINTR) {
+    while (::waitpid(between, nullptr, static_cast<int>(__WCLONE)) < 0 && errno == EINTR) {
     }
 }
 
