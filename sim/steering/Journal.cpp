@@ -27,7 +27,7 @@ std::uint64_t Journal::begin(std::string call) {
 void Journal::finish(std::uint64_t entry, HRESULT result) {
     const ScopedLock lock(mutex_);
     if (entries_.empty() || entry < entries_.front().number) return;
-    std::string& line = entries_[entry - entries_.front().number].line;
+    std::string& line = entries_[static_cast<std::size_t>(entry - entries_.front().number)].line;
     line.replace(line.size() - kRunning.size(), kRunning.size(), std::string(" -> ").append(hexText(result)));
 }
 

@@ -13,9 +13,18 @@
 namespace Korvex::Testing {
 namespace {
 
-// Of what the kernel tells, that which headers do not declare.
-constexpr auto kExtendedHandleInformation = static_cast<SYSTEM_INFORMATION_CLASS>(64);
+// What the kernel tells although its headers do not declare it: the query takes any number, the header's enumeration
+// does not.
+constexpr ULONG kExtendedHandleInformation = 64;
 constexpr auto kObjectTypeInformation = static_cast<OBJECT_INFORMATION_CLASS>(2);
+
+NTSTATUS querySystem(ULONG kind, void* memory, ULONG size) {
+    using Query = NTSTATUS(NTAPI*)(ULONG, void*, ULONG, ULONG*);
+    static const auto query = reinterpret_cast<Query>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
+    return query(kind, memory, size, nullptr);
+}
+
 struct HandleEntry {
     void* object;
     ULONG_PTR process;
@@ -46,7 +55,7 @@ std::map<std::string, int> ownHandles() {
     std::map<std::string, int> kinds;
     std::vector<HandleEntry> memory(1 << 16);
     const auto size = static_cast<ULONG>(memory.size() * sizeof(HandleEntry));
-    if (NtQuerySystemInformation(kExtendedHandleInformation, memory.data(), size, nullptr) != 0) return kinds;
+    if (querySystem(kExtendedHandleInformation, memory.data(), size) != 0) return kinds;
     const auto* const list = reinterpret_cast<const HandleList*>(memory.data());
     const HandleEntry* const first = &list->first;
     std::for_each(first, first + list->count, [&](const HandleEntry& entry) {

@@ -1,6 +1,7 @@
 // Tables of test cases that stand in files.
 #pragma once
 
+#include <algorithm>
 #include <fstream>
 #include <stdexcept>
 #include <string>
