@@ -17,7 +17,7 @@ using Com::ComPtr;
 using OpxOpc::OpxOPCShutdown;
 using ::testing::ElementsAre;
 
-TEST(OpxOPCShutdown, a_request_is_told_as_a_status_with_its_reason_if_there_is_one) {
+TEST(OpxOPCShutdown, ARequestIsToldAsAStatusWithItsReasonIfThereIsOne) {
     TraceCapture trace;
     RecordingCallback client;
     ComPtr<OpxOPCShutdown> sink(new OpxOPCShutdown(unowned(&client)));
@@ -34,7 +34,7 @@ TEST(OpxOPCShutdown, a_request_is_told_as_a_status_with_its_reason_if_there_is_o
                             "<== OPCShutdown::ShutdownRequest [hr=S_OK]", "Dtor OPCShutdown"));
 }
 
-TEST(OpxOPCShutdown, what_a_client_throws_does_not_reach_the_server) {
+TEST(OpxOPCShutdown, WhatAClientThrowsDoesNotReachTheServer) {
     struct Thrower : RecordingCallback {
         void ServerStatusChange(std::uint32_t, OpxOpc::ServerStatus) override { throw std::runtime_error("client"); }
     } client;
