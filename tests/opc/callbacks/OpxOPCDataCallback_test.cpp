@@ -15,6 +15,7 @@
 #include "tests/opc/callbacks/Delivery.h"
 #include "tests/support/RecordingCallback.h"
 #include "tests/support/TraceCapture.h"
+#include "tests/support/expected_lines.h"
 
 namespace Korvex::Testing {
 namespace {
@@ -25,6 +26,10 @@ using OpxOpc::ComAsyncTransaction;
 using OpxOpc::OpxOPCDataCallback;
 using OpxOpc::OpxVariant;
 using ::testing::ElementsAre;
+
+std::vector<std::string> expected(const std::string& name) {
+    return linesOf("opc/expected.trace", name);
+}
 
 constexpr std::int32_t kBadType = static_cast<std::int32_t>(0xC0040004u);
 constexpr std::int32_t kInvalidHandle = static_cast<std::int32_t>(0xC0040001u);
@@ -190,12 +195,7 @@ TEST_F(OpxOPCDataCallbackTest, ErrorsThatTheServerDoesNotTellCostEveryItem) {
 TEST_F(OpxOPCDataCallbackTest, TheTraceShowsTheParametersOfADataChange) {
     trace.clear();
     Delivery().add(5, variantOf(std::int32_t{7})).add(6, variantOf(true), kGood, E_FAIL).change(*sink.get(), 3);
-    EXPECT_THAT(trace.texts(), ElementsAre("==> OPCDataCallback::OnDataChange (2 items)",
-                                           "  Parameters:", "  ClientSubscriptionHandle = 3", "  Masterquality = 0",
-                                           "  Mastererror = 1", "  Value count = 2",
-                                           "    Item[0] CH=5 value=7 quality=0xc0 TS=2008-03-01T12:34:56.789Z",
-                                           "    Item[1] CH=6 error=0x80004005", "CALL DataChange", "DONE DataChange",
-                                           "<== OPCDataCallback::OnDataChange [hr=S_OK]"));
+    EXPECT_EQ(trace.texts(), expected("TheTraceShowsTheParametersOfADataChange"));
 }
 
 // ---- Completions of reads
@@ -309,9 +309,7 @@ TEST_F(OpxOPCDataCallbackTest, ATransactionEndsWithItsCompletionItsRemovalOrItsS
 
     Delivery().add(11, variantOf(true)).completeRead(*sink.get(), key);
     EXPECT_TRUE(watched[0].expired());
-    EXPECT_THAT(trace.texts(),
-                ElementsAre("==> OPCDataCallback::OnReadComplete (1 items)", "<-- Dtor ComAsyncTransaction",
-                            "CALL ReadComplete", "DONE ReadComplete", "<== OPCDataCallback::OnReadComplete [hr=S_OK]"));
+    EXPECT_EQ(trace.texts(), expected("ATransactionEndsWithItsCompletionItsRemovalOrItsSink"));
     sink->removeTransaction(removedKey);
     sink->removeTransaction(removedKey);
     EXPECT_TRUE(watched[1].expired());
