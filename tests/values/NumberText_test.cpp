@@ -32,18 +32,6 @@ TEST(NumberText, RealsParseUpToTheFirstForeignCharacter) {
     }
 }
 
-TEST(NumberText, IntegersKeepTheirWidthsOnEveryPlatform) {
-    EXPECT_EQ(parseInt32(OLESTR("-2147483648")).value, std::numeric_limits<std::int32_t>::min());
-    EXPECT_TRUE(parseInt32(OLESTR("2147483648")).outOfRange);
-    EXPECT_TRUE(parseInt32(OLESTR("-2147483649")).outOfRange);
-    EXPECT_EQ(parseUInt32(OLESTR("4294967295")).value, 4294967295u);
-    EXPECT_EQ(parseUInt32(OLESTR("-4294967295")).value, 1u);
-    EXPECT_TRUE(parseUInt32(OLESTR("4294967296")).outOfRange);
-    EXPECT_EQ(parseInt64(OLESTR("-9223372036854775808")).value, std::numeric_limits<std::int64_t>::min());
-    EXPECT_TRUE(parseInt64(OLESTR("9223372036854775808")).outOfRange);
-    EXPECT_TRUE(parseInt64(OLESTR("99999999999999999999999999")).outOfRange);
-}
-
 TEST(NumberText, RealsPrintAsPrintfDoesWithOneFormForTheSpecialValues) {
     struct Case {
         double value;

@@ -163,29 +163,29 @@ void applicationSecures() {
     child.end();
 }
 
-TEST(ApartmentModeDeathTest, com_and_security_are_settled_by_the_first_connection) {
+TEST(ApartmentModeDeathTest, ComAndSecurityAreSettledByTheFirstConnection) {
     IN_CHILD_PROCESS(countsInstances());
 }
-TEST(ApartmentModeDeathTest, a_single_threaded_apartment_is_noticed_and_left_alone) {
+TEST(ApartmentModeDeathTest, ASingleThreadedApartmentIsNoticedAndLeftAlone) {
     IN_CHILD_PROCESS(findsSingleThreaded());
 }
-TEST(ApartmentModeDeathTest, a_failed_initialization_is_not_balanced) {
+TEST(ApartmentModeDeathTest, AFailedInitializationIsNotBalanced) {
     IN_CHILD_PROCESS(failsToInitialize());
 }
-TEST(ApartmentModeDeathTest, security_settled_by_the_application_is_no_error) {
+TEST(ApartmentModeDeathTest, SecuritySettledByTheApplicationIsNoError) {
     IN_CHILD_PROCESS(isTooLateForSecurity());
 }
-TEST(ApartmentModeDeathTest, the_applications_own_security_counts) {
+TEST(ApartmentModeDeathTest, TheApplicationsOwnSecurityCounts) {
     IN_CHILD_PROCESS(applicationSecures());
 }
-TEST(ApartmentModeDeathTest, the_environment_raises_the_authentication_level) {
+TEST(ApartmentModeDeathTest, TheEnvironmentRaisesTheAuthenticationLevel) {
     const std::pair<std::string, DWORD> table[] = {{"none", 1},    {"connect", 2},  {"integrity", 5},
                                                    {"privacy", 6}, {"nonsense", 1}, {"", 1}};
     for (const auto& [asked, level] : table) {
         IN_CHILD_PROCESS(securesAsAsked(asked, level));
     }
 }
-TEST(ApartmentModeDeathTest, security_that_fails_is_reported_once) {
+TEST(ApartmentModeDeathTest, SecurityThatFailsIsReportedOnce) {
     IN_CHILD_PROCESS(failsToSecure());
 }
 

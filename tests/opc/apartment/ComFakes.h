@@ -34,6 +34,16 @@ public:
     std::map<std::string, HRESULT> failingFetches;
     std::string withoutCookie;  // the interface whose registration succeeds and yields no cookie
     HRESULT creation = S_OK;
+
+    // Forgets the calls so far and fails no more.
+    void reset() {
+        calls.clear();
+        failingRegistrations.clear();
+        failingFetches.clear();
+        withoutCookie.clear();
+        creation = S_OK;
+    }
+
     ULONG references = 0;
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }

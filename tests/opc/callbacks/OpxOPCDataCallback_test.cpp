@@ -15,6 +15,7 @@
 #include "tests/opc/callbacks/Delivery.h"
 #include "tests/support/RecordingCallback.h"
 #include "tests/support/TraceCapture.h"
+#include "tests/support/expected_lines.h"
 
 namespace Korvex::Testing {
 namespace {
@@ -25,6 +26,10 @@ using OpxOpc::ComAsyncTransaction;
 using OpxOpc::OpxOPCDataCallback;
 using OpxOpc::OpxVariant;
 using ::testing::ElementsAre;
+
+std::vector<std::string> expected(const std::string& name) {
+    return linesOf("opc/expected.trace", name);
+}
 
 constexpr std::int32_t kBadType = static_cast<std::int32_t>(0xC0040004u);
 constexpr std::int32_t kInvalidHandle = static_cast<std::int32_t>(0xC0040001u);
@@ -62,7 +67,7 @@ struct ChangedItem {
     std::int32_t masterQuality;
 };
 
-TEST_F(OpxOPCDataCallbackTest, a_data_change_tells_each_item_s_value_or_error) {
+TEST_F(OpxOPCDataCallbackTest, ADataChangeTellsEachItemsValueOrError) {
     const ChangedItem items[] = {
         {"good", [] { return variantOf(std::int32_t{7}); }, kGood, S_OK, "7", 0xC0, S_OK, S_OK},
         {"kept type", [] { return variantOf(1.5); }, kGood, S_OK, "1.5", 0xC0, S_OK, S_OK},
@@ -100,7 +105,7 @@ TEST_F(OpxOPCDataCallbackTest, a_data_change_tells_each_item_s_value_or_error) {
     }
 }
 
-TEST_F(OpxOPCDataCallbackTest, times_before_1970_and_times_that_are_none_become_the_zero_date) {
+TEST_F(OpxOPCDataCallbackTest, TimesBefore1970AndTimesThatAreNoneBecomeTheZeroDate) {
     constexpr FILETIME kNoTime = {0xFFFFFFFF, 0xFFFFFFFF};
     Delivery()
         .add(1, variantOf(true))
@@ -116,7 +121,7 @@ TEST_F(OpxOPCDataCallbackTest, times_before_1970_and_times_that_are_none_become_
     }
 }
 
-TEST_F(OpxOPCDataCallbackTest, a_failed_data_change_is_passed_on_without_its_items) {
+TEST_F(OpxOPCDataCallbackTest, AFailedDataChangeIsPassedOnWithoutItsItems) {
     Delivery delivery;
     delivery.masterError = E_FAIL;
     delivery.add(5, variantOf(std::int32_t{7}), kGood, E_FAIL).change(*sink.get(), 3);
@@ -126,7 +131,7 @@ TEST_F(OpxOPCDataCallbackTest, a_failed_data_change_is_passed_on_without_its_ite
     EXPECT_TRUE(change.errors.empty());
 }
 
-TEST_F(OpxOPCDataCallbackTest, arrays_that_the_server_leaves_out_cost_the_items_only) {
+TEST_F(OpxOPCDataCallbackTest, ArraysThatTheServerLeavesOutCostTheItemsOnly) {
     struct Case {
         const char* missing;
         std::int32_t changeError, readError;
@@ -153,7 +158,7 @@ TEST_F(OpxOPCDataCallbackTest, arrays_that_the_server_leaves_out_cost_the_items_
     }
 }
 
-TEST_F(OpxOPCDataCallbackTest, a_count_without_handles_is_no_items) {
+TEST_F(OpxOPCDataCallbackTest, ACountWithoutHandlesIsNoItems) {
     constexpr DWORD kPromised = 0xFFFFFFFF;
     const auto transaction = [&] { return sink->registerTransaction(transactionOf({VType::Empty})); };
     EXPECT_EQ(sink->OnDataChange(0, 3, S_OK, S_OK, kPromised, nullptr, nullptr, nullptr, nullptr, nullptr), S_OK);
@@ -167,13 +172,13 @@ TEST_F(OpxOPCDataCallbackTest, a_count_without_handles_is_no_items) {
     }
 }
 
-TEST(CallbackRecords, of_one_callback_share_one_time_that_is_asked_for_once) {
+TEST(CallbackRecords, OfOneCallbackShareOneTimeThatIsAskedForOnce) {
     const OpxOpc::CallbackRecords records(300'000);
     const auto millisecondsOf = [](const OpxOpc::OpxDate& date) { return date.time() * 1000 + date.millitm(); };
     EXPECT_EQ(millisecondsOf(records.values.front().timestamp), millisecondsOf(records.values.back().timestamp));
 }
 
-TEST_F(OpxOPCDataCallbackTest, errors_that_the_server_does_not_tell_cost_every_item) {
+TEST_F(OpxOPCDataCallbackTest, ErrorsThatTheServerDoesNotTellCostEveryItem) {
     Delivery delivery;
     delivery.missing = "e";
     delivery.masterError = S_FALSE;
@@ -187,15 +192,10 @@ TEST_F(OpxOPCDataCallbackTest, errors_that_the_server_does_not_tell_cost_every_i
     EXPECT_THAT(client.writes().back().errors, ElementsAre(E_FAIL));
 }
 
-TEST_F(OpxOPCDataCallbackTest, the_trace_shows_the_parameters_of_a_data_change) {
+TEST_F(OpxOPCDataCallbackTest, TheTraceShowsTheParametersOfADataChange) {
     trace.clear();
     Delivery().add(5, variantOf(std::int32_t{7})).add(6, variantOf(true), kGood, E_FAIL).change(*sink.get(), 3);
-    EXPECT_THAT(trace.texts(), ElementsAre("==> OPCDataCallback::OnDataChange (2 items)",
-                                           "  Parameters:", "  ClientSubscriptionHandle = 3", "  Masterquality = 0",
-                                           "  Mastererror = 1", "  Value count = 2",
-                                           "    Item[0] CH=5 value=7 quality=0xc0 TS=2008-03-01T12:34:56.789Z",
-                                           "    Item[1] CH=6 error=0x80004005", "CALL DataChange", "DONE DataChange",
-                                           "<== OPCDataCallback::OnDataChange [hr=S_OK]"));
+    EXPECT_EQ(trace.texts(), expected("TheTraceShowsTheParametersOfADataChange"));
 }
 
 // ---- Completions of reads
@@ -210,7 +210,7 @@ struct ReadItem {
     std::int32_t forwardedError;
 };
 
-TEST_F(OpxOPCDataCallbackTest, a_read_completion_converts_good_values_by_the_group_s_locale) {
+TEST_F(OpxOPCDataCallbackTest, AReadCompletionConvertsGoodValuesByTheGroupsLocale) {
     const ReadItem items[] = {
         {"as it comes", VType::Empty, [] { return variantOf(1.5); }, kGood, S_OK, "1.5", S_OK},
         {"asked for no known type", VType::Unknown, [] { return variantOf(1.5); }, kGood, S_OK, "1.5", S_OK},
@@ -241,7 +241,7 @@ TEST_F(OpxOPCDataCallbackTest, a_read_completion_converts_good_values_by_the_gro
     }
 }
 
-TEST_F(OpxOPCDataCallbackTest, a_failed_read_is_passed_on_unconverted) {
+TEST_F(OpxOPCDataCallbackTest, AFailedReadIsPassedOnUnconverted) {
     Delivery delivery;
     delivery.masterError = E_FAIL;
     delivery.masterQuality = S_FALSE;
@@ -257,7 +257,7 @@ TEST_F(OpxOPCDataCallbackTest, a_failed_read_is_passed_on_unconverted) {
 
 // ---- Completions of either kind
 
-TEST_F(OpxOPCDataCallbackTest, an_item_that_was_not_asked_for_is_an_invalid_handle) {
+TEST_F(OpxOPCDataCallbackTest, AnItemThatWasNotAskedForIsAnInvalidHandle) {
     const std::string line = "Error: OPCDataCallback::OnReadComplete - can not find handle";
     Delivery delivery;
     delivery.add(11, variantOf(true)).add(99, variantOf(true)).add(12, variantOf(true));
@@ -273,7 +273,7 @@ TEST_F(OpxOPCDataCallbackTest, an_item_that_was_not_asked_for_is_an_invalid_hand
     EXPECT_EQ(trace.count(line), 2u) << "writes report it under the read's name";
 }
 
-TEST_F(OpxOPCDataCallbackTest, a_write_completion_hands_codes_on_only_with_S_FALSE) {
+TEST_F(OpxOPCDataCallbackTest, AWriteCompletionHandsCodesOnOnlyWithsFALSE) {
     struct Case {
         HRESULT master;
         std::vector<std::int32_t> errors;
@@ -294,7 +294,7 @@ TEST_F(OpxOPCDataCallbackTest, a_write_completion_hands_codes_on_only_with_S_FAL
     }
 }
 
-TEST_F(OpxOPCDataCallbackTest, a_transaction_ends_with_its_completion_its_removal_or_its_sink) {
+TEST_F(OpxOPCDataCallbackTest, ATransactionEndsWithItsCompletionItsRemovalOrItsSink) {
     auto completed = transactionOf({VType::Empty});
     auto removed = transactionOf({VType::Empty});
     auto waiting = transactionOf({VType::Empty});
@@ -309,9 +309,7 @@ TEST_F(OpxOPCDataCallbackTest, a_transaction_ends_with_its_completion_its_remova
 
     Delivery().add(11, variantOf(true)).completeRead(*sink.get(), key);
     EXPECT_TRUE(watched[0].expired());
-    EXPECT_THAT(trace.texts(),
-                ElementsAre("==> OPCDataCallback::OnReadComplete (1 items)", "<-- Dtor ComAsyncTransaction",
-                            "CALL ReadComplete", "DONE ReadComplete", "<== OPCDataCallback::OnReadComplete [hr=S_OK]"));
+    EXPECT_EQ(trace.texts(), expected("ATransactionEndsWithItsCompletionItsRemovalOrItsSink"));
     sink->removeTransaction(removedKey);
     sink->removeTransaction(removedKey);
     EXPECT_TRUE(watched[1].expired());
@@ -321,7 +319,7 @@ TEST_F(OpxOPCDataCallbackTest, a_transaction_ends_with_its_completion_its_remova
     EXPECT_TRUE(trace.has("Dtor OPCDataCallback"));
 }
 
-TEST_F(OpxOPCDataCallbackTest, a_completion_that_comes_on_several_threads_at_once_is_told_once) {
+TEST_F(OpxOPCDataCallbackTest, ACompletionThatComesOnSeveralThreadsAtOnceIsToldOnce) {
     constexpr int kRounds = 300;
     for (int i = 0; i < kRounds; ++i) {
         const auto key = sink->registerTransaction(transactionOf({VType::String}));
@@ -344,7 +342,7 @@ TEST_F(OpxOPCDataCallbackTest, a_completion_that_comes_on_several_threads_at_onc
     EXPECT_EQ(client.writes().size(), 1u) << "no lock is left behind";
 }
 
-TEST_F(OpxOPCDataCallbackTest, a_detached_sink_tells_its_client_nothing) {
+TEST_F(OpxOPCDataCallbackTest, ADetachedSinkTellsItsClientNothing) {
     const auto key = sink->registerTransaction(transactionOf({VType::Empty}));
     sink->detach();
     Delivery delivery;
@@ -358,7 +356,7 @@ TEST_F(OpxOPCDataCallbackTest, a_detached_sink_tells_its_client_nothing) {
     }
 }
 
-TEST_F(OpxOPCDataCallbackTest, an_unknown_read_is_told_and_holds_up_other_threads_completions) {
+TEST_F(OpxOPCDataCallbackTest, AnUnknownReadIsToldAndHoldsUpOtherThreadsCompletions) {
     static auto& told = *new RecordingCallback;
     auto* const stuck = new OpxOPCDataCallback(OpxOpc::unowned(&told), kGerman);
     stuck->AddRef();
@@ -370,7 +368,7 @@ TEST_F(OpxOPCDataCallbackTest, an_unknown_read_is_told_and_holds_up_other_thread
     EXPECT_TRUE(told.writes().empty()) << "the completion waits";
 }
 
-TEST_F(OpxOPCDataCallbackTest, an_unknown_transaction_holds_up_other_threads_completions_but_nothing_else) {
+TEST_F(OpxOPCDataCallbackTest, AnUnknownTransactionHoldsUpOtherThreadsCompletionsButNothingElse) {
     // The other thread waits for ever, so what it uses must live as long.
     static auto& told = *new RecordingCallback;
     auto* const stuck = new OpxOPCDataCallback(OpxOpc::unowned(&told), kGerman);
@@ -413,7 +411,7 @@ class ThrowingCallback : public RecordingCallback {
     }
 };
 
-TEST_F(OpxOPCDataCallbackTest, what_a_client_throws_does_not_reach_the_server) {
+TEST_F(OpxOPCDataCallbackTest, WhatAClientThrowsDoesNotReachTheServer) {
     ThrowingCallback thrower;
     ComPtr<OpxOPCDataCallback> told(new OpxOPCDataCallback(OpxOpc::unowned(&thrower), kGerman));
     Delivery delivery;
@@ -424,7 +422,7 @@ TEST_F(OpxOPCDataCallbackTest, what_a_client_throws_does_not_reach_the_server) {
     EXPECT_EQ(trace.textsWith("Unexpected Error").size(), 3u);
 }
 
-TEST_F(OpxOPCDataCallbackTest, callbacks_of_several_threads_overlap_with_each_other_and_with_detaching) {
+TEST_F(OpxOPCDataCallbackTest, CallbacksOfSeveralThreadsOverlapWithEachOtherAndWithDetaching) {
     constexpr int kThreads = 4;
     constexpr int kRounds = 50;
     std::vector<std::thread> threads;
@@ -448,7 +446,7 @@ TEST_F(OpxOPCDataCallbackTest, callbacks_of_several_threads_overlap_with_each_ot
     EXPECT_EQ(sink.release(), 0u);
 }
 
-TEST_F(OpxOPCDataCallbackTest, it_is_an_unknown_and_a_data_callback_only) {
+TEST_F(OpxOPCDataCallbackTest, ItIsAnUnknownAndADataCallbackOnly) {
     void* object = nullptr;
     EXPECT_EQ(sink->QueryInterface(IID_IOPCDataCallback, nullptr), E_INVALIDARG);
     EXPECT_EQ(sink->QueryInterface(IID_IOPCShutdown, &object), E_NOINTERFACE);

@@ -10,6 +10,7 @@
 #include "com/ComCalls.h"
 #include "tests/opc/apartment/ComFakes.h"
 #include "tests/opc/group/GroupFixture.h"
+#include "tests/support/expected_lines.h"
 
 namespace Korvex::Testing {
 namespace {
@@ -18,6 +19,10 @@ using Opx::VType;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+
+std::vector<std::string> expected(const std::string& name) {
+    return linesOf("opc/expected.trace", name);
+}
 
 constexpr std::int32_t kUnknownItem = static_cast<std::int32_t>(0xC0040007u);
 
@@ -34,25 +39,7 @@ protected:
 
 // ---- Interfaces
 
-TEST_F(SimulationFixture, a_group_needs_the_interfaces_of_data_access_2) {
-    for (const std::string name : {"IOPCGroupStateMgt", "IOPCSyncIO", "IOPCAsyncIO2"}) {
-        SCOPED_TRACE(name);
-        sim.reset();
-        sim.refuse(name);
-        Connection c;
-        EXPECT_EQ(c.connectWithGroup(), E_NOINTERFACE);
-        EXPECT_TRUE(trace.hasInOrder(
-            {"--> DaGroupMgt::initialize", "--> DaGroupMgtPrivate::SetIOPCItemMgt",
-             "CALL IOPCItemMgt::QueryInterface (IID_" + name + ")", "DONE IOPCItemMgt::QueryInterface [hr=0x80004002]",
-             "Error DaGroupMgtPrivate::SetIOPCItemMgt: QueryInterface for " + name + " [hr=0x80004002]",
-             "<-- DaGroupMgtPrivate::SetIOPCItemMgt [hr=0x80004002]", "<-- DaGroupMgt::initialize [hr=0x80004002]",
-             "<-- DaServerMgt::addGroup [hr=0x80004002]"}))
-            << trace.dump();
-        EXPECT_EQ(c.group.setActive(true), E_FAIL) << "the group stays unavailable";
-    }
-}
-
-TEST_F(SimulationFixture, both_interfaces_of_data_access_3_are_needed_to_read_by_age) {
+TEST_F(DaGroupMgtTest, BothInterfacesOfDataAccess3AreNeededToReadByAge) {
     struct Case {
         std::vector<std::string> refused;
         const char* read;
@@ -65,29 +52,27 @@ TEST_F(SimulationFixture, both_interfaces_of_data_access_3_are_needed_to_read_by
         sim.reset();
         trace.clear();
         for (const std::string& name : each.refused) sim.refuse(name);
-        Connection c;
-        ASSERT_EQ(c.connectWithGroup(), S_OK);
+        Connection own;
+        ASSERT_EQ(own.connectWithGroup(), S_OK);
         for (const std::string name : {"IOPCSyncIO2", "IOPCAsyncIO3"}) {
             const bool refused = std::count(each.refused.begin(), each.refused.end(), name) > 0;
             EXPECT_EQ(trace.has("Data Access 3 interface " + name + " not supported by the server [hr=0x0]"), refused);
         }
-        EXPECT_EQ(c.read(c.add(OLESTR("Constant.Int32")), 1000), S_OK);
+        EXPECT_EQ(own.read(own.add(OLESTR("Constant.Int32")), 1000), S_OK);
         EXPECT_EQ(sim.journal(each.read).size(), 1u) << each.read;
     }
 }
 
-TEST_F(DaGroupMgtTest, clearing_releases_the_group_and_makes_it_unavailable) {
+TEST_F(DaGroupMgtTest, ClearingReleasesTheGroupAndMakesItUnavailable) {
     EXPECT_EQ(c.group.clear(), S_OK);
-    EXPECT_THAT(trace.texts(), ElementsAre("--> DaGroupMgtPrivate::ReleaseOPCGroupInterfaces",
-                                           "Reference count = 1 of OPCGroup object after last release",
-                                           "<-- DaGroupMgtPrivate::ReleaseOPCGroupInterfaces [hr=0x0]"))
+    EXPECT_EQ(trace.texts(), expected("ClearingReleasesTheGroupAndMakesItUnavailable"))
         << "the reference left is the server's";
     EXPECT_EQ(c.group.setActive(true), E_FAIL);
 }
 
 // ---- State
 
-TEST_F(DaGroupMgtTest, a_change_of_state_asks_for_just_that_and_keeps_the_revised_rate) {
+TEST_F(DaGroupMgtTest, AChangeOfStateAsksForJustThatAndKeepsTheRevisedRate) {
     struct Case {
         const char* name;
         HRESULT (*call)(Connection&);
@@ -124,14 +109,14 @@ TEST_F(DaGroupMgtTest, a_change_of_state_asks_for_just_that_and_keeps_the_revise
     EXPECT_EQ(c.group.percentDeadband(), 5.0F);
 }
 
-TEST_F(DaGroupMgtTest, the_server_s_revision_of_a_rate_counts) {
+TEST_F(DaGroupMgtTest, TheServersRevisionOfARateCounts) {
     EXPECT_TRUE(succeeded(c.group.setUpdateRate(1)));
     EXPECT_EQ(c.group.updateRate(), 10u);
 }
 
 // ---- Items
 
-TEST_F(DaGroupMgtTest, accepted_items_learn_handle_rights_and_canonical_type) {
+TEST_F(DaGroupMgtTest, AcceptedItemsLearnHandleRightsAndCanonicalType) {
     std::vector<OpxOpc::OpxItemIdentifier> items = {
         itemNamed(OLESTR("Constant.Double")), itemNamed(OLESTR("Constant.Double"), VType::String),
         itemNamed(OLESTR("Register.Int16Array"), VType::Unknown), itemNamed(OLESTR("No.Such.Item"), VType::Int32)};
@@ -157,7 +142,7 @@ TEST_F(DaGroupMgtTest, accepted_items_learn_handle_rights_and_canonical_type) {
         << trace.dump();
 }
 
-TEST_F(DaGroupMgtTest, validating_tells_rights_and_type_and_adds_nothing) {
+TEST_F(DaGroupMgtTest, ValidatingTellsRightsAndTypeAndAddsNothing) {
     std::vector<OpxOpc::OpxItemIdentifier> items = {itemNamed(OLESTR("Constant.Double")),
                                                     itemNamed(OLESTR("No.Such.Item"))};
     Codes errors;
@@ -171,14 +156,14 @@ TEST_F(DaGroupMgtTest, validating_tells_rights_and_type_and_adds_nothing) {
         << "reported under the name of adding";
 }
 
-TEST_F(DaGroupMgtTest, no_codes_are_handed_out_when_every_item_was_accepted) {
+TEST_F(DaGroupMgtTest, NoCodesAreHandedOutWhenEveryItemWasAccepted) {
     std::vector<OpxOpc::OpxItemIdentifier> items = {itemNamed(OLESTR("Constant.Double"))};
     Codes errors = {1, 2, 3};
     EXPECT_EQ(c.group.addItems(items, errors, false), S_OK);
     EXPECT_THAT(errors, IsEmpty());
 }
 
-TEST_F(DaGroupMgtTest, removing_zeroes_every_handle_even_of_items_that_the_server_refused) {
+TEST_F(DaGroupMgtTest, RemovingZeroesEveryHandleEvenOfItemsThatTheServerRefused) {
     std::vector<OpxOpc::OpxItemIdentifier> items(2);
     items[0].serverHandle = c.add(OLESTR("Constant.Double"));
     items[1].serverHandle = 4711;
@@ -193,7 +178,7 @@ TEST_F(DaGroupMgtTest, removing_zeroes_every_handle_even_of_items_that_the_serve
 
 // ---- Callbacks
 
-TEST_F(DaGroupMgtTest, data_changes_arrive_until_the_callback_is_disconnected) {
+TEST_F(DaGroupMgtTest, DataChangesArriveUntilTheCallbackIsDisconnected) {
     c.add(OLESTR("Signal.Counter"));
     ASSERT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
     trace.clear();
@@ -208,7 +193,7 @@ TEST_F(DaGroupMgtTest, data_changes_arrive_until_the_callback_is_disconnected) {
     EXPECT_EQ(sim.counts()["sinks"], 0);
 }
 
-TEST_F(DaGroupMgtTest, a_transaction_needs_a_connected_callback) {
+TEST_F(DaGroupMgtTest, ATransactionNeedsAConnectedCallback) {
     const auto transaction = [] {
         return std::make_shared<OpxOpc::ComAsyncTransaction>(1, std::map<std::uint32_t, std::uint32_t>(), Types(),
                                                              Handles());
@@ -221,7 +206,7 @@ TEST_F(DaGroupMgtTest, a_transaction_needs_a_connected_callback) {
     EXPECT_TRUE(trace.has("<-- Dtor ComAsyncTransaction"));
 }
 
-TEST_F(DaGroupMgtTest, a_sink_that_the_server_keeps_is_cut_off_and_tells_nothing_more) {
+TEST_F(DaGroupMgtTest, ASinkThatTheServerKeepsIsCutOffAndTellsNothingMore) {
     const ComCallsGuard guard;
     Com::comCalls().coDisconnectObject = [](IUnknown*) -> HRESULT { return S_FALSE; };
     c.add(OLESTR("Signal.Counter"));
@@ -229,11 +214,7 @@ TEST_F(DaGroupMgtTest, a_sink_that_the_server_keeps_is_cut_off_and_tells_nothing
     sim.fault("IConnectionPoint::Unadvise", E_FAIL);
     trace.clear();
     EXPECT_EQ(c.group.disconnectCallback(), S_FALSE);
-    EXPECT_THAT(
-        trace.textsWith("Co"),
-        ElementsAre("--> DaGroupMgtPrivate::GetIConnectionPoint", "<-- DaGroupMgtPrivate::GetIConnectionPoint [hr=0x0]",
-                    "CALL IConnectionPoint::Unadvise", "DONE IConnectionPoint::Unadvise [hr=0x80004005]",
-                    "CALL CoDisconnectObject", "DONE CoDisconnectObject [hr=0x1]"));
+    EXPECT_EQ(trace.textsWith("Co"), expected("ASinkThatTheServerKeepsIsCutOffAndTellsNothingMore"));
     const auto told = c.client.dataChanges().size();
     c.group.setActive(true);
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
@@ -241,7 +222,7 @@ TEST_F(DaGroupMgtTest, a_sink_that_the_server_keeps_is_cut_off_and_tells_nothing
     EXPECT_TRUE(trace.has("<== OPCDataCallback::OnDataChange - callback pointer is NULL"));
 }
 
-TEST_F(DaGroupMgtTest, an_exception_while_a_sink_is_given_up_is_caught) {
+TEST_F(DaGroupMgtTest, AnExceptionWhileASinkIsGivenUpIsCaught) {
     const ComCallsGuard guard;
     Com::comCalls().coDisconnectObject = [](IUnknown*) -> HRESULT { throw std::runtime_error("proxy"); };
     ASSERT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
@@ -251,116 +232,7 @@ TEST_F(DaGroupMgtTest, an_exception_while_a_sink_is_given_up_is_caught) {
     EXPECT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK) << "the callback counts as disconnected";
 }
 
-// ---- Failures
-
-constexpr std::uint32_t kHandle = 1;
-
-HRESULT addItem(Connection& c, bool validateOnly) {
-    std::vector<OpxOpc::OpxItemIdentifier> items = {itemNamed(OLESTR("Constant.Int32"))};
-    return c.group.addItems(items, c.errors, validateOnly);
-}
-HRESULT removeItem(Connection& c) {
-    std::vector<OpxOpc::OpxItemIdentifier> items(1);
-    return c.group.removeItems(items, c.errors);
-}
-HRESULT activate(Connection& c) {
-    return c.group.setActive(true);
-}
-HRESULT setDeadband(Connection& c) {
-    return c.group.setDeadband(1);
-}
-HRESULT setUpdateRate(Connection& c) {
-    return c.group.setUpdateRate(1);
-}
-HRESULT setState(Connection& c) {
-    return c.group.setState(true, 1, 1);
-}
-HRESULT add(Connection& c) {
-    return addItem(c, false);
-}
-HRESULT validate(Connection& c) {
-    return addItem(c, true);
-}
-HRESULT readDevice(Connection& c) {
-    return c.read(kHandle);
-}
-HRESULT readAged(Connection& c) {
-    return c.read(kHandle, 500);
-}
-HRESULT readAsync(Connection& c) {
-    return c.group.readAsync(1, 0, {kHandle}, c.errors);
-}
-HRESULT readAsyncAged(Connection& c) {
-    return c.group.readAsync(1, 500, {kHandle}, c.errors);
-}
-HRESULT write(Connection& c) {
-    return c.write(kHandle, OpxOpc::OpxVariant::of(true));
-}
-HRESULT writeAsync(Connection& c) {
-    return c.group.writeAsync(1, {kHandle}, {OpxOpc::OpxVariant::of(true)}, {VType::Empty}, c.errors);
-}
-HRESULT advise(Connection& c) {
-    return c.group.connectCallback(OpxOpc::unowned(&c.client));
-}
-
-TEST_F(SimulationFixture, a_group_s_failure_is_answered_with_its_code_and_stands_in_the_trace) {
-    const Failure failures[] = {
-        {"fault IOPCGroupStateMgt::SetState 0x80004005", activate, E_FAIL, "<-- DaGroupMgt::setActive [hr=0x80004005]",
-         "Error: IOPCGroupStateMgt::SetState FAILED [hr=0x80004005]"},
-        {"fault IOPCGroupStateMgt::SetState 0x80004005", setDeadband, E_FAIL,
-         "<-- DaGroupMgt::setDeadband [hr=0x80004005]", "CALL IOPCGroupStateMgt::SetState"},
-        {"fault IOPCGroupStateMgt::SetState 0x80004005", setUpdateRate, E_FAIL,
-         "<-- DaGroupMgt::setUpdateRate [hr=0x80004005]", "DONE IOPCGroupStateMgt::SetState [hr=0x80004005]"},
-        {"fault IOPCGroupStateMgt::SetState 0x80004005", setState, E_FAIL, "<-- DaGroupMgt::setState [hr=0x80004005]"},
-        {"fault IOPCItemMgt::AddItems 0x80004005", add, E_FAIL, "Error: IOPCItemMgt::AddItems FAILED [hr=0x80004005]",
-         "<-- DaGroupMgt::addItems [hr=0x80004005]"},
-        {"fault IOPCItemMgt::ValidateItems 0x80004005", validate, E_FAIL,
-         "Error: IOPCItemMgt::ValidateItems FAILED [hr=0x80004005]"},
-        {"fault IOPCItemMgt::RemoveItems 0x80004005", removeItem, E_FAIL,
-         "Error: IOPCItemMgt::RemoveItems FAILED [hr=0x80004005]", "<-- DaGroupMgt::removeItems [hr=0x80004005]"},
-        {"fault IOPCSyncIO::Read 0x80004005", readDevice, E_FAIL, "Error: IOPCSyncIO::Read FAILED [hr=0x80004005]",
-         "<-- DaGroupMgtPrivate::read [hr=0x80004005]"},
-        {"fault IOPCSyncIO2::ReadMaxAge 0x80004005", readAged, E_FAIL,
-         "Error: IOPCSyncIO2::ReadMaxAge FAILED [hr=0x80004005]"},
-        {"fault IOPCAsyncIO2::Read 0x80004005", readAsync, E_FAIL, "Error: IOPCAsyncIO3::Read FAILED [hr=0x80004005]",
-         "--> DaGroupMgt::readAsync (handles)"},
-        {"fault IOPCAsyncIO3::ReadMaxAge 0x80004005", readAsyncAged, E_FAIL,
-         "Error: IOPCAsyncIO3::ReadMaxAge FAILED [hr=0x80004005]"},
-        {"fault IOPCSyncIO::Write 0x80004005", write, E_FAIL, "Error: IOPCSyncIO::Write FAILED [hr=0x80004005]",
-         "  Item[0] 1 DT=1 Value=true"},
-        {"fault IOPCAsyncIO2::Write 0x80004005", writeAsync, E_FAIL,
-         "Error: IOPCAsyncIO2::Write FAILED [hr=0x80004005]", "--> DaGroupMgt::writeAsync (handles)"},
-        {"fault IConnectionPoint::Advise 0x80004005", advise, E_FAIL,
-         "Error: Group IConnectionPoint::Advise FAILED [hr=0x80004005]"},
-        {"refuse IConnectionPointContainer", advise, E_NOINTERFACE,
-         "Error: IOPCItemMgt::QueryInterface for IID_IConnectionPointContainer FAILED [hr=0x80004002]",
-         "<-- DaGroupMgt::connectCallback [hr=E_NOINTERFACE] - IConnectionPoint not valid"},
-        {"fault IConnectionPointContainer::FindConnectionPoint 0x80040200", advise, E_NOINTERFACE,
-         "Error: IConnectionPointContainer::FindConnectionPoint FAILED [hr=0x80040200]",
-         "--> DaGroupMgtPrivate::GetIConnectionPoint"},
-    };
-    expectFailures(failures, sim, trace, withGroup);
-}
-
-TEST_F(SimulationFixture, nothing_works_on_a_group_that_is_not_available) {
-    const Failure failures[] = {
-        {"", activate, E_FAIL, "<-- DaGroupMgt::setActive [hr=E_FAIL] - group is not available in server"},
-        {"", setDeadband, E_FAIL, "<-- DaGroupMgt::setDeadband [hr=E_FAIL] - group is not available in server"},
-        {"", setUpdateRate, E_FAIL, "<-- DaGroupMgt::setUpdateRate [hr=E_FAIL] - group is not available in server"},
-        {"", setState, E_FAIL, "<-- DaGroupMgt::setState [hr=E_FAIL] - group is not available in server"},
-        {"", add, E_FAIL, "<-- DaGroupMgt::addItems [E_FAIL] - Group not available"},
-        {"", removeItem, E_FAIL, "<-- DaGroupMgt::removeItems [E_FAIL] - Group not available"},
-        {"", readDevice, E_FAIL, "<-- DaGroupMgt::read [E_FAIL] - Group not available"},
-        {"", readAsync, E_FAIL, "<-- DaGroupMgt::readAsync [E_FAIL] - Group not available"},
-        {"", write, E_FAIL, "<-- DaGroupMgt::write [E_FAIL] - Group not available"},
-        {"", writeAsync, E_FAIL, "<-- DaGroupMgt::writeAsync [E_FAIL] - Group not available"},
-        {"", advise, E_NOINTERFACE, "<-- DaGroupMgtPrivate::GetIConnectionPoint: IOPCItemMgt interface not available",
-         "<-- DaGroupMgt::connectCallback [hr=E_NOINTERFACE] - IConnectionPoint not valid"},
-    };
-    expectFailures(failures, sim, trace, nothing);
-}
-
-TEST_F(DaGroupMgtTest, removing_a_group_takes_its_callback_back_first) {
+TEST_F(DaGroupMgtTest, RemovingAGroupTakesItsCallbackBackFirst) {
     ASSERT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
     sim.clearJournal();
     EXPECT_EQ(c.server.removeGroup(&c.group), S_OK);
@@ -369,61 +241,6 @@ TEST_F(DaGroupMgtTest, removing_a_group_takes_its_callback_back_first) {
     const auto unadvised = calls.find("IConnectionPoint::Unadvise");
     EXPECT_LT(unadvised, calls.find("IOPCServer::RemoveGroup")) << calls;
     EXPECT_EQ(c.group.disconnectCallback(), E_FAIL);
-}
-
-HRESULT addNothing(Connection& c) {
-    std::vector<OpxOpc::OpxItemIdentifier> none;
-    return c.group.addItems(none, c.errors, false);
-}
-HRESULT removeNothing(Connection& c) {
-    std::vector<OpxOpc::OpxItemIdentifier> none;
-    return c.group.removeItems(none, c.errors);
-}
-HRESULT readNothing(Connection& c) {
-    return c.group.read(0, {}, {}, c.values, c.errors);
-}
-HRESULT readNothingAsync(Connection& c) {
-    return c.group.readAsync(1, 0, {}, c.errors);
-}
-HRESULT writeNothing(Connection& c) {
-    return c.group.write({}, {}, {}, c.errors);
-}
-HRESULT writeNothingAsync(Connection& c) {
-    return c.group.writeAsync(1, {}, {}, {}, c.errors);
-}
-HRESULT writeTooFew(Connection& c) {
-    return c.group.write({1, 2}, Variants(1), Types(2), c.errors);
-}
-HRESULT writeTooManyAsync(Connection& c) {
-    return c.group.writeAsync(1, {1}, Variants(2), Types(1), c.errors);
-}
-
-TEST_F(SimulationFixture, lists_must_hold_something_and_match_before_anything_else) {
-    const Failure failures[] = {
-        {"", addNothing, E_INVALIDARG, "<-- DaGroupMgt::addItems [E_INVALIDARG] - itemIdentifier array size = 0"},
-        {"", removeNothing, E_INVALIDARG, "<-- DaGroupMgt::removeItems [E_INVALIDARG] - itemIdentifier array size = 0"},
-        {"", readNothing, E_INVALIDARG, "<-- DaGroupMgt::read [E_INVALIDARG] - handle array size = 0"},
-        {"", readNothingAsync, E_INVALIDARG, "<-- DaGroupMgt::readAsync [E_INVALIDARG] - handle array size = 0"},
-        {"", writeNothing, E_INVALIDARG, "<-- DaGroupMgt::write [E_INVALIDARG] - handle array size = 0"},
-        {"", writeNothingAsync, E_INVALIDARG, "<-- DaGroupMgt::writeAsync [E_INVALIDARG] - handle array size = 0"},
-        {"", writeTooFew, E_INVALIDARG,
-         "<-- DaGroupMgt::write [E_INVALIDARG] - handle array size different than value array size"},
-        {"", writeTooManyAsync, E_INVALIDARG,
-         "<-- DaGroupMgt::writeAsync [E_INVALIDARG] - handle array size different than value array size"},
-    };
-    expectFailures(failures, sim, trace, nothing);
-}
-
-TEST_F(SimulationFixture, a_refused_call_leaves_nothing_in_its_lists) {
-    HRESULT (*const calls[])(Connection&) = {readDevice, readAsync, write, writeAsync};
-    for (const auto call : calls) {
-        Connection unavailable;
-        unavailable.values.resize(1);
-        unavailable.errors = {S_OK};
-        EXPECT_EQ(call(unavailable), E_FAIL);
-        EXPECT_TRUE(unavailable.errors.empty()) << (call == readDevice);
-        EXPECT_EQ(unavailable.values.empty(), call == readDevice);
-    }
 }
 
 }  // namespace

@@ -70,42 +70,4 @@ struct Connection {
     Codes errors;
 };
 
-// An operation that goes wrong: what is switched on before it, what it answers, what it writes to the trace.
-struct Failure {
-    const char* command;
-    HRESULT (*call)(Connection&);
-    HRESULT result;
-    const char* line;
-    const char* otherLine = "";
-};
-
-// Carries each row out on a connection of its own, which `prepare` makes before the row's command.
-template <std::size_t N>
-void expectFailures(const Failure (&failures)[N], SimulationControl& sim, TraceCapture& trace,
-                    HRESULT (*prepare)(Connection&)) {
-    for (const Failure& failure : failures) {
-        SCOPED_TRACE(failure.line);
-        sim.reset();
-        Connection connection;
-        ASSERT_EQ(prepare(connection), S_OK);
-        trace.clear();
-        if (*failure.command) sim.execute(failure.command);
-        EXPECT_EQ(hex(failure.call(connection)), hex(failure.result));
-        for (const std::string line : {failure.line, failure.otherLine}) {
-            EXPECT_TRUE(line.empty() || trace.has(line)) << line << "\n" << trace.dump();
-        }
-        EXPECT_TRUE(connection.errors.empty());
-    }
-}
-
-inline HRESULT nothing(Connection&) {
-    return S_OK;
-}
-inline HRESULT connected(Connection& c) {
-    return c.connect();
-}
-inline HRESULT withGroup(Connection& c) {
-    return c.connectWithGroup();
-}
-
 }  // namespace Korvex::Testing

@@ -48,7 +48,7 @@ struct ReadCase {
     std::int32_t error;
 };
 
-TEST_F(GroupValuesTest, values_are_read_as_the_type_asked_for_in_the_connection_s_language) {
+TEST_F(GroupValuesTest, ValuesAreReadAsTheTypeAskedForInTheConnectionsLanguage) {
     const ReadCase cases[] = {
         {"own type", "", OLESTR("Constant.Double"), VType::Empty, false, "-2.25", 0xC0, S_OK},
         {"type without tag", "", OLESTR("Constant.Double"), VType::Unknown, false, "-2.25", 0xC0, S_OK},
@@ -96,7 +96,7 @@ TEST_F(GroupValuesTest, values_are_read_as_the_type_asked_for_in_the_connection_
     }
 }
 
-TEST_F(GroupValuesTest, reads_go_to_the_device_or_by_age_and_say_what_they_got) {
+TEST_F(GroupValuesTest, ReadsGoToTheDeviceOrByAgeAndSayWhatTheyGot) {
     sim.item("Constant.Double", "time 128488484967890000");
     const auto handle = english.add(OLESTR("Constant.Double"));
     const auto broken = english.add(OLESTR("Error.Read"));
@@ -123,7 +123,7 @@ TEST_F(GroupValuesTest, reads_go_to_the_device_or_by_age_and_say_what_they_got) 
     }
 }
 
-TEST_F(GroupValuesTest, a_time_before_1970_reads_as_the_zero_date) {
+TEST_F(GroupValuesTest, ATimeBefore1970ReadsAsTheZeroDate) {
     sim.item("Constant.Double", "time 0");
     ASSERT_EQ(english.read(english.add(OLESTR("Constant.Double"))), S_OK);
     EXPECT_EQ(english.values[0].timestamp.time(), 0);
@@ -143,7 +143,7 @@ struct WriteCase {
     std::string line;
 };
 
-TEST_F(GroupValuesTest, values_are_written_as_the_item_s_type_by_either_way_of_writing) {
+TEST_F(GroupValuesTest, ValuesAreWrittenAsTheItemsTypeByEitherWayOfWriting) {
     const std::string conversion = "value conversion error for item 0";
     const std::string copy = "value copy error for item 0";
     const WriteCase cases[] = {
@@ -190,7 +190,7 @@ TEST_F(GroupValuesTest, values_are_written_as_the_item_s_type_by_either_way_of_w
     }
 }
 
-TEST_F(GroupValuesTest, items_that_refuse_to_be_written_are_told_apart) {
+TEST_F(GroupValuesTest, ItemsThatRefuseToBeWrittenAreToldApart) {
     const auto readOnly = english.add(OLESTR("Access.ReadOnly"));
     const auto writable = english.add(OLESTR("Register.Int32"));
     const Variants values = {OpxVariant::of(std::int32_t{1}), OpxVariant::of(std::int32_t{2})};
@@ -205,7 +205,7 @@ TEST_F(GroupValuesTest, items_that_refuse_to_be_written_are_told_apart) {
 
 // ---- Asynchronous reads
 
-TEST_F(GroupValuesTest, an_asynchronous_read_completes_with_the_client_s_numbers) {
+TEST_F(GroupValuesTest, AnAsynchronousReadCompletesWithTheClientsNumbers) {
     ASSERT_EQ(german.group.connectCallback(OpxOpc::unowned(&german.client)), S_OK);
     const auto handle = german.add(OLESTR("Constant.Double"));
     struct Case {
@@ -231,7 +231,7 @@ TEST_F(GroupValuesTest, an_asynchronous_read_completes_with_the_client_s_numbers
 
 // ---- Servers that answer nonsense
 
-TEST_F(GroupValuesTest, arrays_that_a_successful_call_leaves_out_cost_the_items_only) {
+TEST_F(GroupValuesTest, ArraysThatASuccessfulCallLeavesOutCostTheItemsOnly) {
     struct Case {
         const char* method;
         HRESULT (*call)(Connection&, std::uint32_t handle);
@@ -289,7 +289,7 @@ TEST_F(GroupValuesTest, arrays_that_a_successful_call_leaves_out_cost_the_items_
     }
 }
 
-TEST_F(GroupValuesTest, completions_without_arrays_are_told_without_items) {
+TEST_F(GroupValuesTest, CompletionsWithoutArraysAreToldWithoutItems) {
     sim.execute("async null");
     ASSERT_EQ(english.group.connectCallback(OpxOpc::unowned(&english.client)), S_OK);
     const auto handle = english.add(OLESTR("Register.Int32"));
@@ -300,7 +300,7 @@ TEST_F(GroupValuesTest, completions_without_arrays_are_told_without_items) {
     EXPECT_EQ(english.client.writes()[0].count, 0u);
 }
 
-TEST_F(GroupValuesTest, an_item_s_canonical_type_that_has_no_tag_is_no_request) {
+TEST_F(GroupValuesTest, AnItemsCanonicalTypeThatHasNoTagIsNoRequest) {
     sim.item("Register.Int32", "canonical 9");
     std::vector<OpxOpc::OpxItemIdentifier> items = {itemNamed(OLESTR("Register.Int32"))};
     ASSERT_EQ(english.group.addItems(items, english.errors, false), S_OK);
