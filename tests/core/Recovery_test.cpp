@@ -439,8 +439,11 @@ public:
             if (own_.size() < 4) subscribe();
             if (own_.empty()) continue;
             const auto one = std::next(own_.begin(), static_cast<std::ptrdiff_t>(turn % own_.size()));
-            change(one->second, turn);
-            if (turn % 7 == 0 && server_.subscriptionCancel(one->second) >= 0) own_.erase(one);
+            const bool isAsItWas = change(one->second, turn);
+            if (isAsItWas && turn % 7 != 0) continue;
+            // One that the dying server refused to cancel delivers nothing any more either.
+            server_.subscriptionCancel(one->second);
+            own_.erase(one);
         }
     }
 
@@ -455,13 +458,14 @@ private:
         if (server_.subscribe(nextId_, true, 100, 0, items, &rate, &handle, codes_) >= 0)
             own_.emplace_back(nextId_++, handle);
     }
-    void change(std::uint32_t handle, unsigned turn) {
+    // False where an item was added that the dying server refused to remove.
+    bool change(std::uint32_t handle, unsigned turn) {
         std::uint32_t rate = 0;
         server_.subscriptionModify(handle, turn % 2 == 0);
         server_.subscriptionModify(handle, 100 + turn % 5, &rate);
         auto more = named({OLESTR("Constant.String")});
-        if (server_.subscriptionAddItems(handle, more, codes_) >= 0)
-            server_.subscriptionRemoveItems(handle, more, codes_);
+        if (server_.subscriptionAddItems(handle, more, codes_) < 0) return true;
+        return server_.subscriptionRemoveItems(handle, more, codes_) >= 0;
     }
 
     OpxDaServer& server_;

@@ -36,7 +36,7 @@ inline HRESULT callNamed(const std::string& name, Connection& on) {
         {"disconnect", [](Connection& c) { return c.server.disconnectOPCServer(); }},
         {"status", [](Connection& c) { return c.server.getStatus(); }},
         {"locale", [](Connection& c) { return setLocale(c, OLESTR("de")); }},
-        {"adviseShutdown", [](Connection& c) { return c.server.connectCallback(OpxOpc::unowned(&c.client)); }},
+        {"adviseShutdown", [](Connection& c) { return c.server.connectCallback(c.sharedClient); }},
         {"unadviseShutdown", [](Connection& c) { return c.server.disconnectCallback(); }},
         {"addGroup", [](Connection& c) { return c.server.addGroup(&c.group); }},
         {"addNoGroup", [](Connection& c) { return c.server.addGroup(nullptr); }},
@@ -63,7 +63,7 @@ inline HRESULT callNamed(const std::string& name, Connection& on) {
         {"writeAsync", [](Connection& c) { return writeAsync(c, 1, 1); }},
         {"writeAsyncNothing", [](Connection& c) { return writeAsync(c, 0, 0); }},
         {"writeAsyncTooMany", [](Connection& c) { return writeAsync(c, 1, 2); }},
-        {"advise", [](Connection& c) { return c.group.connectCallback(OpxOpc::unowned(&c.client)); }},
+        {"advise", [](Connection& c) { return c.group.connectCallback(c.sharedClient); }},
     };
     return kCalls.at(name)(on);
 }

@@ -58,8 +58,8 @@ TEST_F(SingleThreadedApartmentTest, InterfacesLeaveTheTableInTheirOrderAndTheObj
         sim.profile(generation);
         inApartment([&](Connection& c) {
             ASSERT_EQ(c.connectWithGroup(), S_OK);
-            ASSERT_EQ(c.server.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
-            ASSERT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
+            ASSERT_EQ(c.server.connectCallback(c.sharedClient), S_OK);
+            ASSERT_EQ(c.group.connectCallback(c.sharedClient), S_OK);
             EXPECT_EQ(c.group.disconnectCallback(), S_OK);
 
             table.calls.clear();
@@ -118,8 +118,8 @@ TEST_F(SingleThreadedApartmentTest, AnInterfaceThatCannotBeKeptOrFetchedCostsWha
 TEST_F(SingleThreadedApartmentTest, CallbacksThatTheTableDoesNotHandOutStayConnected) {
     inApartment([&](Connection& c) {
         ASSERT_EQ(c.connectWithGroup(), S_OK);
-        ASSERT_EQ(c.server.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
-        ASSERT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
+        ASSERT_EQ(c.server.connectCallback(c.sharedClient), S_OK);
+        ASSERT_EQ(c.group.connectCallback(c.sharedClient), S_OK);
         table.failingFetches = {{"IConnectionPoint", E_FAIL}};
         EXPECT_EQ(c.group.disconnectCallback(), E_NOINTERFACE);
         EXPECT_TRUE(trace.has("<-- DaGroupMgt::disconnectCallback [hr=E_NOINTERFACE] - IConnectionPoint not valid"));

@@ -180,9 +180,9 @@ TEST_F(DaGroupMgtTest, RemovingZeroesEveryHandleEvenOfItemsThatTheServerRefused)
 
 TEST_F(DaGroupMgtTest, DataChangesArriveUntilTheCallbackIsDisconnected) {
     c.add(OLESTR("Signal.Counter"));
-    ASSERT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
+    ASSERT_EQ(c.group.connectCallback(c.sharedClient), S_OK);
     trace.clear();
-    EXPECT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), E_FAIL);
+    EXPECT_EQ(c.group.connectCallback(c.sharedClient), E_FAIL);
     EXPECT_THAT(trace.texts(), ElementsAre("--> DaGroupMgt::connectCallback")) << "refused without a word";
     ASSERT_EQ(c.group.setActive(true), S_OK);
     ASSERT_TRUE(c.client.waitForDataChanges(2));
@@ -199,7 +199,7 @@ TEST_F(DaGroupMgtTest, ATransactionNeedsAConnectedCallback) {
                                                              Handles());
     };
     EXPECT_EQ(c.group.registerTransaction(transaction()), 0u);
-    ASSERT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
+    ASSERT_EQ(c.group.connectCallback(c.sharedClient), S_OK);
     const auto key = c.group.registerTransaction(transaction());
     EXPECT_NE(key, 0u);
     c.group.removeTransaction(key);
@@ -210,7 +210,7 @@ TEST_F(DaGroupMgtTest, ASinkThatTheServerKeepsIsCutOffAndTellsNothingMore) {
     const ComCallsGuard guard;
     Com::comCalls().coDisconnectObject = [](IUnknown*) -> HRESULT { return S_FALSE; };
     c.add(OLESTR("Signal.Counter"));
-    ASSERT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
+    ASSERT_EQ(c.group.connectCallback(c.sharedClient), S_OK);
     sim.fault("IConnectionPoint::Unadvise", E_FAIL);
     trace.clear();
     EXPECT_EQ(c.group.disconnectCallback(), S_FALSE);
@@ -225,15 +225,15 @@ TEST_F(DaGroupMgtTest, ASinkThatTheServerKeepsIsCutOffAndTellsNothingMore) {
 TEST_F(DaGroupMgtTest, AnExceptionWhileASinkIsGivenUpIsCaught) {
     const ComCallsGuard guard;
     Com::comCalls().coDisconnectObject = [](IUnknown*) -> HRESULT { throw std::runtime_error("proxy"); };
-    ASSERT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
+    ASSERT_EQ(c.group.connectCallback(c.sharedClient), S_OK);
     sim.fault("IConnectionPoint::Unadvise", E_FAIL);
     EXPECT_EQ(c.group.disconnectCallback(), E_FAIL);
     EXPECT_TRUE(trace.has("Error: DaGroupMgt::disconnectCallback - Error at releasing callback object"));
-    EXPECT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK) << "the callback counts as disconnected";
+    EXPECT_EQ(c.group.connectCallback(c.sharedClient), S_OK) << "the callback counts as disconnected";
 }
 
 TEST_F(DaGroupMgtTest, RemovingAGroupTakesItsCallbackBackFirst) {
-    ASSERT_EQ(c.group.connectCallback(OpxOpc::unowned(&c.client)), S_OK);
+    ASSERT_EQ(c.group.connectCallback(c.sharedClient), S_OK);
     sim.clearJournal();
     EXPECT_EQ(c.server.removeGroup(&c.group), S_OK);
     std::string calls;

@@ -6,6 +6,7 @@
 #include <future>
 #include <thread>
 
+#include "opc/callbacks/unowned.h"
 #include "tests/opc/group/GroupFixture.h"
 #include "tests/support/expected_lines.h"
 

@@ -8,7 +8,6 @@
 
 #include <gmock/gmock.h>
 
-#include "opc/callbacks/unowned.h"
 #include "opc/group/DaGroupMgt.h"
 #include "opc/server/DaServerMgt.h"
 #include "tests/support/RecordingCallback.h"
@@ -31,7 +30,9 @@ inline OpxOpc::OpxItemIdentifier itemNamed(const OLECHAR* name, Opx::VType type 
 
 // What a row of a failure table works on.
 struct Connection {
-    RecordingCallback client;  // outlives what calls it
+    // Shared with the connection: a completion may still be under way when the test ends.
+    const std::shared_ptr<RecordingCallback> sharedClient = std::make_shared<RecordingCallback>();
+    RecordingCallback& client = *sharedClient;
     OpxOpc::DaServerMgt server;
     OpxOpc::DaGroupMgt group{OLESTR("Group"), 100, false, 7, 0.0F};
 

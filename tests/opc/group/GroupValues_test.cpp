@@ -161,7 +161,7 @@ TEST_F(GroupValuesTest, ValuesAreWrittenAsTheItemsTypeByEitherWayOfWriting) {
     for (const WriteCase& each : cases) {
         SCOPED_TRACE(each.name);
         LocalConnection& c = each.inGerman ? german : english;
-        c.group.connectCallback(OpxOpc::unowned(&c.client));
+        c.group.connectCallback(c.sharedClient);
         const auto handle = c.add(each.item);
         const Codes expected = each.error < 0 ? Codes{each.error} : Codes();
 
@@ -196,7 +196,7 @@ TEST_F(GroupValuesTest, ItemsThatRefuseToBeWrittenAreToldApart) {
     const Variants values = {OpxVariant::of(std::int32_t{1}), OpxVariant::of(std::int32_t{2})};
     EXPECT_EQ(english.group.write({readOnly, writable}, values, {}, english.errors), S_FALSE);
     EXPECT_THAT(english.errors, ElementsAre(kBadRights, S_OK));
-    ASSERT_EQ(english.group.connectCallback(OpxOpc::unowned(&english.client)), S_OK);
+    ASSERT_EQ(english.group.connectCallback(english.sharedClient), S_OK);
     EXPECT_EQ(english.group.writeAsync(english.startTransaction(), {readOnly, writable}, values, {}, english.errors),
               S_FALSE);
     EXPECT_THAT(english.errors, ElementsAre(kBadRights, S_OK));
@@ -206,7 +206,7 @@ TEST_F(GroupValuesTest, ItemsThatRefuseToBeWrittenAreToldApart) {
 // ---- Asynchronous reads
 
 TEST_F(GroupValuesTest, AnAsynchronousReadCompletesWithTheClientsNumbers) {
-    ASSERT_EQ(german.group.connectCallback(OpxOpc::unowned(&german.client)), S_OK);
+    ASSERT_EQ(german.group.connectCallback(german.sharedClient), S_OK);
     const auto handle = german.add(OLESTR("Constant.Double"));
     struct Case {
         std::uint32_t maxAge;
@@ -275,7 +275,7 @@ TEST_F(GroupValuesTest, ArraysThatASuccessfulCallLeavesOutCostTheItemsOnly) {
          false},
         {"IOPCAsyncIO2::Write", writeAsync, false},
     };
-    ASSERT_EQ(english.group.connectCallback(OpxOpc::unowned(&english.client)), S_OK);
+    ASSERT_EQ(english.group.connectCallback(english.sharedClient), S_OK);
     const auto handle = english.add(OLESTR("Register.Int32"));
     for (const Case& each : cases) {
         for (const std::string kind : {"null", "null-values", "null-errors"}) {
@@ -291,7 +291,7 @@ TEST_F(GroupValuesTest, ArraysThatASuccessfulCallLeavesOutCostTheItemsOnly) {
 
 TEST_F(GroupValuesTest, CompletionsWithoutArraysAreToldWithoutItems) {
     sim.execute("async null");
-    ASSERT_EQ(english.group.connectCallback(OpxOpc::unowned(&english.client)), S_OK);
+    ASSERT_EQ(english.group.connectCallback(english.sharedClient), S_OK);
     const auto handle = english.add(OLESTR("Register.Int32"));
     english.group.readAsync(english.startTransaction(), 0, {handle}, english.errors);
     english.group.writeAsync(english.startTransaction(), {handle}, {OpxVariant::of(true)}, {}, english.errors);

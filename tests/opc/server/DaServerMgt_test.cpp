@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "com/ComCalls.h"
+#include "opc/callbacks/unowned.h"
 #include "tests/opc/apartment/ComFakes.h"
 #include "tests/opc/group/GroupFixture.h"
 #include "tests/support/expected_lines.h"
