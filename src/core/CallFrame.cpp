@@ -2,12 +2,9 @@
 
 #include <utility>
 
+#include "com/result_codes.h"
+
 namespace OpxOpc {
-namespace {
-
-constexpr HRESULT kInvalidHandle = hresult(0xC0040001u);
-
-}  // namespace
 
 CallFrame::CallFrame(DaServerComPrivate& connection, const char* operation, Needs needs)
     : operation_(operation), trace_(operation) {
@@ -26,7 +23,7 @@ HRESULT CallFrame::refuseDeadband(float deadband) {
 HRESULT CallFrame::refuseHandle(std::uint32_t handle) {
     giveBack();
     LibT::lInOut("<-- %s [OPC_E_INVALIDHANDLE] - invalid hServerSubscription=%d", operation_, handle);
-    return kInvalidHandle;
+    return OPC_E_INVALIDHANDLE;
 }
 
 HRESULT CallFrame::refuse(const char* text, HRESULT hr) {

@@ -2,12 +2,11 @@
 
 #include <algorithm>
 
+#include "com/result_codes.h"
 #include "values/codeAt.h"
 
 namespace OpxOpc {
 namespace {
-
-constexpr HRESULT kUnknownItemId = hresult(0xC0040007u);
 
 // Stays where the server says to have added an item and hands out no handle: 0 may be another item's.
 constexpr std::uint32_t kNoHandle = 0xFFFFFFFF;
@@ -41,7 +40,7 @@ void MainItemCache::resolve(std::vector<OpxItemIdentifier>& items, ResolvedItems
         if (known->accepted)
             take(*known, i, item, resolved);
         else if (known->addition->isOwn())
-            resolved.errors[i] = kUnknownItemId;
+            resolved.errors[i] = OPC_E_UNKNOWNITEMID;
         else
             awaited.push_back({i, known, known->addition});
     }
@@ -84,7 +83,7 @@ HRESULT MainItemCache::await(const AwaitedItems& awaited, std::vector<OpxItemIde
     for (const AwaitedItem& item : awaited) {
         const std::size_t i = item.position;
         if (!item.addition->wait()) {
-            resolved.errors[i] = kUnknownItemId;
+            resolved.errors[i] = OPC_E_UNKNOWNITEMID;
             continue;
         }
         const Korvex::ScopedLock guard(lock_);

@@ -8,6 +8,7 @@
 #include "core/DaServerComPrivate.h"
 #include "core/OpxDaServerCom.h"
 #include "core/guarded.h"
+#include "opc/rpc_errors.h"
 #include "trace/LibT.h"
 #include "values/codeAt.h"
 #include "values/deadband.h"
@@ -61,19 +62,6 @@ HRESULT dropGroup(DaServerMgt& server, DaGroupMgt& group, HRESULT why) {
     return why;
 }
 
-// Whether the server was lost on the way to it or in the call.
-bool isLoss(HRESULT hr) {
-    constexpr HRESULT kLosses[] = {
-        hresult(0x800706BAu),  // RPC_S_SERVER_UNAVAILABLE
-        hresult(0x800706BEu),  // RPC_S_CALL_FAILED
-        hresult(0x800706BFu),  // RPC_S_CALL_FAILED_DNE
-        hresult(0x80010108u),  // RPC_E_DISCONNECTED
-        hresult(0x80010012u),  // RPC_E_SERVER_DIED_DNE
-        hresult(0x80010007u),  // RPC_E_SERVER_DIED
-    };
-    return std::find(std::begin(kLosses), std::end(kLosses), hr) != std::end(kLosses);
-}
-
 // Connects the client and starts the delivery. A subscription that the server does not activate stays,
 // inactive and without callback; one whose server is lost in between starts when that is back.
 HRESULT startDelivery(DaGroupWrapper& subscription, const CallFrame& frame, bool active, bool comesBack) {
@@ -82,7 +70,7 @@ HRESULT startDelivery(DaGroupWrapper& subscription, const CallFrame& frame, bool
     if (!active) return S_OK;
     const HRESULT activated = subscription.setActive(true, frame.reach());
     if (succeeded(activated)) return S_OK;
-    if (comesBack && isLoss(activated))
+    if (comesBack && isServerLost(activated))
         subscription.setActive(true, Reach::KeptStateOnly);
     else
         subscription.disconnectCallback(frame.reach());

@@ -35,6 +35,21 @@ inline bool isFailureOfOneCall(HRESULT hr) noexcept {
     }
 }
 
+// Whether the server was lost on the way to it or in the call.
+inline bool isServerLost(HRESULT hr) noexcept {
+    switch (static_cast<std::uint32_t>(hr)) {
+        case 0x800706BAu:  // RPC_S_SERVER_UNAVAILABLE
+        case 0x800706BEu:  // RPC_S_CALL_FAILED
+        case 0x800706BFu:  // RPC_S_CALL_FAILED_DNE
+        case 0x80010007u:  // RPC_E_SERVER_DIED
+        case 0x80010012u:  // RPC_E_SERVER_DIED_DNE
+        case 0x80010108u:  // RPC_E_DISCONNECTED
+            return true;
+        default:
+            return false;
+    }
+}
+
 // Whether `hr` comes from the call's way to the server: the server is gone, busy or out of reach, and
 // other calls would fare no better.
 inline bool isRpcError(HRESULT hr) noexcept {

@@ -24,6 +24,7 @@ public:
         kConstructor = 5,
         kInOut = 6,
         kDetail = 7,
+        kHighest = kDetail,
     };
 
     template <typename... Args>

@@ -13,8 +13,6 @@ namespace {
 namespace fs = std::filesystem;
 using Attributes = std::map<OpxString, OpxString>;
 
-constexpr std::uint32_t kHighestLevel = LibT::kDetail;
-
 // Replaces `value` by the attribute's text if there is one.
 void readText(const Attributes& attributes, const OLECHAR* name, OpxString& value) {
     const auto found = attributes.find(name);
@@ -42,7 +40,7 @@ void readTrace(const Attributes& attributes, TraceConfiguration& configuration) 
                                 readNumber(attributes, OLESTR("MaxTraceEntries"), configuration.lineLimit) &&
                                 readNumber(attributes, OLESTR("NumberOfBackupFiles"), configuration.backups);
     readFile(attributes, configuration.trace);
-    configuration.wantsTrace = numbersAreGood && configuration.level >= 1 && configuration.level <= kHighestLevel &&
+    configuration.wantsTrace = numbersAreGood && configuration.level >= 1 && configuration.level <= LibT::kHighest &&
                                configuration.lineLimit > 0 && configuration.backups > 0 &&
                                configuration.trace.isNamed();
 }

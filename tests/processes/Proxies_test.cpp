@@ -32,12 +32,12 @@ TEST_F(Proxies, BringTheTextsThatTheLibraryDoesNotAskFor) {
     ASSERT_EQ(CoCreateInstance(CLSID_KorvexSimulation, nullptr, CLSCTX_LOCAL_SERVER, IID_IOPCServer, opc.putVoid()),
               S_OK);
     LPWSTR text = nullptr;
-    EXPECT_EQ(opc->GetErrorString(Simulation::OPC_E_BADTYPE, 1033, &text), S_OK);
+    EXPECT_EQ(opc->GetErrorString(OPC_E_BADTYPE, 1033, &text), S_OK);
     const std::string reason = taken(text);
     EXPECT_THAT(reason, ::testing::HasSubstr("type"));
     ComPtr<IOPCCommon> common;
     ASSERT_EQ(opc.query(common), S_OK);
-    EXPECT_EQ(common->GetErrorString(Simulation::OPC_E_BADTYPE, &text), S_OK);
+    EXPECT_EQ(common->GetErrorString(OPC_E_BADTYPE, &text), S_OK);
     EXPECT_EQ(taken(text), reason);
     TaskArray<OPCSERVERSTATUS> status(1);
     ASSERT_EQ(opc->GetStatus(status.put()), S_OK);

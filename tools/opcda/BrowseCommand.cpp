@@ -73,16 +73,13 @@ private:
 }  // namespace
 
 BrowseCommand::BrowseCommand(CLI::App& parent)
-    : command_(parent.add_subcommand("browse", "Prints the server's address space as a tree.")) {
-    server_.declare(*command_);
-    command_->add_option("ITEM", item_, "The element to begin below; the root if left out");
-    command_->add_option("--depth", depth_, "Levels to go down; 64 if left out")
+    : Command(parent, "browse", "Prints the server's address space as a tree.") {
+    server_.declare(command());
+    command().add_option("ITEM", item_, "The element to begin below; the root if left out");
+    command()
+        .add_option("--depth", depth_, "Levels to go down; 64 if left out")
         ->check(CLI::Range(std::size_t{1}, kMostDepth));
-    command_->add_flag("--json", json_, "Print JSON");
-}
-
-bool BrowseCommand::chosen() const {
-    return command_->parsed();
+    command().add_flag("--json", json_, "Print JSON");
 }
 
 int BrowseCommand::run(const Output& output) const {

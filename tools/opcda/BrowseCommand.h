@@ -11,16 +11,13 @@
 namespace Korvex::Tool {
 
 // Walks a server's address space and prints it as a tree.
-class BrowseCommand {
+class BrowseCommand final : public Command {
 public:
-    // Declares the command's arguments on `parent`; they are filled in when it parses.
     explicit BrowseCommand(CLI::App& parent);
 
-    bool chosen() const;
-    int run(const Output& output) const;
+    int run(const Output& output) const override;
 
 private:
-    CLI::App* command_;
     ServerArguments server_;
     std::string item_;
     std::optional<std::size_t> depth_;

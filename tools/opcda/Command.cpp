@@ -2,11 +2,20 @@
 
 #include <charconv>
 
+#include <CLI/CLI.hpp>
+
 #include <korvex/opc_da_client/Exceptions.h>
 
 namespace Korvex::Tool {
 
 using namespace OPC::OpcDaClient;
+
+Command::Command(CLI::App& parent, const std::string& name, const std::string& description)
+    : command_(parent.add_subcommand(name, description)) {}
+
+bool Command::chosen() const {
+    return command_->parsed();
+}
 
 std::string messageOf(const OPCException& error) {
     char digits[8];

@@ -33,6 +33,26 @@ struct Output {
     bool errorTerminal = false;  // the latter is one
 };
 
+// One of the tool's commands: its arguments are declared when it is made, filled in when the command line is parsed.
+class Command {
+public:
+    Command(CLI::App& parent, const std::string& name, const std::string& description);
+    virtual ~Command() = default;
+    Command(const Command&) = delete;
+    Command& operator=(const Command&) = delete;
+
+    // Whether the command line names it.
+    bool chosen() const;
+    // Answers the tool's exit status.
+    virtual int run(const Output& output) const = 0;
+
+protected:
+    CLI::App& command() noexcept { return *command_; }
+
+private:
+    CLI::App* command_;
+};
+
 // Returns the sentence about a failed call, with its code: not every code has a name.
 std::string messageOf(const OPC::OpcDaClient::OPCException& error);
 

@@ -82,17 +82,12 @@ bool isComplete(const ItemIdentifier& item, const ItemProperties& properties) {
 
 }  // namespace
 
-PropsCommand::PropsCommand(CLI::App& parent)
-    : command_(parent.add_subcommand("props", "Prints the properties of items.")) {
-    server_.declare(*command_);
-    command_->add_option("ITEM", items_, "Item IDs")->required();
-    command_->add_option("--id", ids_, "The number of a property; all of them if left out")->allow_extra_args(false);
-    command_->add_flag("--no-values", noValues_, "Leave the values out");
-    command_->add_flag("--json", json_, "Print JSON");
-}
-
-bool PropsCommand::chosen() const {
-    return command_->parsed();
+PropsCommand::PropsCommand(CLI::App& parent) : Command(parent, "props", "Prints the properties of items.") {
+    server_.declare(command());
+    command().add_option("ITEM", items_, "Item IDs")->required();
+    command().add_option("--id", ids_, "The number of a property; all of them if left out")->allow_extra_args(false);
+    command().add_flag("--no-values", noValues_, "Leave the values out");
+    command().add_flag("--json", json_, "Print JSON");
 }
 
 int PropsCommand::run(const Output& output) const {

@@ -11,16 +11,13 @@
 namespace Korvex::Tool {
 
 // Prints what a server tells of items besides their values.
-class PropsCommand {
+class PropsCommand final : public Command {
 public:
-    // Declares the command's arguments on `parent`; they are filled in when it parses.
     explicit PropsCommand(CLI::App& parent);
 
-    bool chosen() const;
-    int run(const Output& output) const;
+    int run(const Output& output) const override;
 
 private:
-    CLI::App* command_;
     ServerArguments server_;
     std::vector<std::string> items_;
     std::vector<std::int32_t> ids_;

@@ -59,17 +59,14 @@ void printJson(const std::vector<ReadItem>& items, const Output& output) {
 
 }  // namespace
 
-ReadCommand::ReadCommand(CLI::App& parent) : command_(parent.add_subcommand("read", "Reads items once.")) {
-    server_.declare(*command_);
-    command_->add_option("ITEM", items_, "Item IDs")->required();
-    command_->add_option("--max-age", maxAge_, "Milliseconds a cached value may be old; 0 asks the device")
+ReadCommand::ReadCommand(CLI::App& parent) : Command(parent, "read", "Reads items once.") {
+    server_.declare(command());
+    command().add_option("ITEM", items_, "Item IDs")->required();
+    command()
+        .add_option("--max-age", maxAge_, "Milliseconds a cached value may be old; 0 asks the device")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();
-    command_->add_flag("--json", json_, "Print JSON");
-}
-
-bool ReadCommand::chosen() const {
-    return command_->parsed();
+    command().add_flag("--json", json_, "Print JSON");
 }
 
 int ReadCommand::run(const Output& output) const {

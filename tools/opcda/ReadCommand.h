@@ -11,16 +11,13 @@
 namespace Korvex::Tool {
 
 // Reads items once and prints them as a table or as JSON.
-class ReadCommand {
+class ReadCommand final : public Command {
 public:
-    // Declares the command's arguments on `parent`; they are filled in when it parses.
     explicit ReadCommand(CLI::App& parent);
 
-    bool chosen() const;
-    int run(const Output& output) const;
+    int run(const Output& output) const override;
 
 private:
-    CLI::App* command_;
     ServerArguments server_;
     std::vector<std::string> items_;
     std::int32_t maxAge_ = 0;

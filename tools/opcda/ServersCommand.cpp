@@ -72,15 +72,10 @@ std::string hostToAsk(const std::string& name) {
 
 }  // namespace
 
-ServersCommand::ServersCommand(CLI::App& parent)
-    : command_(parent.add_subcommand("servers", "Lists the servers of a machine.")) {
-    command_->add_option("HOST", host_, "The machine; this one if left out");
-    command_->add_flag("--all", all_, "List the servers of all categories, not of data access only");
-    command_->add_flag("--json", json_, "Print JSON");
-}
-
-bool ServersCommand::chosen() const {
-    return command_->parsed();
+ServersCommand::ServersCommand(CLI::App& parent) : Command(parent, "servers", "Lists the servers of a machine.") {
+    command().add_option("HOST", host_, "The machine; this one if left out");
+    command().add_flag("--all", all_, "List the servers of all categories, not of data access only");
+    command().add_flag("--json", json_, "Print JSON");
 }
 
 int ServersCommand::run(const Output& output) const {

@@ -24,26 +24,24 @@ std::vector<ItemIdentifier> identifiers(const std::vector<std::string>& names) {
 
 }  // namespace
 
-WatchCommand::WatchCommand(CLI::App& parent)
-    : command_(parent.add_subcommand("watch", "Prints items whenever they change.")) {
-    server_.declare(*command_);
-    command_->add_option("ITEM", items_, "Item IDs")->required();
-    command_->add_option("--rate", rate_, "Milliseconds between two looks at the items")
+WatchCommand::WatchCommand(CLI::App& parent) : Command(parent, "watch", "Prints items whenever they change.") {
+    server_.declare(command());
+    command().add_option("ITEM", items_, "Item IDs")->required();
+    command()
+        .add_option("--rate", rate_, "Milliseconds between two looks at the items")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();
-    command_->add_option("--deadband", deadband_, "Percentage of its range that an analog item has to change by")
+    command()
+        .add_option("--deadband", deadband_, "Percentage of its range that an analog item has to change by")
         ->check(CLI::Range(0.0, 100.0))
         ->capture_default_str();
-    command_->add_option("--count", count_, "End after so many changes")->check(CLI::PositiveNumber);
-    command_->add_option("--duration", duration_, "End after so many seconds")->check(CLI::PositiveNumber);
-    command_->add_option("--keep-alive", keepAlive_, "Milliseconds between two probes of the server, at least 2000")
+    command().add_option("--count", count_, "End after so many changes")->check(CLI::PositiveNumber);
+    command().add_option("--duration", duration_, "End after so many seconds")->check(CLI::PositiveNumber);
+    command()
+        .add_option("--keep-alive", keepAlive_, "Milliseconds between two probes of the server, at least 2000")
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
-    command_->add_flag("--json", json_, "Print a JSON object a line");
-}
-
-bool WatchCommand::chosen() const {
-    return command_->parsed();
+    command().add_flag("--json", json_, "Print a JSON object a line");
 }
 
 int WatchCommand::run(const Output& output) const {

@@ -18,13 +18,11 @@ namespace Korvex::Tool {
 
 // Prints the changes of items and of the connection's state until it is interrupted, or enough has been
 // seen. A server that goes away is waited for.
-class WatchCommand {
+class WatchCommand final : public Command {
 public:
-    // Declares the command's arguments on `parent`; they are filled in when it parses.
     explicit WatchCommand(CLI::App& parent);
 
-    bool chosen() const;
-    int run(const Output& output) const;
+    int run(const Output& output) const override;
 
 private:
     void connect(OPC::OpcDaClient::DaServerMgt& server) const;
@@ -32,7 +30,6 @@ private:
     std::size_t subscribe(OPC::OpcDaClient::DaServerMgt& server, ChangePrinter& printer, const Output& output) const;
     void waitForEnd(const ChangePrinter& printer, const Interruption& interruption) const;
 
-    CLI::App* command_;
     ServerArguments server_;
     std::vector<std::string> items_;
     std::int32_t rate_ = 1000;

@@ -23,15 +23,12 @@ std::string result(const ItemIdentifier& item) {
 
 }  // namespace
 
-WriteCommand::WriteCommand(CLI::App& parent) : command_(parent.add_subcommand("write", "Writes items once.")) {
-    server_.declare(*command_);
-    command_->add_option("ITEM=VALUE", assignments_, "Item IDs with the values to write; arrays as {1|2|3}")
+WriteCommand::WriteCommand(CLI::App& parent) : Command(parent, "write", "Writes items once.") {
+    server_.declare(command());
+    command()
+        .add_option("ITEM=VALUE", assignments_, "Item IDs with the values to write; arrays as {1|2|3}")
         ->required();
-    command_->add_option("--type", type_, "Send values of this type, such as Int32 or Double[], not of the item's own");
-}
-
-bool WriteCommand::chosen() const {
-    return command_->parsed();
+    command().add_option("--type", type_, "Send values of this type, such as Int32 or Double[], not of the item's own");
 }
 
 int WriteCommand::run(const Output& output) const {

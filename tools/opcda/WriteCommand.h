@@ -13,13 +13,11 @@
 namespace Korvex::Tool {
 
 // Writes items once. A value is read as the item's own type, or as the one that is asked for.
-class WriteCommand {
+class WriteCommand final : public Command {
 public:
-    // Declares the command's arguments on `parent`; they are filled in when it parses.
     explicit WriteCommand(CLI::App& parent);
 
-    bool chosen() const;
-    int run(const Output& output) const;
+    int run(const Output& output) const override;
 
 private:
     struct Assignment {
@@ -30,7 +28,6 @@ private:
     std::vector<OPC::OpcDaClient::Type> typesOf(OPC::OpcDaClient::DaServerMgt& server,
                                                 const std::vector<Assignment>& assignments) const;
 
-    CLI::App* command_;
     ServerArguments server_;
     std::vector<std::string> assignments_;
     std::string type_;

@@ -1,7 +1,9 @@
 // opcda: an OPC Data Access client for the command line.
 #include <algorithm>
+#include <array>
 #include <exception>
 #include <iostream>
+#include <memory>
 
 #include <CLI/CLI.hpp>
 
@@ -22,6 +24,12 @@ namespace {
 
 constexpr const char* kAuthenticationVariable = "KORVEX_OPC_AUTHENTICATION";
 
+// The commands in the order of the tool's help.
+template <typename... Commands>
+std::array<std::unique_ptr<Command>, sizeof...(Commands)> declare(CLI::App& app) {
+    return {std::make_unique<Commands>(app)...};
+}
+
 // Servers that are hardened refuse less than integrity. The library's own default is none.
 void declareAuthentication(CLI::App& app, std::string& level) {
     for (CLI::App* const command : app.get_subcommands({})) {
@@ -38,12 +46,8 @@ int run(std::vector<std::string> arguments) {
     app.footer(
         "URL: opcda://host/ProgID/{CLSID}; the host may be left out for this machine and the CLSID for a\n"
         "look-up by ProgID. Exit status: 0 success, 1 an item failed, 2 usage, 3 the server failed.");
-    const ServersCommand servers(app);
-    const ReadCommand read(app);
-    const BrowseCommand browse(app);
-    const PropsCommand props(app);
-    const WatchCommand watch(app);
-    const WriteCommand write(app);
+    const auto commands =
+        declare<ServersCommand, ReadCommand, BrowseCommand, PropsCommand, WatchCommand, WriteCommand>(app);
     std::string authentication = "integrity";
     declareAuthentication(app, authentication);
 
@@ -55,12 +59,8 @@ int run(std::vector<std::string> arguments) {
     }
     Com::setEnvironmentVariable(kAuthenticationVariable, authentication);
     const Output output{std::cout, std::cerr, Com::outputIsTerminal(), Com::errorIsTerminal()};
-    if (servers.chosen()) return servers.run(output);
-    if (browse.chosen()) return browse.run(output);
-    if (props.chosen()) return props.run(output);
-    if (read.chosen()) return read.run(output);
-    if (write.chosen()) return write.run(output);
-    return watch.run(output);
+    const auto chosen = std::find_if(commands.begin(), commands.end(), [](const auto& each) { return each->chosen(); });
+    return (*chosen)->run(output);
 }
 
 void tellOf(const std::string& failure) {

@@ -4,15 +4,13 @@
 #include <optional>
 #include <utility>
 
+#include "com/result_codes.h"
 #include "opc/browse/ItemPropertiesInterface.h"
 #include "opc/group/DaGroupMgt.h"
 #include "opc/rpc_errors.h"
 
 namespace OpxOpc {
 namespace {
-
-constexpr HRESULT kInvalidContinuationPoint = hresult(0xC0040403u);
-constexpr HRESULT kUnknownItemId = hresult(0xC0040007u);
 
 bool passes(const ListedElement& element, BrowseFilter filter) {
     switch (filter) {
@@ -60,7 +58,7 @@ HRESULT describePage(const BrowseRest& rest, const BrowseRequest& request, IOPCI
 // A flat server has nothing below its items.
 HRESULT listBelowFlatItem(IOPCItemProperties& properties, const OpxString& itemName) {
     const HRESULT hr = hasItemProperties(properties, itemName);
-    return failed(hr) && !isRpcError(hr) ? kUnknownItemId : hr;
+    return failed(hr) && !isRpcError(hr) ? OPC_E_UNKNOWNITEMID : hr;
 }
 
 ItemTest itemTestOf(DaGroupMgt* group) {
@@ -82,7 +80,7 @@ HRESULT AddressSpaceBrowser::browse(const Server& server, const BrowseRequest& r
         if (failed(hr)) return hr;
     } else {
         rest = pages_.take(token, request.itemName, request.filter);
-        if (!rest) return kInvalidContinuationPoint;
+        if (!rest) return OPC_E_INVALIDCONTINUATIONPOINT;
     }
 
     const HRESULT hr = describePage(*rest, request, server.properties, elements);

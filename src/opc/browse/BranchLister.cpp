@@ -7,6 +7,7 @@
 
 #include "com/ComPtr.h"
 #include "com/owners.h"
+#include "com/result_codes.h"
 #include "opc/browse/ItemPropertiesInterface.h"
 #include "opc/rpc_errors.h"
 #include "opc/server_texts.h"
@@ -22,7 +23,6 @@ namespace {
 using Names = std::vector<OpxString>;
 using Space = IOPCBrowseServerAddressSpace;
 
-constexpr HRESULT kUnknownItemId = hresult(0xC0040007u);
 constexpr ULONG kBlock = 256;
 constexpr int kDeepest = 1000;  // a server that still lets itself be moved up is at its root and does not say so
 constexpr OLECHAR kStep = OLESTR('/');
@@ -356,7 +356,7 @@ HRESULT BranchLister::moveTo(Space& space, IOPCItemProperties& properties, const
     }
     const HRESULT hr = hasItemProperties(properties, itemName);
     if (isRpcError(hr)) return hr;
-    return failed(hr) ? kUnknownItemId : S_FALSE;
+    return failed(hr) ? OPC_E_UNKNOWNITEMID : S_FALSE;
 }
 
 // From as far up as is known.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "com/result_codes.h"
 #include "opc/ServerArrays.h"
 #include "opc/browse/ItemPropertyRecords.h"
 #include "opc/rpc_errors.h"
@@ -15,7 +16,6 @@ using Korvex::Com::TaskArray;
 
 namespace {
 
-constexpr HRESULT kInvalidPropertyId = hresult(0xC0040203u);
 constexpr std::int32_t kFirstPropertyWithItem = 100;
 
 // The properties that an item has.
@@ -50,7 +50,7 @@ struct AvailableProperties {
         if (found != ids.end()) return at(static_cast<std::size_t>(found - ids.begin()));
         OpxItemProperty unavailable;
         unavailable.propertyId = static_cast<std::int32_t>(id);
-        unavailable.resultCode = kInvalidPropertyId;
+        unavailable.resultCode = OPC_E_INVALID_PID;
         return unavailable;
     }
 };

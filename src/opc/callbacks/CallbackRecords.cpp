@@ -24,7 +24,7 @@ HRESULT codeUnlessTold(HRESULT code, const HRESULT* told, HRESULT masterError) {
 HRESULT takeChangedItem(const DeliveredItem& item, CallbackRecords& records, OpxItemValue& out) {
     if (failed(item.code)) return item.code;
 
-    const HRESULT taken = isEmptyButGood(item) ? kOpcBadType : takeValue(item, out.value);
+    const HRESULT taken = isEmptyButGood(item) ? OPC_E_BADTYPE : takeValue(item, out.value);
     if (succeeded(taken)) out.quality = item.quality;
     out.timestamp = timeOf(item);
     if (!isGood(item.quality)) records.masterQuality = S_FALSE;
@@ -41,7 +41,7 @@ std::optional<ComAsyncTransaction::Item> translateItem(const ComAsyncTransaction
         return item;
     }
     LibT::lError("Error: OPCDataCallback::OnReadComplete - can not find handle");
-    records.errors[i] = kOpcInvalidHandle;
+    records.errors[i] = OPC_E_INVALIDHANDLE;
     markItemErrors(records);
     return item;
 }

@@ -10,13 +10,13 @@ HRESULT codeOf(const HRESULT* codes, std::size_t i, bool delivered) noexcept {
     return succeeded(code) && !delivered ? E_FAIL : code;
 }
 
-HRESULT assign(const VARIANT& value, OpxVariant& out, HRESULT onOverflow = kOpcBadType) {
+HRESULT assign(const VARIANT& value, OpxVariant& out, HRESULT onOverflow = OPC_E_BADTYPE) {
     try {
         out = value;
         return S_OK;
     } catch (const OpxTypeConversionException& e) {
         out.clear();
-        return e.reason() == OpxTypeConversionException::kOverflow ? onOverflow : kOpcBadType;
+        return e.reason() == OpxTypeConversionException::kOverflow ? onOverflow : OPC_E_BADTYPE;
     }
 }
 
@@ -68,11 +68,11 @@ HRESULT takeValueAs(VARTYPE requested, LCID locale, const DeliveredItem& item, O
     const VARTYPE delivered = item.value->vt;
     const bool isConverted = isDecimalAsCurrency(requested, delivered);
     if (requested == VT_EMPTY || requested == delivered || isConverted) {
-        const HRESULT hr = assign(*item.value, out, isConverted ? DISP_E_OVERFLOW : kOpcBadType);
+        const HRESULT hr = assign(*item.value, out, isConverted ? DISP_E_OVERFLOW : OPC_E_BADTYPE);
         return failed(hr) ? hr : item.code;
     }
     // A reference into the server's memory is not followed.
-    if (delivered & VT_BYREF) return kOpcBadType;
+    if (delivered & VT_BYREF) return OPC_E_BADTYPE;
 
     Korvex::Com::UniqueVariant converted;
     const HRESULT hr =

@@ -8,11 +8,9 @@
 
 #include "com/com.h"
 #include "com/opc_interfaces.h"
+#include "com/result_codes.h"
 
 namespace OpxOpc {
-
-inline constexpr HRESULT kOpcInvalidHandle = hresult(0xC0040001u);
-inline constexpr HRESULT kOpcBadType = hresult(0xC0040004u);
 
 // One item of an answer or a callback. The pointers are the server's.
 struct DeliveredItem {
@@ -48,7 +46,7 @@ bool isEmptyButGood(const DeliveredItem& item) noexcept;
 // The VARIANT type to ask for; VT_EMPTY, the server's own choice, for a tag that has none.
 VARTYPE requestedVarType(Opx::VType type) noexcept;
 
-// Takes the value of an item that did not fail. S_OK, or kOpcBadType for a type that the library has
+// Takes the value of an item that did not fail. S_OK, or OPC_E_BADTYPE for a type that the library has
 // no tag for; `out` is then empty.
 HRESULT takeValue(const DeliveredItem& item, OpxVariant& out);
 

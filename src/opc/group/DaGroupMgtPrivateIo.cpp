@@ -26,7 +26,7 @@ Opx::VType typeAt(const std::vector<Opx::VType>& types, std::size_t i) {
 HRESULT takeReadItem(const DeliveredItem& item, Opx::VType requestedType, LCID locale, OpxItemValue& out) {
     if (failed(item.code)) return item.code;
     const HRESULT code =
-        isEmptyButGood(item) ? kOpcBadType : takeValueAs(requestedVarType(requestedType), locale, item, out.value);
+        isEmptyButGood(item) ? OPC_E_BADTYPE : takeValueAs(requestedVarType(requestedType), locale, item, out.value);
     out.quality = item.quality;
     out.timestamp = timeOf(item);
     return code;

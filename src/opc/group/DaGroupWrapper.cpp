@@ -285,7 +285,7 @@ HRESULT DaGroupWrapper::removeKept(Items& items, Codes& errors, Reach reach) {
     for (std::size_t i = 0; i < items.size(); ++i) {
         // Named twice, or removed by another call meanwhile, it is as unknown as one never added.
         const bool removed = codes[i] >= 0 && found[i] && items_.remove(found[i]);
-        if (!removed && codes[i] >= 0) codes[i] = kOpcInvalidHandle;
+        if (!removed && codes[i] >= 0) codes[i] = OPC_E_INVALIDHANDLE;
     }
     noteChange(group);
     if (anyFailed(codes)) hr = S_FALSE;

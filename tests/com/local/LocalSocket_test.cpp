@@ -124,7 +124,7 @@ TEST_F(Sockets, AProgramThatListensNoMoreIsUnavailable) {
     waiting.join();
     EXPECT_TRUE(namesIn(runtime, ".socket").empty());
     std::unique_ptr<LocalSocket> client;
-    EXPECT_EQ(LocalSocket::connect(runtimeFolder, listener.name(), Deadline::in(1h), client), Com::kServerUnavailable);
+    EXPECT_EQ(LocalSocket::connect(runtimeFolder, listener.name(), Deadline::in(1h), client), kServerUnavailable);
     EXPECT_NE(LocalSocket::connect(runtimeFolder, "../name", Deadline::in(1h), client), S_OK);
     EXPECT_FALSE(client);
 }
@@ -145,7 +145,7 @@ TEST_F(Sockets, ConnectingToAProgramThatTakesNoConnectionsEndsAtTheDeadline) {
     while (waiting.size() < 10 &&
            (hr = LocalSocket::connect(runtimeFolder, "busy", Deadline::in(5ms), waiting.back())) == S_OK)
         waiting.emplace_back();
-    EXPECT_EQ(hr, Com::kCallTimedOut);
+    EXPECT_EQ(hr, kCallTimedOut);
 }
 
 TEST_F(Sockets, ANewProgramRemovesTheSocketsOfCrashedOnes) {

@@ -20,7 +20,7 @@ public:
     HRESULT classObject(std::unique_ptr<Com::LocalSocket> program, REFCLSID clsid, REFIID riid, void** ppv) override {
         send(*program, std::string(reinterpret_cast<const char*>(&clsid), sizeof clsid));
         const std::string answer = receive(*program);
-        const HRESULT hr = answer.empty() ? Com::kServerUnavailable : std::stoi(answer);
+        const HRESULT hr = answer.empty() ? kServerUnavailable : std::stoi(answer);
         return failed(hr) ? hr : farObject.QueryInterface(riid, ppv);
     }
 

@@ -11,13 +11,11 @@
 #include "com/com.h"
 #include "com/portable/local/Deadline.h"
 #include "com/portable/local/Descriptor.h"
+#include "com/result_codes.h"
 
 namespace Korvex::Com {
 
 class RuntimeFolder;
-
-inline constexpr HRESULT kServerUnavailable = hresult(0x800706BAu);
-inline constexpr HRESULT kCallTimedOut = hresult(0x8001011Fu);
 
 // A stream of bytes. One thread may read while another writes. After a deadline has passed in the middle of a
 // message the two ends disagree about where the next one begins: such a connection is to be shut down.
