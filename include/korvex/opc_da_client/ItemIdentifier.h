@@ -46,7 +46,7 @@ public:
     /// The type in which values are wanted, null for the server's own; after a call the item's type.
     const Type& DataType() const noexcept { return m_DataType; }
     /// Sets it.
-    void DataType(Type value) { m_DataType = std::move(value); }
+    void DataType(Type value) noexcept { m_DataType = value; }
 
     /// What the last call said to this item.
     const OpcDaClient::ResultID& ResultID() const noexcept { return m_ResultID; }

@@ -29,7 +29,7 @@ public:
     /// The type of the value.
     const Type& DataType() const noexcept { return m_DataType; }
     /// Sets it.
-    void DataType(Type value) { m_DataType = std::move(value); }
+    void DataType(Type value) noexcept { m_DataType = value; }
 
     /// Null unless values were asked for. Of PropertyID::DATATYPE it is a Type.
     const Object& Value() const noexcept { return m_Value; }
