@@ -113,7 +113,7 @@ struct Element {
 struct Property {
     /// The number of the property.
     std::int32_t id = 0;
-    /// What the server says the property is.
+    /// The server's description of the property.
     std::string description;
     Object value;        ///< null where there is none
     std::string itemId;  ///< the item that is this property; "" where there is none

@@ -72,7 +72,7 @@ void DaServerMgt::Dispose() {
     try {
         if (d_->m_IsConnected) native->m_OpxDaClient.disconnect();
     } catch (...) {
-        // Whatever is left of the connection goes with its last owner.
+        // The rest of the connection goes with its last owner.
     }
     d_->m_IsConnected = false;
     native.reset();

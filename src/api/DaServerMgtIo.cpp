@@ -24,7 +24,7 @@ void checkConnected(ServerState state) {
     if (state != ServerState::CONNECTED) HandleHResult(E_FAIL);
 }
 
-// What every call but a read does with its answer.
+// Takes over the answer of any call but a read.
 ReturnCode takeAnswer(std::int32_t hr, const std::vector<OpxOpc::OpxItemIdentifier>& items,
                       const std::vector<std::int32_t>& errors, std::vector<ItemIdentifier>& identifiers) {
     HandleHResult(hr);

@@ -1,4 +1,4 @@
-// What a DaServerMgt is made of.
+// The implementation of DaServerMgt.
 #pragma once
 
 #include <atomic>

@@ -29,7 +29,7 @@ void checkDeadband(float deadband) {
     if (OpxOpc::isInvalidDeadband(deadband)) HandleDeadband("deadband");
 }
 
-// What is too large for a float becomes the largest, as casting it is undefined.
+// Numbers too large for a float become the largest float: casting them is undefined.
 float narrowed(double value) {
     constexpr double kLargest = std::numeric_limits<float>::max();
     return static_cast<float>(std::clamp(value, -kLargest, kLargest));

@@ -28,7 +28,7 @@ using ItemHandles = std::unordered_map<std::uint32_t, Object>;
 // Of handles with the same hash the first counts.
 ItemHandles CreateItemHandles(const std::vector<ItemIdentifier>& itemIdentifiers);
 
-// What a native call said to each item: the call's result and the codes, which may be fewer than items.
+// The results of a native call's items: the call's result and the codes, which may be fewer than items.
 class ItemResults {
 public:
     ItemResults(std::int32_t hr, const std::vector<std::int32_t>& errors) : hr_(hr), errors_(errors) {}

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kLongestChain = 100;  // of threads that wait for each other; a longer one goes round in a circle
 
-// What keeps a thread from going on: one of the three.
+// The reason why a thread cannot go on: one of the three.
 struct Obstacle {
     const Addition* addition = nullptr;
     const CallGate* gate = nullptr;

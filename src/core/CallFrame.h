@@ -26,7 +26,7 @@ public:
     // False when the call is refused: the server is not connected.
     bool entered() const noexcept { return connection_ != nullptr; }
 
-    // What the call found when it entered, and keeps: the server, or that it is not connected.
+    // The connection as the call found it when it entered: the server, or none.
     bool connected() const noexcept { return found_.connected; }
     DaGroupWrapper::Reach reach() const noexcept {
         return connected() ? DaGroupWrapper::Reach::Server : DaGroupWrapper::Reach::KeptStateOnly;

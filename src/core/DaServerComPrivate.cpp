@@ -147,7 +147,7 @@ DaServerComPrivate::Address DaServerComPrivate::address() {
     return address_;
 }
 
-// What a server once settled on is not asked for again, even if this attempt fails later.
+// A locale that a server once settled on is not asked for again, even if this attempt fails later.
 HRESULT DaServerComPrivate::changeLocale(DaServerMgt& server, OpxString& locale, bool& changed) {
     if (locale.empty()) return S_OK;
     const OpxString asked = locale;

@@ -66,7 +66,7 @@ public:
 
     // ---- Calls
 
-    // What a call finds when it begins, and keeps until it ends.
+    // The state of the connection as a call found it when it began.
     struct Admission {
         bool connected = false;
         bool comesBack = false;  // after a loss
@@ -161,7 +161,7 @@ private:
     std::shared_ptr<CallbackRelay> callback_ GUARDED_BY(gate_);  // null while disconnected
     std::uint32_t clientHandle_ GUARDED_BY(gate_) = 0;
 
-    // What a connection takes COM up for stays up from its first server to its end.
+    // Keeps COM up from the connection's first server to its end.
     std::unique_ptr<ApartmentShare> apartment_ GUARDED_BY(gate_);
     std::shared_ptr<WatchDog> watchDog_ GUARDED_BY(gate_);
     std::vector<std::unique_ptr<TerminateOpcThread>> teardownThreads_ GUARDED_BY(gate_);

@@ -1,4 +1,4 @@
-// What one thread at a time may do, once at a time.
+// Marks an operation that one thread at a time may carry out.
 #pragma once
 
 #include <atomic>

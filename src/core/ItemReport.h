@@ -1,4 +1,4 @@
-// What the client is told of a subscription's items without their server.
+// A data change that the library itself reports: the items of a subscription whose server is lost.
 #pragma once
 
 #include <cstdint>

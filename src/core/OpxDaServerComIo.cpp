@@ -118,7 +118,7 @@ HRESULT writeItems(const ServerLink& link, const WriteRequest& request, Codes& e
     });
 }
 
-// What the completion needs to know. Of an item that is named twice it is the last that counts.
+// The record for the completion. Of an item that is named twice the last one counts.
 std::shared_ptr<ComAsyncTransaction> transactionFor(std::uint32_t clientTransaction, const Items& items,
                                                     const ResolvedItems& resolved, Types types) {
     std::map<std::uint32_t, std::uint32_t> positions;

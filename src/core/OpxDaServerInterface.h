@@ -1,4 +1,4 @@
-// What the facade needs of an engine.
+// The engine as the facade sees it.
 #pragma once
 
 #include <cstdint>

@@ -97,7 +97,7 @@ HRESULT Reconnector::bringBackSubscriptions() {
         HRESULT hr;
         {
             const Korvex::ScopedLock guard(connection_.gate());
-            // What calls did to the subscriptions while there was no server has to be complete.
+            // Calls that began while there was no server have to complete their changes of the subscriptions.
             connection_.gate().waitUntilQuiet();
             hr = recoverSubscriptions(connection_);
         }

@@ -1,4 +1,4 @@
-// What a connection has to do with one server, from reaching it until losing it.
+// The objects of a connection that belong to one server, from reaching it until losing it.
 #pragma once
 
 #include <memory>

@@ -13,7 +13,7 @@ public:
     // Reaches the list on `host`, empty for this machine; `traced` writes the lines of the call.
     HRESULT open(const OpxString& host, bool traced = false);
 
-    // What `call` answers of the interface that was had.
+    // Returns the answer of `call` for the interface that was had.
     template <typename Call>
     HRESULT with(Call&& call) const {
         return newer_ ? call(*newer_) : call(*first_);

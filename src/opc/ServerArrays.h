@@ -9,7 +9,7 @@
 #include "com/owners.h"
 #include "values/codeAt.h"
 
-// What elements of OPC arrays own, found by TaskArray through the namespace of their types.
+// Free the memory that elements of OPC arrays own; found by TaskArray through the namespace of their types.
 inline void clearTaskElement(OPCITEMSTATE& element) noexcept {
     VariantClear(&element.vDataValue);
 }

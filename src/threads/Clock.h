@@ -1,4 +1,4 @@
-// The time that the library's own threads live by.
+// The clock of the library's own threads, which tests replace.
 #pragma once
 
 #include <chrono>

@@ -1,4 +1,4 @@
-// Takes leave of a server that may not answer any more.
+// Releases a server that may not answer any more, on a thread of its own.
 #pragma once
 
 #include <memory>

@@ -77,7 +77,7 @@ void WatchDog::pass(WatchedConnection& connection) {
 }
 
 void WatchDog::handleLoss(WatchedConnection& connection, ServerStatus why) {
-    // Whatever a subscription that could not be brought back has made of it.
+    // A subscription that could not be brought back may have changed it.
     reconnectInterval_ = why == SERVERSTATUS_SHUTDOWN ? kIntervalAfterShutdown : kFirstRetryPeriods * period_;
     connection.internalDisconnect(why == SERVERSTATUS_SHUTDOWN);
     connection.reportLoss(why);

@@ -1,4 +1,4 @@
-// What the watch-dog needs of the connection that it watches.
+// The connection as its watch-dog sees it.
 #pragma once
 
 #include <optional>

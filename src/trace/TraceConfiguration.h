@@ -14,7 +14,7 @@
 
 namespace OpxOpc {
 
-// What a configuration file asks for.
+// The settings of a configuration file.
 struct TraceConfiguration {
     struct File {
         OpxString name;

@@ -61,7 +61,7 @@ consteval TraceArgument::Kind traceKindOf() {
         return TraceArgument::Kind::kInteger;
 }
 
-// What follows a '%' in a format.
+// A conversion specification, the part of a format that begins with '%'.
 struct TraceConversion {
     bool zeros = false;  // fill up with zeros, not blanks
     std::size_t width = 0;

@@ -7,7 +7,7 @@
 
 namespace OpxOpc {
 
-// What a parser found at the start of a text. Leading white space and one sign are accepted; a text
+// The number at the start of a text. Leading white space and one sign are accepted; a text
 // without a digit is 0 with nothing consumed.
 template <typename T>
 struct ParsedNumber {

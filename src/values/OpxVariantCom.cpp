@@ -23,7 +23,7 @@ const void* payloadOf(const VARIANT& variant) noexcept {
     return variant.vt == VT_DECIMAL ? static_cast<const void*>(&variant.decVal) : &variant.llVal;
 }
 
-// What the elements own is reached through pointers, so that the array itself must say that it holds
+// Elements own memory through pointers, so that the array itself must say that it holds
 // such elements, by its type or, where it has none, by its features; a number may be read as any other of
 // its size.
 bool holdsElementsOf(const VariantForm& form, SAFEARRAY* array) noexcept {

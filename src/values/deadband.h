@@ -1,4 +1,4 @@
-// What an application may ask for as a deadband.
+// The range of deadbands that an application may ask for.
 #pragma once
 
 namespace OpxOpc {

@@ -1,4 +1,4 @@
-// What browsing a server's address space finds.
+// An element of a server's address space.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// What an application of the native facade implements to be called back.
+// The interface that an application of the native facade implements to be called back.
 #pragma once
 
 #include <cstdint>

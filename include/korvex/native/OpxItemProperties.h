@@ -16,7 +16,7 @@ struct OpxItemProperty {
     std::int32_t propertyId = 0;
     /// The type of the value.
     Opx::VType dataType = Opx::VType::Empty;
-    /// What the server says the property is.
+    /// The server's description of the property.
     OpxString description;
     /// Empty unless values were requested. Of the item's data type, property 1, it is the number of the
     /// library's own tag (Opx::VType), not that of COM's.
@@ -27,7 +27,7 @@ struct OpxItemProperty {
     std::int32_t resultCode = 0;
 };
 
-/// What a request for properties got for one item.
+/// The answer for one item of a request for properties.
 struct OpxItemProperties {
     std::int32_t resultCode = 0;  ///< S_FALSE when one of the properties failed
     /// The properties that were asked for, or all.

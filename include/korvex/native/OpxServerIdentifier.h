@@ -31,7 +31,7 @@ public:
     const OpxString& progId() const noexcept { return progId_; }
     /// The class ID, with braces.
     const OpxString& clsid() const noexcept { return clsid_; }
-    /// What kind of server it is.
+    /// The kind of server.
     ServerCategory category() const noexcept { return category_; }
 
 private:

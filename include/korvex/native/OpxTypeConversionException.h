@@ -1,4 +1,4 @@
-// What a strict conversion of a native value throws.
+// Thrown by strict conversions of native values.
 #pragma once
 
 #include <cstdint>

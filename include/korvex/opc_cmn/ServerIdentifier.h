@@ -1,4 +1,4 @@
-// What names an OPC server.
+// The names of an OPC server.
 #pragma once
 
 #include <utility>
@@ -42,7 +42,7 @@ public:
     /// Sets it.
     void CLSID(NullableText value) { m_Clsid = std::move(value); }
 
-    /// What kind of server it is.
+    /// The kind of server.
     ServerCategory Category() const noexcept { return m_Category; }
     /// Sets it.
     void Category(ServerCategory value) noexcept { m_Category = value; }

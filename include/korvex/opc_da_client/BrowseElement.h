@@ -1,4 +1,4 @@
-// What browsing finds in a server's address space.
+// An element of a server's address space.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// What the object API throws.
+// The exceptions of the object API.
 #pragma once
 
 #include <cstdint>
@@ -73,7 +73,7 @@ private:
     OpcDaClient::ResultID m_Result;
 };
 
-/// What OpcServerEnum throws when a call fails.
+/// Thrown by OpcServerEnum when a call fails.
 class KORVEX_OPC_API ComException : public Exception {
 public:
     /// An exception about an HRESULT.

@@ -38,7 +38,7 @@ public:
     /// Sets it.
     void ServerHandle(std::int32_t value) noexcept { m_HandleServer = value; }
 
-    /// Whatever the application wants to get back with the item's values.
+    /// A value of the application's own, which comes back with the item's values.
     const Object& ClientHandle() const noexcept { return m_HandleClient; }
     /// Sets it.
     void ClientHandle(Object value) { m_HandleClient = std::move(value); }
@@ -48,7 +48,7 @@ public:
     /// Sets it.
     void DataType(Type value) noexcept { m_DataType = value; }
 
-    /// What the last call said to this item.
+    /// The item's result in the last call.
     const OpcDaClient::ResultID& ResultID() const noexcept { return m_ResultID; }
     /// Sets it.
     /// Sets it.

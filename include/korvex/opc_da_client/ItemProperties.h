@@ -1,4 +1,4 @@
-// What a server tells of an item besides its value.
+// The properties of an item, which a server tells besides its value.
 #pragma once
 
 #include <cstddef>
@@ -21,7 +21,7 @@ public:
     /// Sets it.
     void PropertyID(std::int32_t value) noexcept { m_PropertyID = value; }
 
-    /// What the server says the property is.
+    /// The server's description of the property.
     const NullableText& Description() const noexcept { return m_Description; }
     /// Sets it.
     void Description(NullableText value) { m_Description = std::move(value); }

@@ -1,4 +1,4 @@
-// What became of the write of an item, as events deliver it.
+// The result of writing an item, as events deliver it.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@
 
 namespace Korvex::OPC::OpcDaClient {
 
-/// What became of one item of an asynchronous write.
+/// The result of one item of an asynchronous write.
 class ItemResultCallback {
 public:
     /// The application's handle of the item.
@@ -17,7 +17,7 @@ public:
     /// Sets it.
     void ClientHandle(Object value) { m_ClientHandle = std::move(value); }
 
-    /// What the server said to this item; nothing in a record that no event has filled.
+    /// The server's result for this item; nothing in a record that no event has filled.
     const std::optional<OpcDaClient::ResultID>& ResultID() const noexcept { return m_ResultID; }
     /// Sets it.
     void ResultID(const std::optional<OpcDaClient::ResultID>& value) noexcept { m_ResultID = value; }

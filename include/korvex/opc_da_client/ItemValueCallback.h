@@ -17,7 +17,7 @@ public:
     /// Sets it.
     void ClientHandle(Object value) { m_ClientHandle = std::move(value); }
 
-    /// What the server said to this item; nothing in a record that no event has filled.
+    /// The server's result for this item; nothing in a record that no event has filled.
     const std::optional<OpcDaClient::ResultID>& ResultID() const noexcept { return m_ResultID; }
     /// Sets it.
     void ResultID(const std::optional<OpcDaClient::ResultID>& value) noexcept { m_ResultID = value; }

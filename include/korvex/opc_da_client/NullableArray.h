@@ -9,7 +9,7 @@
 
 namespace Korvex::OPC::OpcDaClient {
 
-/// What methods take and answer as lists. A std::vector and an initialiser list convert to it, and it
+/// The list type of methods, which may be null. A std::vector and an initialiser list convert to it, and it
 /// converts to a std::vector; an application that never passes null need not care.
 template <typename T>
 class NullableArray {

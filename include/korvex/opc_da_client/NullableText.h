@@ -11,7 +11,7 @@
 
 namespace Korvex::OPC::OpcDaClient {
 
-/// What methods take and records hold as text: UTF-16 as OLESTR("...") and OpxString, or UTF-8 as
+/// The text type of methods and records, which may be null: UTF-16 as OLESTR("...") and OpxString, or UTF-8 as
 /// "..." and std::string, which is converted. A null pointer is the null text; "" is not null.
 class NullableText {
 public:

@@ -20,7 +20,7 @@ public:
     std::int32_t Quality() const noexcept { return m_QualityBits; }
     /// 0 not limited, 1 low, 2 high, 3 constant.
     std::int32_t LimitBits() const noexcept { return m_LimitBits; }
-    /// What the server's vendor put above the status.
+    /// The vendor's own bits, which lie above the status.
     std::int32_t VendorBits() const noexcept { return m_VendorBits; }
     /// The symbolic name of the status, "OPC_QUALITY_GOOD"; for one that is not known its upper-case
     /// hexadecimal digits.

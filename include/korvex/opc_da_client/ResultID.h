@@ -1,4 +1,4 @@
-// What became of one item or of a call: a result code with its name and description.
+// The result of an item or of a call: a code with its name and description.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// What became of a call on items.
+// The summary of a call on items.
 #pragma once
 
 #include <cstdint>

@@ -102,7 +102,7 @@ std::map<std::string, std::string> readLines(const fs::path& file) {
     return values;
 }
 
-// Whoever can write a registration chooses the code that its readers load.
+// A user who can write a registration chooses the code that its readers load.
 void refuseWhatOthersMayChange(const fs::path& file) {
     if (const std::string reason = whyNotTrusted(file); !reason.empty()) throw std::runtime_error(reason);
 }

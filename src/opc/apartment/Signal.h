@@ -23,7 +23,7 @@ public:
     // Take where the process is single-threaded.
     static Messages messagesOfApartment() noexcept;
 
-    // What the signal guards is annotated with the signal, and so are the functions that these three call: they are
+    // Fields under the signal are annotated with the signal, and so are the functions that these three call: they are
     // not checked themselves, for the lock that they hold then is another one to the compiler.
 
     template <typename Change>

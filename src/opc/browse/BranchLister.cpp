@@ -279,7 +279,7 @@ private:
         return leaf != leafNames_.end() && *leaf->second != branchName;
     }
 
-    // What the server knows by the name is another element, unless it is the branch's own leaf.
+    // The server knows another element by the name, unless it is the branch's own leaf.
     void giveUpItemsName(ListedElement& branch) {
         if (!std::exchange(branch.isItem, false) || leafNames_.contains(branch.itemName)) return;
         lister_.routes_.erase(branch.itemName);

@@ -1,4 +1,4 @@
-// What lies below a branch, as data access 2.0 servers tell it: they keep one position per connection and
+// Lists the elements below a branch of a data access 2.0 server. Such servers keep one position per connection and
 // list the names that they find there.
 #pragma once
 

@@ -14,7 +14,7 @@
 
 namespace OpxOpc {
 
-// What a browse has found and not handed out yet.
+// The elements that a browse has found and not handed out yet.
 struct BrowseRest {
     OpxString itemName;
     BrowseFilter filter = BrowseFilter::All;

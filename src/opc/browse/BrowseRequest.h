@@ -1,4 +1,4 @@
-// What a caller asks of the address space.
+// The parameters of a browse call.
 #pragma once
 
 #include <cstdint>

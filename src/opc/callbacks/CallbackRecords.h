@@ -1,4 +1,4 @@
-// What a group's callbacks deliver, translated into the records that the client is told.
+// Translates the arguments of a group's callbacks into the records that the client gets.
 #pragma once
 
 #include <cstdint>

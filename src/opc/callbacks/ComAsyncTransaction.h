@@ -10,7 +10,8 @@
 
 namespace OpxOpc {
 
-// What a completion needs to be told to the client who asked. Filled by one thread, then read-only.
+// Keeps of an asynchronous call all that its completion needs to be told to the client. Filled by one thread, then
+// read-only.
 class ComAsyncTransaction {
 public:
     struct Item {

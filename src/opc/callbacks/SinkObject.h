@@ -1,4 +1,4 @@
-// What the objects that a server calls back have in common.
+// The common base of the objects that a server calls back.
 #pragma once
 
 #include <atomic>

@@ -75,8 +75,8 @@ public:
     // Appends the client handles of the items and returns the group's.
     std::uint32_t collectHandles(std::vector<std::uint32_t>& clientHandles) const;
 
-    // What tells the client that the items have no good value any more: one empty value of bad quality
-    // and the code 0 for each.
+    // Fills the lists with one empty value of bad quality and the code 0 an item, which tells the client that the
+    // items have no good value any more. Returns the group's client handle.
     std::uint32_t getQualityBadData(std::vector<std::uint32_t>& clientHandles, std::vector<OpxItemValue>& values,
                                     std::vector<std::int32_t>& errors) const;
 
@@ -95,7 +95,7 @@ private:
     using Items = std::vector<OpxItemIdentifier>;
     using Codes = std::vector<std::int32_t>;
 
-    // What was asked for last; a change that began before the one that is kept comes too late.
+    // The value that was asked for last; a change that began before the one that is kept comes too late.
     template <typename T>
     struct Setting {
         T value;

@@ -30,7 +30,7 @@ struct DaServerMgtPrivate {
     // Answers the code of the last revocation, S_OK in a multi-threaded apartment.
     HRESULT ReleaseOPCServerInterfaces();
 
-    // What DaServerMgt offers of these.
+    // The operations of these interfaces, as DaServerMgt offers them.
     HRESULT browse(const BrowseRequest& request, OpxString& continuationPoint, std::vector<OpxBrowseElement>& elements,
                    bool& moreElements);
     HRESULT getProperties(const std::vector<OpxItemIdentifier>& items, const PropertyRequest& request,

@@ -48,7 +48,7 @@ template <typename T>
 concept ForeignText = !TextLike<T> && (ForeignCharacter<typename CharacterOf<T>::type> ||
                                        std::same_as<typename CharacterOf<T>::type, char16_t>);
 
-/// What an Object can hold but null, text and Objects.
+/// The types that an Object can hold besides null, text and Objects.
 template <typename T>
 concept Storable = !std::same_as<T, Object> && !std::same_as<T, std::nullptr_t> && !std::same_as<T, long double> &&
                    !TextLike<T> && !ForeignCharacter<T> && !ForeignText<T> &&

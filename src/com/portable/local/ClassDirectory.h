@@ -13,7 +13,7 @@
 namespace Korvex::Com {
 
 // A link in the runtime folder for each class leads to the socket of the program that registered the class last.
-// What fails for another reason than that no program serves the class is thrown as LocalFailure.
+// Throws LocalFailure for any failure but that no program serves the class.
 class ClassDirectory {
 public:
     static constexpr std::chrono::seconds kConnectingLasts{10};

@@ -1,4 +1,4 @@
-// What the programs of a user say to each other over their connections.
+// The protocol between the programs of a user.
 #pragma once
 
 #include <memory>

@@ -52,7 +52,7 @@ int flagsFor(const Deadline& deadline) {
     return MSG_NOSIGNAL | (deadline.isNever() ? 0 : MSG_DONTWAIT);
 }
 
-// What to do after a transfer moved nothing: done where it is worth another attempt.
+// Waits after a transfer that moved nothing. Answers `done` where another attempt is worth it.
 Result waitForMore(int socket, short event, const Deadline& deadline) {
     if (errno == EINTR) return Result::done;
     if (errno != EAGAIN) return Result::closed;
