@@ -1,4 +1,4 @@
-// The common half of the runtime's own COM objects.
+// The common half of COM objects.
 #pragma once
 
 #include <atomic>
@@ -8,7 +8,8 @@
 
 namespace Korvex::Com {
 
-// Counts references from 1 and answers QueryInterface for its interfaces; the first is its identity.
+// Created with `new`, owned by its references and destroyed with the last one. Answers QueryInterface for its
+// interfaces; the first is its identity. Any thread may call.
 template <typename First, typename... Others>
 class ComObject : public First, public Others... {
 public:
@@ -34,7 +35,8 @@ public:
     }
 
 protected:
-    ComObject() = default;
+    // With 0 references the creator owns nothing and has to be the first that adds one.
+    explicit ComObject(ULONG references = 1) : references_(references) {}
 
 private:
     template <typename Interface>
@@ -42,7 +44,7 @@ private:
         if (riid == iidOf<Interface>()) *ppvObject = static_cast<Interface*>(this);
     }
 
-    std::atomic<ULONG> references_{1};
+    std::atomic<ULONG> references_;
 };
 
 }  // namespace Korvex::Com

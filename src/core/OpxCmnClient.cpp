@@ -1,16 +1,11 @@
 #include <korvex/native/OpxCmnClient.h>
 
-#include <optional>
-#include <thread>
-#include <utility>
-
-#include "com/ComCalls.h"
 #include "com/Mutex.h"
-#include "com/platform.h"
 #include "core/ServerList.h"
 #include "core/guarded.h"
 #include "core/server_enumeration.h"
 #include "opc/apartment/ApartmentMode.h"
+#include "opc/apartment/ComInitialization.h"
 #include "opc/broken_registrations.h"
 #include "trace/TraceScope.h"
 
@@ -24,8 +19,7 @@ const std::vector<ServerCategory> kAllCategories = {ServerCategory::OPCDA, Serve
 struct Instances {
     Korvex::Mutex lock;
     std::uint32_t count GUARDED_BY(lock) = 0;
-    std::optional<std::thread::id> comInitializedBy GUARDED_BY(lock);
-    void* multiThreadedHold GUARDED_BY(lock) = nullptr;
+    ComInitialization com GUARDED_BY(lock);
 };
 
 Instances& instances() {
@@ -34,22 +28,14 @@ Instances& instances() {
 }
 
 void initializeCom(Instances& state) REQUIRES(state.lock) {
-    const HRESULT hr = Korvex::Com::comCalls().coInitializeEx(COINIT_MULTITHREADED);
+    const HRESULT hr = state.com.begin();
     // Any thread may call, beside one with a user interface, and after the one that brought COM up has ended.
-    state.multiThreadedHold = Korvex::Com::holdMultiThreadedApartment();
+    state.com.holdMultiThreadedApartment();
     if (hr == RPC_E_CHANGED_MODE) {
         LibT::lCtor("Ctor CmnClient - COM is already initialized as STA");
         return;
     }
     LibT::lCtor("Ctor CmnClient - initialized COM as MTA");
-    if (succeeded(hr)) state.comInitializedBy = std::this_thread::get_id();
-}
-
-// An apartment is a thread's: undone on another one, it would be that thread's own that ends.
-void uninitializeCom(Instances& state) REQUIRES(state.lock) {
-    Korvex::Com::releaseMultiThreadedApartment(std::exchange(state.multiThreadedHold, nullptr));
-    if (state.comInitializedBy == std::this_thread::get_id()) Korvex::Com::comCalls().coUninitialize();
-    state.comInitializedBy.reset();
 }
 
 // This machine's COM knows its ProgIDs where it has no list of servers.
@@ -90,7 +76,7 @@ OpxCmnClient::~OpxCmnClient() {
     {
         Instances& state = instances();
         const Korvex::ScopedLock guard(state.lock);
-        if (--state.count == 0) uninitializeCom(state);
+        if (--state.count == 0) state.com.end();
     }
     LibT::lCtor("<-- Dtor CmnClient");
 }

@@ -3,13 +3,11 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
-#include <optional>
-#include <thread>
-#include <utility>
 
 #include "com/ComCalls.h"
 #include "com/Mutex.h"
 #include "com/platform.h"
+#include "opc/apartment/ComInitialization.h"
 #include "trace/LibT.h"
 
 namespace OpxOpc {
@@ -18,8 +16,7 @@ namespace {
 struct ApartmentState {
     Korvex::Mutex lock;
     std::uint32_t instances GUARDED_BY(lock) = 0;
-    std::optional<std::thread::id> initializedBy GUARDED_BY(lock);
-    void* multiThreadedHold GUARDED_BY(lock) = nullptr;
+    ComInitialization com GUARDED_BY(lock);
     std::once_flag securityInitialized;
     std::atomic<bool> singleThreaded = false;
 };
@@ -30,17 +27,14 @@ ApartmentState& apartment() {
 }
 
 void initializeCom(ApartmentState& state) REQUIRES(state.lock) {
-    const HRESULT hr = Korvex::Com::comCalls().coInitializeEx(COINIT_MULTITHREADED);
+    const HRESULT hr = state.com.begin();
     if (hr == RPC_E_CHANGED_MODE) {
         LibT::lCtor("Ctor DaServerMgtPrivate - COM is already initialized as STA");
         state.singleThreaded = true;
         return;
     }
     LibT::lCtor("Ctor DaServerMgtPrivate - initialized COM as MTA");
-    if (failed(hr)) return;
-    state.initializedBy = std::this_thread::get_id();
-    // That thread may end before the connections do.
-    state.multiThreadedHold = Korvex::Com::holdMultiThreadedApartment();
+    if (succeeded(hr)) state.com.holdMultiThreadedApartment();
 }
 
 constexpr struct {
@@ -89,10 +83,7 @@ void ApartmentMode::leave() {
     ApartmentState& state = apartment();
     const Korvex::ScopedLock guard(state.lock);
     if (--state.instances > 0) return;
-    // An apartment is a thread's: undone on another one, it would be that thread's own that ends.
-    Korvex::Com::releaseMultiThreadedApartment(std::exchange(state.multiThreadedHold, nullptr));
-    if (state.initializedBy == std::this_thread::get_id()) Korvex::Com::comCalls().coUninitialize();
-    state.initializedBy.reset();
+    state.com.end();
     state.singleThreaded = false;
 }
 
