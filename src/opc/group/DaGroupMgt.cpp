@@ -174,7 +174,7 @@ HRESULT DaGroupMgt::initialize(IOPCItemMgt* itemMgt, std::uint32_t revisedUpdate
     const TraceScope scope("DaGroupMgt::initialize");
     d_->updateRate = revisedUpdateRate;
     d_->serverHandle = serverHandle;
-    d_->localeId = localeId;
+    d_->io.locale(localeId);
     return scope.leave(d_->SetIOPCItemMgt(itemMgt));
 }
 
@@ -320,7 +320,7 @@ HRESULT DaGroupMgt::read(std::uint32_t maxAge, const std::vector<std::uint32_t>&
     errors.clear();
     const HRESULT hr = checkLists("DaGroupMgt::read", scope, *d_, handles.size(), handles.size());
     if (failed(hr)) return hr;
-    return scope.leaveAs("DaGroupMgt::read", d_->read(maxAge, handles, types, values, errors));
+    return scope.leaveAs("DaGroupMgt::read", d_->io.read(maxAge, handles, types, values, errors));
 }
 
 HRESULT DaGroupMgt::readAsync(std::uint32_t transactionId, std::uint32_t maxAge,
@@ -329,7 +329,7 @@ HRESULT DaGroupMgt::readAsync(std::uint32_t transactionId, std::uint32_t maxAge,
     errors.clear();
     const HRESULT hr = checkLists("DaGroupMgt::readAsync", scope, *d_, handles.size(), handles.size());
     if (failed(hr)) return hr;
-    return scope.leaveAs("DaGroupMgt::readAsync", d_->readAsync(transactionId, maxAge, handles, errors));
+    return scope.leaveAs("DaGroupMgt::readAsync", d_->io.readAsync(transactionId, maxAge, handles, errors));
 }
 
 HRESULT DaGroupMgt::write(const std::vector<std::uint32_t>& handles, const std::vector<OpxVariant>& values,
@@ -339,7 +339,7 @@ HRESULT DaGroupMgt::write(const std::vector<std::uint32_t>& handles, const std::
     const HRESULT hr = checkLists("DaGroupMgt::write", scope, *d_, handles.size(), values.size());
     if (failed(hr)) return hr;
     traceWrite(handles, values);
-    return scope.leaveAs("DaGroupMgt::write", d_->write(handles, values, types, errors));
+    return scope.leaveAs("DaGroupMgt::write", d_->io.write(handles, values, types, errors));
 }
 
 HRESULT DaGroupMgt::writeAsync(std::uint32_t transactionId, const std::vector<std::uint32_t>& handles,
@@ -350,7 +350,7 @@ HRESULT DaGroupMgt::writeAsync(std::uint32_t transactionId, const std::vector<st
     const HRESULT hr = checkLists("DaGroupMgt::writeAsync", scope, *d_, handles.size(), values.size());
     if (failed(hr)) return hr;
     traceWrite(handles, values);
-    return scope.leaveAs("DaGroupMgt::writeAsync", d_->writeAsync(transactionId, handles, values, types, errors));
+    return scope.leaveAs("DaGroupMgt::writeAsync", d_->io.writeAsync(transactionId, handles, values, types, errors));
 }
 
 HRESULT DaGroupMgt::connectCallback(std::shared_ptr<OpxDataCallback> callback) {
@@ -360,7 +360,7 @@ HRESULT DaGroupMgt::connectCallback(std::shared_ptr<OpxDataCallback> callback) {
     if (!point) return scope.refuse("[hr=E_NOINTERFACE] - IConnectionPoint not valid", E_NOINTERFACE);
 
     DaGroupMgtPrivate::Advice advice;
-    advice.sink = ComPtr<OpxOPCDataCallback>(new OpxOPCDataCallback(std::move(callback), d_->localeId));
+    advice.sink = ComPtr<OpxOPCDataCallback>(new OpxOPCDataCallback(std::move(callback), d_->io.locale()));
     const HRESULT hr =
         tracedCall("IConnectionPoint::Advise", [&] { return point->Advise(advice.sink.get(), &advice.cookie); });
     advice.advised = succeeded(hr);

@@ -12,7 +12,7 @@ HRESULT DaGroupMgtPrivate::SetIOPCItemMgt(IOPCItemMgt* itemMgt) {
     HRESULT hr = GroupInterfaces::query(itemMgt, found);
     if (failed(hr)) return scope.leave(hr);
 
-    dataAccess3IO = std::get<ComPtr<IOPCSyncIO2>>(found) && std::get<ComPtr<IOPCAsyncIO3>>(found);
+    io.takesAges(std::get<ComPtr<IOPCSyncIO2>>(found) && std::get<ComPtr<IOPCAsyncIO3>>(found));
     hr = interfaces.keep(found);
     available = true;
     return scope.leave(hr);

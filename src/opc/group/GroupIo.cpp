@@ -1,7 +1,8 @@
+#include "opc/group/GroupIo.h"
+
 #include "opc/ServerArrays.h"
 #include "opc/callbacks/DeliveredItem.h"
 #include "opc/callbacks/ValueText.h"
-#include "opc/group/DaGroupMgtPrivate.h"
 #include "opc/group/WriteConversion.h"
 #include "trace/TraceScope.h"
 
@@ -19,7 +20,7 @@ std::vector<OPCHANDLE> serverHandles(const std::vector<std::uint32_t>& handles) 
     return {handles.begin(), handles.end()};
 }
 
-Opx::VType typeAt(const std::vector<Opx::VType>& types, std::size_t i) {
+Opx::VType typeAt(const GroupIo::Types& types, std::size_t i) {
     return i < types.size() ? types[i] : Opx::VType::Empty;
 }
 
@@ -76,8 +77,8 @@ struct WriteLines {
 
 static_assert(sizeof(UniqueVariant) == sizeof(VARIANT), "an array of owners is handed out as an array of VARIANT");
 
-std::vector<UniqueVariant> convertAll(const std::vector<OpxVariant>& values, const std::vector<Opx::VType>& types,
-                                      LCID locale, const WriteLines& lines) {
+std::vector<UniqueVariant> convertAll(const std::vector<OpxVariant>& values, const GroupIo::Types& types, LCID locale,
+                                      const WriteLines& lines) {
     std::vector<UniqueVariant> converted(values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
         const WriteConversion outcome = convertForWrite(values[i], typeAt(types, i), locale, converted[i]);
@@ -87,19 +88,29 @@ std::vector<UniqueVariant> convertAll(const std::vector<OpxVariant>& values, con
     return converted;
 }
 
-}  // namespace
-
-HRESULT DaGroupMgtPrivate::read(std::uint32_t maxAge, const Handles& handles, const std::vector<Opx::VType>& types,
-                                std::vector<OpxItemValue>& values, Codes& errors) const {
-    return dataAccess3IO && maxAge != 0 ? readMaxAge(maxAge, handles, types, values, errors)
-                                        : readDevice(handles, types, values, errors);
+// Carries out a call that answers nothing but a code an item.
+template <typename Call>
+HRESULT callForCodes(const char* method, TraceFormat<HRESULT> failedLine, const std::vector<OPCHANDLE>& asked,
+                     GroupIo::Codes& errors, Call&& call) {
+    ItemCodes codes(asked.size());
+    const HRESULT hr = tracedCall(method, [&] { return call(static_cast<DWORD>(asked.size()), codes.put()); });
+    if (failed(hr)) LibT::lError(failedLine, hr);
+    copyCodes(hr, codes, asked.size(), errors);
+    return hr;
 }
 
-HRESULT DaGroupMgtPrivate::readMaxAge(std::uint32_t maxAge, const Handles& handles,
-                                      const std::vector<Opx::VType>& types, std::vector<OpxItemValue>& values,
-                                      Codes& errors) const {
+}  // namespace
+
+HRESULT GroupIo::read(std::uint32_t maxAge, const Handles& handles, const Types& types,
+                      std::vector<OpxItemValue>& values, Codes& errors) const {
+    return takesAges_ && maxAge != 0 ? readMaxAge(maxAge, handles, types, values, errors)
+                                     : readDevice(handles, types, values, errors);
+}
+
+HRESULT GroupIo::readMaxAge(std::uint32_t maxAge, const Handles& handles, const Types& types,
+                            std::vector<OpxItemValue>& values, Codes& errors) const {
     const TraceScope scope("DaGroupMgtPrivate::read");
-    const auto syncIO2 = interfaces.borrow<IOPCSyncIO2>();
+    const auto syncIO2 = interfaces_.borrow<IOPCSyncIO2>();
     if (!syncIO2) return scope.refuse("[E_NOINTERFACE] - IOPCSyncIO2 interface is NULL", E_NOINTERFACE);
 
     const std::size_t count = handles.size();
@@ -119,14 +130,14 @@ HRESULT DaGroupMgtPrivate::readMaxAge(std::uint32_t maxAge, const Handles& handl
     }
     LibT::lDetail("IOPCSyncIO2::ReadMaxAge returned %d items", count);
     const DeliveredArrays items{read.get(), qualities.get(), times.get(), codes.get()};
-    return scope.leave(takeReadItems(hr, items, {handles, types, localeId},
+    return scope.leave(takeReadItems(hr, items, {handles, types, locale_},
                                      "  Item[%d] SH=%d Error=0x%lx - IOPCSyncIO2::ReadMaxAge FAILED", values, errors));
 }
 
-HRESULT DaGroupMgtPrivate::readDevice(const Handles& handles, const std::vector<Opx::VType>& types,
-                                      std::vector<OpxItemValue>& values, Codes& errors) const {
+HRESULT GroupIo::readDevice(const Handles& handles, const Types& types, std::vector<OpxItemValue>& values,
+                            Codes& errors) const {
     const TraceScope scope("DaGroupMgtPrivate::read");
-    const auto syncIO = interfaces.borrow<IOPCSyncIO>();
+    const auto syncIO = interfaces_.borrow<IOPCSyncIO>();
     if (!syncIO) return scope.refuse("[E_NOINTERFACE] - IOPCSyncIO interface is NULL", E_NOINTERFACE);
 
     const std::size_t count = handles.size();
@@ -142,71 +153,59 @@ HRESULT DaGroupMgtPrivate::readDevice(const Handles& handles, const std::vector<
     }
     LibT::lDetail("IOPCSyncIO::Read returned %d items", count);
     const DeliveredStates items{states.get(), codes.get()};
-    return scope.leave(takeReadItems(hr, items, {handles, types, localeId},
+    return scope.leave(takeReadItems(hr, items, {handles, types, locale_},
                                      "  Item[%d] SH=%d Error=0x%lx - IOPCSyncIO::Read FAILED", values, errors));
 }
 
-HRESULT DaGroupMgtPrivate::readAsync(std::uint32_t transactionId, std::uint32_t maxAge, const Handles& handles,
-                                     Codes& errors) const {
-    return dataAccess3IO && maxAge != 0 ? readAsyncMaxAge(transactionId, maxAge, handles, errors)
-                                        : readAsyncDevice(transactionId, handles, errors);
+HRESULT GroupIo::readAsync(std::uint32_t transactionId, std::uint32_t maxAge, const Handles& handles,
+                           Codes& errors) const {
+    return takesAges_ && maxAge != 0 ? readAsyncMaxAge(transactionId, maxAge, handles, errors)
+                                     : readAsyncDevice(transactionId, handles, errors);
 }
 
-HRESULT DaGroupMgtPrivate::readAsyncMaxAge(std::uint32_t transactionId, std::uint32_t maxAge, const Handles& handles,
-                                           Codes& errors) const {
+HRESULT GroupIo::readAsyncMaxAge(std::uint32_t transactionId, std::uint32_t maxAge, const Handles& handles,
+                                 Codes& errors) const {
     const TraceScope scope("DaGroupMgtPrivate::readAsync");
-    const auto asyncIO3 = interfaces.borrow<IOPCAsyncIO3>();
+    const auto asyncIO3 = interfaces_.borrow<IOPCAsyncIO3>();
     if (!asyncIO3) return scope.refuse("[E_NOINTERFACE] - IOPCAsyncIO3 interface is NULL", E_NOINTERFACE);
 
-    const std::size_t count = handles.size();
     auto asked = serverHandles(handles);
-    std::vector<DWORD> maxAges(count, maxAge);
+    std::vector<DWORD> maxAges(asked.size(), maxAge);
     DWORD cancelId = 0;
-    ItemCodes codes(count);
-    const HRESULT hr = tracedCall("IOPCAsyncIO3::ReadMaxAge", [&] {
-        return asyncIO3->ReadMaxAge(static_cast<DWORD>(count), asked.data(), maxAges.data(), transactionId, &cancelId,
-                                    codes.put());
-    });
-    if (failed(hr)) LibT::lError("Error: IOPCAsyncIO3::ReadMaxAge FAILED [hr=0x%lx]", hr);
-    copyCodes(hr, codes, count, errors);
-    return scope.leave(hr);
+    return scope.leave(callForCodes("IOPCAsyncIO3::ReadMaxAge", "Error: IOPCAsyncIO3::ReadMaxAge FAILED [hr=0x%lx]",
+                                    asked, errors, [&](DWORD count, HRESULT** codes) {
+                                        return asyncIO3->ReadMaxAge(count, asked.data(), maxAges.data(), transactionId,
+                                                                    &cancelId, codes);
+                                    }));
 }
 
-HRESULT DaGroupMgtPrivate::readAsyncDevice(std::uint32_t transactionId, const Handles& handles, Codes& errors) const {
+HRESULT GroupIo::readAsyncDevice(std::uint32_t transactionId, const Handles& handles, Codes& errors) const {
     const TraceScope scope("DaGroupMgtPrivate::readAsync");
-    const auto asyncIO2 = interfaces.borrow<IOPCAsyncIO2>();
+    const auto asyncIO2 = interfaces_.borrow<IOPCAsyncIO2>();
     if (!asyncIO2) return scope.refuse("[E_NOINTERFACE] - IOPCAsyncIO2 interface is NULL", E_NOINTERFACE);
 
-    const std::size_t count = handles.size();
     auto asked = serverHandles(handles);
     DWORD cancelId = 0;
-    ItemCodes codes(count);
-    const HRESULT hr = tracedCall("IOPCAsyncIO2::Read", [&] {
-        return asyncIO2->Read(static_cast<DWORD>(count), asked.data(), transactionId, &cancelId, codes.put());
-    });
-    // The line names the other interface, and is searched for by that name.
-    if (failed(hr)) LibT::lError("Error: IOPCAsyncIO3::Read FAILED [hr=0x%lx]", hr);
-    copyCodes(hr, codes, count, errors);
-    return scope.leave(hr);
+    // The line of a failure names the other interface, and is searched for by that name.
+    return scope.leave(callForCodes("IOPCAsyncIO2::Read", "Error: IOPCAsyncIO3::Read FAILED [hr=0x%lx]", asked, errors,
+                                    [&](DWORD count, HRESULT** codes) {
+                                        return asyncIO2->Read(count, asked.data(), transactionId, &cancelId, codes);
+                                    }));
 }
 
-HRESULT DaGroupMgtPrivate::write(const Handles& handles, const std::vector<OpxVariant>& values,
-                                 const std::vector<Opx::VType>& types, Codes& errors) const {
+HRESULT GroupIo::write(const Handles& handles, const std::vector<OpxVariant>& values, const Types& types,
+                       Codes& errors) const {
     const TraceScope scope("DaGroupMgtPrivate::write");
-    auto variants = convertAll(values, types, localeId,
+    auto variants = convertAll(values, types, locale_,
                                {"Error: DaGroupMgtPrivate::write - value conversion error for item %d",
                                 "Error: DaGroupMgtPrivate::write - value copy error for item %d"});
-    const auto syncIO = interfaces.borrow<IOPCSyncIO>();
+    const auto syncIO = interfaces_.borrow<IOPCSyncIO>();
     if (!syncIO) return scope.refuse("[E_NOINTERFACE] - IOPCSyncIO interface is NULL", E_NOINTERFACE);
 
-    const std::size_t count = handles.size();
     auto asked = serverHandles(handles);
-    ItemCodes codes(count);
-    const HRESULT hr = tracedCall("IOPCSyncIO::Write", [&] {
-        return syncIO->Write(static_cast<DWORD>(count), asked.data(), variants.data(), codes.put());
-    });
-    if (failed(hr)) LibT::lError("Error: IOPCSyncIO::Write FAILED [hr=0x%lx]", hr);
-    copyCodes(hr, codes, count, errors);
+    const HRESULT hr = callForCodes(
+        "IOPCSyncIO::Write", "Error: IOPCSyncIO::Write FAILED [hr=0x%lx]", asked, errors,
+        [&](DWORD count, HRESULT** codes) { return syncIO->Write(count, asked.data(), variants.data(), codes); });
     for (std::size_t i = 0; i < errors.size(); ++i) {
         if (errors[i] >= 0) continue;
         LibT::lError("  Item[%d] SH=%d Error=0x%lx - IOPCSyncIO::Write FAILED", i, handles[i], errors[i]);
@@ -214,27 +213,22 @@ HRESULT DaGroupMgtPrivate::write(const Handles& handles, const std::vector<OpxVa
     return scope.leave(hr);
 }
 
-HRESULT DaGroupMgtPrivate::writeAsync(std::uint32_t transactionId, const Handles& handles,
-                                      const std::vector<OpxVariant>& values, const std::vector<Opx::VType>& types,
-                                      Codes& errors) const {
+HRESULT GroupIo::writeAsync(std::uint32_t transactionId, const Handles& handles, const std::vector<OpxVariant>& values,
+                            const Types& types, Codes& errors) const {
     const TraceScope scope("DaGroupMgtPrivate::writeAsync");
-    auto variants = convertAll(values, types, localeId,
+    auto variants = convertAll(values, types, locale_,
                                {"Error: DaGroupMgtPrivate::writeAsync - value conversion error for item %d",
                                 "Error: DaGroupMgtPrivate::writeAsync - value copy error for item %d"});
-    const auto asyncIO2 = interfaces.borrow<IOPCAsyncIO2>();
+    const auto asyncIO2 = interfaces_.borrow<IOPCAsyncIO2>();
     if (!asyncIO2) return scope.refuse("[E_NOINTERFACE] - IOPCAsyncIO2 interface is NULL", E_NOINTERFACE);
 
-    const std::size_t count = handles.size();
     auto asked = serverHandles(handles);
     DWORD cancelId = 0;
-    ItemCodes codes(count);
-    const HRESULT hr = tracedCall("IOPCAsyncIO2::Write", [&] {
-        return asyncIO2->Write(static_cast<DWORD>(count), asked.data(), variants.data(), transactionId, &cancelId,
-                               codes.put());
-    });
-    if (failed(hr)) LibT::lError("Error: IOPCAsyncIO2::Write FAILED [hr=0x%lx]", hr);
-    copyCodes(hr, codes, count, errors);
-    return scope.leave(hr);
+    return scope.leave(callForCodes("IOPCAsyncIO2::Write", "Error: IOPCAsyncIO2::Write FAILED [hr=0x%lx]", asked,
+                                    errors, [&](DWORD count, HRESULT** codes) {
+                                        return asyncIO2->Write(count, asked.data(), variants.data(), transactionId,
+                                                               &cancelId, codes);
+                                    }));
 }
 
 }  // namespace OpxOpc
