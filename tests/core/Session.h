@@ -176,7 +176,7 @@ private:
             for (auto [each, end] = reactions_.equal_range(line); each != end; ++each) due.push_back(each->second);
             reactions_.erase(line);
         }
-        steps.play(due);
+        steps.playAll(due);
     }
 
     static std::string told(HRESULT hr, const Codes& codes = {}) {

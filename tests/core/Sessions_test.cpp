@@ -18,9 +18,9 @@ protected:
     void playSection(const std::string& file) {
         const auto lines = linesOf(file, GetParam());
         if (lines.at(0) == "single-threaded")
-            inSingleThreadedApartment([&] { steps.play(std::vector(lines.begin() + 1, lines.end())); });
+            inSingleThreadedApartment([&] { steps.playAll(std::vector(lines.begin() + 1, lines.end())); });
         else
-            steps.play(lines);
+            steps.playAll(lines);
     }
 };
 

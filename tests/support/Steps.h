@@ -71,7 +71,7 @@ public:
         const std::string answer = actions_.at(step.action)(step);
         EXPECT_EQ(answer.substr(std::min(answer.find_first_not_of(' '), answer.size())), step.answer);
     }
-    void play(const std::vector<std::string>& lines) const {
+    void playAll(const std::vector<std::string>& lines) const {
         for (const std::string& line : lines) play(line);
     }
 

@@ -230,7 +230,7 @@ protected:
 };
 
 TEST_P(BranchListings, AreAsTheirStepsTell) {
-    steps.play(linesOf("opc/browse/listings.txt", GetParam()));
+    steps.playAll(linesOf("opc/browse/listings.txt", GetParam()));
 }
 INSTANTIATE_TEST_SUITE_P(OddServers, BranchListings, ::testing::ValuesIn(sectionsOf("opc/browse/listings.txt")),
                          nameOfSection);

@@ -105,7 +105,7 @@ protected:
 class Browsing : public BrowseTest, public ::testing::WithParamInterface<std::string> {};
 
 TEST_P(Browsing, IsAsItsSessionsTell) {
-    steps.play(linesOf("opc/browse/sessions.txt", GetParam()));
+    steps.playAll(linesOf("opc/browse/sessions.txt", GetParam()));
 }
 INSTANTIATE_TEST_SUITE_P(Sessions, Browsing, ::testing::ValuesIn(sectionsOf("opc/browse/sessions.txt")), nameOfSection);
 
