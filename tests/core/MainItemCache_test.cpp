@@ -19,6 +19,19 @@ std::vector<OpxItemIdentifier> named(std::initializer_list<const OLECHAR*> names
     return items;
 }
 
+// What a thread resolves.
+struct Request {
+    Request(MainItemCache& cache, std::initializer_list<const OLECHAR*> names)
+        : items(named(names)), resolved(items.size()) {
+        cache.resolve(items, resolved, added, awaited);
+    }
+
+    std::vector<OpxItemIdentifier> items;
+    ResolvedItems resolved;
+    MainItemCache::NewItems added;
+    MainItemCache::AwaitedItems awaited;
+};
+
 // Resolves `items` and answers for the server: handle 1000 + slot, type Int32, an error where given.
 ResolvedItems resolve(MainItemCache& cache, std::vector<OpxItemIdentifier>& items,
                       const std::vector<std::int32_t>& errors = {}) {
@@ -93,23 +106,14 @@ TEST(MainItemCache, ARefusedItemLeavesNoTraceAndItsSlotGoesToTheNextNewItem) {
 
 TEST(MainItemCache, AnItemThatTheSameThreadIsAddingIsUnknown) {
     MainItemCache cache;
-    auto twice = named({OLESTR("a"), OLESTR("a")});
-    ResolvedItems resolved(2);
-    MainItemCache::NewItems added;
-    MainItemCache::AwaitedItems awaited;
-    cache.resolve(twice, resolved, added, awaited);
-    EXPECT_EQ(added.items.size(), 1u);
-    EXPECT_EQ(resolved.errors[1], kUnknownItemId);
-
-    auto meanwhile = named({OLESTR("a")});
-    ResolvedItems other(1);
-    MainItemCache::NewItems none;
-    cache.resolve(meanwhile, other, none, awaited);
-    EXPECT_TRUE(none.empty() && awaited.empty());
-    EXPECT_EQ(other.errors[0], kUnknownItemId);
-    EXPECT_FALSE(other.anyValid);
-
-    cache.drop(added, E_FAIL);
+    Request twice(cache, {OLESTR("a"), OLESTR("a")});
+    EXPECT_EQ(twice.added.items.size(), 1u);
+    EXPECT_EQ(twice.resolved.errors[1], kUnknownItemId);
+    const Request meanwhile(cache, {OLESTR("a")});
+    EXPECT_TRUE(meanwhile.added.empty() && meanwhile.awaited.empty());
+    EXPECT_EQ(meanwhile.resolved.errors[0], kUnknownItemId);
+    EXPECT_FALSE(meanwhile.resolved.anyValid);
+    cache.drop(twice.added, E_FAIL);
     auto afterwards = named({OLESTR("a")});
     EXPECT_EQ(resolve(cache, afterwards).errors[0], 0);
 }
@@ -117,41 +121,29 @@ TEST(MainItemCache, AnItemThatTheSameThreadIsAddingIsUnknown) {
 // What another thread's addition comes to, an item of its request that it does not wait for included.
 TEST(MainItemCache, AnItemThatAnotherThreadIsAddingIsWaitedFor) {
     struct Case {
-        const char* what;
-        void (*end)(MainItemCache&, MainItemCache::NewItems&, std::vector<OpxItemIdentifier>&, ResolvedItems&);
+        void (*end)(MainItemCache&, Request&);
         HRESULT result;
         std::int32_t error;
     };
     const Case cases[] = {
-        {"accepted", [](auto& cache, auto& added, auto& items, auto& of) { cache.accept(added, {}, items, of); }, S_OK,
-         S_OK},
-        {"refused", [](auto& cache, auto& added, auto& items, auto& of) { cache.accept(added, {E_FAIL}, items, of); },
-         S_OK, E_FAIL},
-        {"failed", [](auto& cache, auto& added, auto&, auto&) { cache.drop(added, E_ACCESSDENIED); }, E_ACCESSDENIED,
-         S_OK},
-    };
+        {[](auto& cache, auto& own) { cache.accept(own.added, {}, own.items, own.resolved); }, S_OK, S_OK},
+        {[](auto& cache, auto& own) { cache.accept(own.added, {E_FAIL}, own.items, own.resolved); }, S_OK, E_FAIL},
+        {[](auto& cache, auto& own) { cache.drop(own.added, E_ACCESSDENIED); }, E_ACCESSDENIED, S_OK}};
     for (const Case& each : cases) {
-        SCOPED_TRACE(each.what);
         MainItemCache cache;
-        auto items = named({OLESTR("a")});
-        ResolvedItems resolved(1);
-        MainItemCache::NewItems added;
-        MainItemCache::AwaitedItems none;
-        cache.resolve(items, resolved, added, none);
-        added.items[0].serverHandle = 1001;
-
+        Request own(cache, {OLESTR("a")});
+        own.added.items[0].serverHandle = 1001;
         ResolvedItems other(1);
         auto waiting = std::async(std::launch::async, [&] {
-            auto same = named({OLESTR("a")});
-            MainItemCache::NewItems nothing;
-            MainItemCache::AwaitedItems awaited;
-            cache.resolve(same, other, nothing, awaited);
-            EXPECT_TRUE(nothing.empty());
-            return cache.await(awaited, same, other);
+            Request same(cache, {OLESTR("a")});
+            EXPECT_TRUE(same.added.empty());
+            const HRESULT hr = cache.await(same.awaited, same.items, same.resolved);
+            other = same.resolved;
+            return hr;
         });
         EXPECT_EQ(waiting.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
-        each.end(cache, added, items, resolved);
-        added.endAddition();
+        each.end(cache, own);
+        own.added.endAddition();
         EXPECT_EQ(waiting.get(), each.result);
         EXPECT_EQ(other.errors[0], each.error);
         EXPECT_EQ(other.anyValid, each.result == S_OK && each.error == S_OK);
@@ -161,13 +153,9 @@ TEST(MainItemCache, AnItemThatAnotherThreadIsAddingIsWaitedFor) {
 
 TEST(MainItemCache, AnItemThatGetsNoHandleHasThatOfNoOther) {
     MainItemCache cache;
-    auto items = named({OLESTR("a")});
-    ResolvedItems resolved(1);
-    MainItemCache::NewItems added;
-    MainItemCache::AwaitedItems awaited;
-    cache.resolve(items, resolved, added, awaited);
-    cache.accept(added, {}, items, resolved);
-    EXPECT_EQ(resolved.serverHandles[0], 0xFFFFFFFFu);
+    Request one(cache, {OLESTR("a")});
+    cache.accept(one.added, {}, one.items, one.resolved);
+    EXPECT_EQ(one.resolved.serverHandles[0], 0xFFFFFFFFu);
 }
 
 TEST(MainItemCache, AnErrorListShorterThanTheRequestAcceptsTheRest) {

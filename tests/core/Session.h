@@ -11,6 +11,8 @@
 
 namespace OpxOpc {
 
+using Korvex::Testing::told;
+
 class Session : public RecoveryFixture {
 protected:
     explicit Session(int speed) : RecoveryFixture(speed) {
@@ -44,10 +46,7 @@ private:
         });
         steps.add("disconnect", [this](const Step&) { return told(server.disconnect()); });
         // Names the items of the following reads that name none.
-        steps.add("name", [this](const Step& step) {
-            items = itemsOf(step, 0);
-            return "";
-        });
+        steps.addSilent("name", [this](const Step& step) { items = itemsOf(step, 0); });
         steps.add("types", [this](const Step&) {
             std::string types;
             for (const auto& item : items) types += " " + std::to_string(OpxVariant::varTypeFromType(item.dataType));
@@ -127,44 +126,36 @@ private:
     }
 
     void addStory() {
-        steps.add("told", [this](const Step& step) {
-            EXPECT_TRUE(story.reaches(step.text));
-            return "";
-        });
+        steps.addSilent("told", [this](const Step& step) { EXPECT_TRUE(story.reaches(step.text)); });
         steps.add("story", [this](const Step&) {
             std::string whole;
             for (const std::string& line : story.lines()) whole += (whole.empty() ? "" : ", ") + line;
             return whole;
         });
-        steps.add("forget", [this](const Step&) {
+        steps.addSilent("forget", [this](const Step&) {
             story.forget();
             trace.clear();
             sim.clearJournal();
-            return "";
         });
         steps.add("idle", [this](const Step&) { return steps.waitFor([&] { return sim.counts() == idle; }); });
     }
 
     void addThreads() {
-        steps.add("start", [this](const Step& step) {
+        steps.addSilent("start", [this](const Step& step) {
             started_.push_back(std::async(std::launch::async, [this, line = step.text] { steps.play(line); }));
-            return "";
         });
-        steps.add("running", [this](const Step&) {
+        steps.addSilent("running", [this](const Step&) {
             for (auto& each : started_)
                 EXPECT_EQ(each.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
-            return "";
         });
-        steps.add("finish", [this](const Step&) {
+        steps.addSilent("finish", [this](const Step&) {
             started_.clear();  // waits
-            return "";
         });
         // "on state 3 => disconnect": plays the step inside the next callback that is told so.
-        steps.add("on", [this](const Step& step) {
+        steps.addSilent("on", [this](const Step& step) {
             const std::size_t arrow = step.text.find(" => ");
             const std::lock_guard guard(lock_);
             reactions_.emplace(step.text.substr(0, arrow), step.text.substr(arrow + 4));
-            return "";
         });
         steps.add("throw", [](const Step&) -> std::string { throw std::runtime_error("the application's trouble"); });
         story.onLine = [this](const std::string& line) { react(line); };
@@ -179,11 +170,6 @@ private:
         steps.playAll(due);
     }
 
-    static std::string told(HRESULT hr, const Codes& codes = {}) {
-        std::string text = hr == S_OK ? "" : Korvex::Testing::hex(hr);
-        for (const std::int32_t code : codes) text += code == S_OK ? " ok" : " " + Korvex::Testing::hex(code);
-        return text;
-    }
     // "ITEM", "ITEM:TYPE" or "ITEM=VALUE"; those with a value come behind the others.
     static std::vector<OpxItemIdentifier> itemsOf(const Step& step, std::size_t first) {
         std::vector<std::string> names(step.names.begin() + static_cast<std::ptrdiff_t>(first), step.names.end());

@@ -56,11 +56,25 @@ inline std::string nameOfSection(const ::testing::TestParamInfo<std::string>& se
     return section.param;
 }
 
+// What a call answers: its code, unless it is S_OK, and the items' codes.
+inline std::string told(HRESULT hr, const std::vector<std::int32_t>& codes = {}) {
+    std::string text = hr == S_OK ? "" : hex(hr);
+    for (const std::int32_t code : codes) text += code == S_OK ? " ok" : " " + hex(code);
+    return text;
+}
+
 class Steps {
 public:
     using Action = std::function<std::string(const Step&)>;
 
     void add(const std::string& name, Action action) { actions_[name] = std::move(action); }
+    // One that has nothing to tell.
+    void addSilent(const std::string& name, std::function<void(const Step&)> action) {
+        add(name, [action = std::move(action)](const Step& step) {
+            action(step);
+            return "";
+        });
+    }
     // Those that steer a simulation and tell what it saw and what was traced.
     void addThoseOf(SimulationControl& sim, TraceCapture& trace);
 
@@ -117,10 +131,9 @@ inline void Steps::addThoseOf(SimulationControl& sim, TraceCapture& trace) {
     });
     add("traced", [&](const Step& step) { return std::to_string(trace.textsWith(step.text).size()); });
     add("awaittrace", [&](const Step& step) { return waitFor([&] { return trace.has(step.text); }); });
-    add("forget", [&](const Step&) {
+    addSilent("forget", [&](const Step&) {
         trace.clear();
         sim.clearJournal();
-        return "";
     });
 }
 

@@ -172,19 +172,18 @@ void readSpace(std::istringstream& text, Branch& into) {
 class BranchListings : public ::testing::TestWithParam<std::string> {
 protected:
     BranchListings() {
-        steps.add("space", [this](const Step& step) {
+        steps.addSilent("space", [this](const Step& step) {
             space.root = {{}, space.root.id, {}, {}};
             std::istringstream text(step.text);
             readSpace(text, space.root);
-            return "";
         });
-        add("root", [this](const Step& step) { space.root.id = step.name(); });
-        add("findsids", [this](const Step& step) { space.findsIds = step.names.empty(); });
-        add("givesposition", [this](const Step&) { space.givesPositionsId = true; });
-        add("unknownbranch", [this](const Step& step) { space.unknownBranch = codeOf(step); });
-        add("withoutid", [this](const Step& step) { space.withoutId = codeOf(step); });
-        add("known", [this](const Step& step) { properties.items = {step.name()}; });
-        add("items", [this](const Step& step) {
+        steps.addSilent("root", [this](const Step& step) { space.root.id = step.name(); });
+        steps.addSilent("findsids", [this](const Step& step) { space.findsIds = step.names.empty(); });
+        steps.addSilent("givesposition", [this](const Step&) { space.givesPositionsId = true; });
+        steps.addSilent("unknownbranch", [this](const Step& step) { space.unknownBranch = codeOf(step); });
+        steps.addSilent("withoutid", [this](const Step& step) { space.withoutId = codeOf(step); });
+        steps.addSilent("known", [this](const Step& step) { properties.items = {step.name()}; });
+        steps.addSilent("items", [this](const Step& step) {
             itemTest = [this, names = step.names](const std::vector<OpxString>& asked, std::vector<bool>& areItems) {
                 ++questions;
                 areItems.clear();
@@ -193,8 +192,8 @@ protected:
                 return itemTestResult;
             };
         });
-        add("untested", [this](const Step&) { itemTest = nullptr; });
-        add("itemtest", [this](const Step& step) { itemTestResult = codeOf(step); });
+        steps.addSilent("untested", [this](const Step&) { itemTest = nullptr; });
+        steps.addSilent("itemtest", [this](const Step& step) { itemTestResult = codeOf(step); });
         steps.add("questions", [this](const Step&) { return std::to_string(questions); });
         steps.add("list", [this](const Step& step) { return list(step.name()); });
     }
@@ -209,12 +208,6 @@ protected:
             texts += " " + toUtf8(element.name) + "=" + toUtf8(element.itemName) + (element.hasChildren ? "/" : "") +
                      (element.isItem ? "*" : "");
         return texts;
-    }
-    void add(const std::string& name, std::function<void(const Step&)> change) {
-        steps.add(name, [change = std::move(change)](const Step& step) {
-            change(step);
-            return "";
-        });
     }
     static HRESULT codeOf(const Step& step) {
         return hresult(static_cast<std::uint32_t>(std::stoul(step.text, nullptr, 16)));

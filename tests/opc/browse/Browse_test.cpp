@@ -26,14 +26,12 @@ protected:
 
     BrowseTest() {
         steps.addThoseOf(sim, trace);
-        steps.add("use", [this](const Step& step) {
+        steps.addSilent("use", [this](const Step& step) {
             use(step.number(0), step.names.size() > 1 ? step.names[1] : "hierarchical");
-            return "";
         });
-        steps.add("withgroup", [this](const Step&) {
+        steps.addSilent("withgroup", [this](const Step&) {
             EXPECT_EQ(c.server.addGroup(&c.group), S_OK);
             group = &c.group;
-            return "";
         });
         steps.add("browse", [this](const Step& step) { return browse(step); });
         // "3 Analog" for each move: its direction and its target, if there is one.
@@ -74,7 +72,7 @@ protected:
             browse(step.name(), step.numberOf("most", 0), kFilters.at(step.setting("filter").value_or("all")),
                    point == OLESTR("kept") ? kept : point);
         if (step.setting("keep")) kept = page.point;
-        std::string answer = page.hr == S_OK ? "" : hex(page.hr);
+        std::string answer = told(page.hr);
         for (const std::string& text : page.texts) answer += " " + text;
         if (page.more) answer += " ...";
         EXPECT_TRUE(failed(page.hr) || page.more == !page.point.empty());

@@ -156,13 +156,6 @@ TEST_F(DaGroupMgtTest, ValidatingTellsRightsAndTypeAndAddsNothing) {
         << "reported under the name of adding";
 }
 
-TEST_F(DaGroupMgtTest, NoCodesAreHandedOutWhenEveryItemWasAccepted) {
-    std::vector<OpxOpc::OpxItemIdentifier> items = {itemNamed(OLESTR("Constant.Double"))};
-    Codes errors = {1, 2, 3};
-    EXPECT_EQ(c.group.addItems(items, errors, false), S_OK);
-    EXPECT_THAT(errors, IsEmpty());
-}
-
 TEST_F(DaGroupMgtTest, RemovingZeroesEveryHandleEvenOfItemsThatTheServerRefused) {
     std::vector<OpxOpc::OpxItemIdentifier> items(2);
     items[0].serverHandle = c.add(OLESTR("Constant.Double"));

@@ -18,11 +18,6 @@ using OpxOpc::DaServerMgt;
 using OpxOpc::OpxItemIdentifier;
 using Reach = DaGroupWrapper::Reach;
 
-std::string told(HRESULT hr, const Codes& codes = {}) {
-    std::string text = hr == S_OK ? "" : hex(hr);
-    for (const std::int32_t code : codes) text += code == S_OK ? " ok" : " " + hex(code);
-    return text;
-}
 std::string listOf(const Handles& handles) {
     std::string text;
     for (const std::uint32_t each : handles) text += " " + std::to_string(each);
@@ -73,19 +68,19 @@ protected:
     }
 
     void addGroup() {
-        add("begin", [this](const Step& step) {
+        steps.addSilent("begin", [this](const Step& step) {
             begin(step.numberOf("server", 1) != 0, step.numberOf("keep", 1) != 0,
                   fromUtf8(step.setting("name").value_or("Pumps")));
         });
-        add("lose", [this](const Step&) { lose(); });
+        steps.addSilent("lose", [this](const Step&) { lose(); });
         steps.add("comeback", [this](const Step&) { return told(comeBack()); });
-        add("keepgroup", [this](const Step&) { old = wrapper->takeGroup(); });
+        steps.addSilent("keepgroup", [this](const Step&) { old = wrapper->takeGroup(); });
         steps.add("create", [this](const Step&) { return told(wrapper->createGroup()); });
         steps.add("recover", [this](const Step&) { return told(wrapper->recoverGroup()); });
         steps.add("whole", [this](const Step&) { return std::to_string(wrapper->isWhole()); });
-        add("retire", [this](const Step&) { wrapper->retire(); });
+        steps.addSilent("retire", [this](const Step&) { wrapper->retire(); });
         steps.add("ended", [this](const Step&) { return std::to_string(wrapper->isEnded()); });
-        add("destroy", [this](const Step&) { wrapper.reset(); });
+        steps.addSilent("destroy", [this](const Step&) { wrapper.reset(); });
     }
 
     void addSettings() {
@@ -116,7 +111,7 @@ protected:
                 added.back().clientHandle = static_cast<std::uint32_t>(items.size() + added.size());
                 added.back().serverHandle = 77;
             }
-            Codes codes;
+            Codes codes = {1, 2, 3};
             const bool validateOnly = step.setting("validate").has_value();
             const HRESULT hr = wrapper->addItems(added, codes, validateOnly, reachOf(step));
             if (!validateOnly) items.insert(items.end(), added.begin(), added.end());
@@ -169,21 +164,15 @@ protected:
     }
 
     void addThreads() {
-        add("start", [this](const Step& step) {
+        steps.addSilent("start", [this](const Step& step) {
             started = std::async(std::launch::async, [this, line = step.text] {
                 const SimulationApartment apartment(COINIT_MULTITHREADED);
                 steps.play(line);
             });
         });
-        add("finish", [this](const Step&) { started.get(); });
+        steps.addSilent("finish", [this](const Step&) { started.get(); });
     }
 
-    void add(const std::string& name, std::function<void(const Step&)> change) {
-        steps.add(name, [change = std::move(change)](const Step& step) {
-            change(step);
-            return "";
-        });
-    }
     static std::string handlesOf(const std::vector<OpxItemIdentifier>& items) {
         Handles found;
         for (const OpxItemIdentifier& each : items) found.push_back(each.serverHandle);
