@@ -217,22 +217,18 @@ TEST_F(Registry, ABrokenFileIsSkippedAndTheFirstOfAClassCounts) {
 
 TEST_F(Registry, WhatIsBrokenIsToldWhereANameIsLookedUp) {
     const std::string whole = "ProgID=Broken.1\nCLSID={0A1B2C3D-2222-4222-8333-010203040506}\n";
-    struct {
-        std::string file;
-        const char* told;
-    } const rows[] = {
+    const std::pair<std::string, std::string> rows[] = {
         {"ProgID=Broken.1\nCLSID=not an identifier\nModule=x\n", "CLSID is not an identifier"},
         {whole, "Module is missing"},
         {whole + "Module=x\nProgram=y\n", "Module and Program exclude each other"},
         {whole + "Module=x\nThreadingModel=apartment\n",
-         "ThreadingModel is none of Apartment, Free and Both: apartment"},
-    };
-    for (const auto& row : rows) {
-        write("0-broken.server", row.file);
+         "ThreadingModel is none of Apartment, Free and Both: apartment"}};
+    for (const auto& [file, sentence] : rows) {
+        write("0-broken.server", file);
         EXPECT_EQ(resolve(OLESTR("Broken.1")), CO_E_CLASSSTRING);
         const auto told = Com::takeBrokenRegistrations();
-        ASSERT_EQ(told.size(), 1u) << row.told;
-        EXPECT_NE(toUtf8(told[0]).find(std::string("0-broken.server: ") + row.told), std::string::npos);
+        ASSERT_EQ(told.size(), 1u) << sentence;
+        EXPECT_NE(toUtf8(told[0]).find("0-broken.server: " + sentence), std::string::npos);
         EXPECT_TRUE(Com::takeBrokenRegistrations().empty()) << "told once";
     }
     for (const char* line : {"ThreadingModel=Apartment", "ThreadingModel=Free", "ThreadingModel=Both", ""}) {
@@ -370,7 +366,7 @@ TEST_F(Registry, TheServerListEnumeratesByCategoryAndTellsDetails) {
     EXPECT_EQ(toUtf8(Com::TaskString(versionIndependent).get()), "Vendor.Server");
     EXPECT_EQ(list->GetClassDetails(IID_IUnknown, &progId, &description, &versionIndependent), REGDB_E_CLASSNOTREG);
 
-    EXPECT_EQ(list->resolve(OLESTR("Vendor.Server.1")), S_OK);
+    EXPECT_EQ(list->CLSIDFromProgID(OLESTR("Vendor.Server.1"), &found), S_OK);
     EXPECT_TRUE(IsEqualCLSID(found, kTestClass));
 }
 

@@ -21,8 +21,9 @@ std::vector<OpxItemIdentifier> named(std::initializer_list<const OLECHAR*> names
 
 // What a thread resolves.
 struct Request {
-    Request(MainItemCache& cache, std::initializer_list<const OLECHAR*> names)
+    Request(MainItemCache& cache, std::initializer_list<const OLECHAR*> names, std::uint32_t hint = 0)
         : items(named(names)), resolved(items.size()) {
+        items[0].serverHandle = hint;
         cache.resolve(items, resolved, added, awaited);
     }
 
@@ -57,17 +58,12 @@ TEST(MainItemCache, AddsAnItemOnceAndFindsItAgainByHintAndByName) {
 
     for (const std::uint32_t hint : {items[1].serverHandle, 0u, 1u, 77u}) {
         SCOPED_TRACE(hint);
-        auto again = named({OLESTR("b")});
-        again[0].serverHandle = hint;
-        ResolvedItems resolved(1);
-        MainItemCache::NewItems added;
-        MainItemCache::AwaitedItems awaited;
-        cache.resolve(again, resolved, added, awaited);
-        EXPECT_TRUE(added.empty() && awaited.empty());
-        EXPECT_EQ(resolved.serverHandles[0], 1002u);
-        EXPECT_EQ(again[0].serverHandle, 2u);
-        EXPECT_EQ(again[0].dataType, Opx::VType::Int32);
-        EXPECT_TRUE(resolved.anyValid);
+        const Request again(cache, {OLESTR("b")}, hint);
+        EXPECT_TRUE(again.added.empty() && again.awaited.empty());
+        EXPECT_EQ(again.resolved.serverHandles[0], 1002u);
+        EXPECT_EQ(again.items[0].serverHandle, 2u);
+        EXPECT_EQ(again.items[0].dataType, Opx::VType::Int32);
+        EXPECT_TRUE(again.resolved.anyValid);
     }
 }
 
