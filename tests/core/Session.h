@@ -176,16 +176,7 @@ private:
         for (const auto& [name, value] : step.settings) {
             if (name.find('.') != name.npos) names.push_back(name);
         }
-        std::vector<OpxItemIdentifier> items;
-        for (const std::string& name : names) {
-            const std::size_t colon = name.find(':');
-            auto& item = items.emplace_back();
-            item.itemName = fromUtf8(name.substr(0, colon));
-            item.clientHandle = static_cast<std::uint32_t>(items.size());
-            if (colon != name.npos)
-                item.dataType = OpxVariant::typeFromVarType(static_cast<VARTYPE>(std::stoul(name.substr(colon + 1))));
-        }
-        return items;
+        return Korvex::Testing::itemsNamed(names);
     }
     static std::vector<OpxItemValue> valuesOf(const Step& step) {
         std::vector<OpxItemValue> values;

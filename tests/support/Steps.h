@@ -11,6 +11,9 @@
 #include <utility>
 #include <vector>
 
+#include <korvex/native/OpxItemIdentifier.h>
+#include <korvex/native/OpxVariant.h>
+
 #include "tests/support/SimulationFixture.h"
 #include "tests/support/expected_lines.h"
 
@@ -50,6 +53,23 @@ struct Step {
     std::vector<std::string> names;
     std::vector<std::pair<std::string, std::string>> settings;
 };
+
+inline Opx::VType typeNumbered(const std::string& varType) {
+    return OpxOpc::OpxVariant::typeFromVarType(static_cast<VARTYPE>(std::stoul(varType)));
+}
+
+// "ITEM" or "ITEM:TYPE" with the client handles 1, 2, ...
+inline std::vector<OpxOpc::OpxItemIdentifier> itemsNamed(const std::vector<std::string>& names) {
+    std::vector<OpxOpc::OpxItemIdentifier> items;
+    for (const std::string& name : names) {
+        const std::size_t colon = name.find(':');
+        auto& item = items.emplace_back();
+        item.itemName = fromUtf8(name.substr(0, colon));
+        item.clientHandle = static_cast<std::uint32_t>(items.size());
+        if (colon != name.npos) item.dataType = typeNumbered(name.substr(colon + 1));
+    }
+    return items;
+}
 
 // For a suite whose parameter is the section that it plays.
 inline std::string nameOfSection(const ::testing::TestParamInfo<std::string>& section) {

@@ -102,14 +102,12 @@ protected:
     }
 
     void addItems() {
-        // The items get the next client handles; "unnamed" is one without a name.
+        // The items get the next client handles.
         steps.add("add", [this](const Step& step) {
-            std::vector<OpxItemIdentifier> added;
-            const auto type = OpxOpc::OpxVariant::typeFromVarType(static_cast<VARTYPE>(step.numberOf("type", 0)));
-            for (const std::string& name : step.names) {
-                added.push_back(itemNamed(fromUtf8(name == "unnamed" ? "" : name).c_str(), type));
-                added.back().clientHandle = static_cast<std::uint32_t>(items.size() + added.size());
-                added.back().serverHandle = 77;
+            auto added = itemsNamed(step.names);
+            for (OpxItemIdentifier& each : added) {
+                each.clientHandle += static_cast<std::uint32_t>(items.size());
+                each.serverHandle = 77;
             }
             Codes codes = {1, 2, 3};
             const bool validateOnly = step.setting("validate").has_value();
