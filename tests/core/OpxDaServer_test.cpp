@@ -7,6 +7,7 @@
 
 #include "tests/core/RecoveryFixture.h"
 #include "tests/support/RecordingCallback.h"
+#include "tests/support/SimulationSteps.h"
 #include "tests/support/rows.h"
 #include "threads/OpxThread.h"
 
@@ -57,7 +58,7 @@ TEST_F(OpxDaServerTest, EveryValueArrivesAsItsItemsType) {
         ASSERT_EQ(connect(), S_OK);
         items = named({fromUtf8(row[0]).c_str()});
         OpxItemValue value;
-        const auto type = OpxVariant::typeFromVarType(static_cast<std::uint16_t>(std::stoi(row[1])));
+        const auto type = Korvex::Testing::typeNumbered(row[1]);
         if (type != Opx::VType::Empty) value.value = OpxVariant::of(fromUtf8(row[2]));
         value.value.changeType(type);
         server.write(items, {value}, errors);

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "tests/core/RecoveryFixture.h"
-#include "tests/support/Steps.h"
+#include "tests/support/SimulationSteps.h"
 
 namespace OpxOpc {
 
@@ -16,7 +16,7 @@ using Korvex::Testing::told;
 class Session : public RecoveryFixture {
 protected:
     explicit Session(int speed) : RecoveryFixture(speed) {
-        steps.addThoseOf(sim, trace);
+        Korvex::Testing::addSimulationSteps(steps, sim, trace);
         addCalls();
         addSubscriptionCalls();
         addStory();

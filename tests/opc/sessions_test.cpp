@@ -1,6 +1,6 @@
 // Plays the sessions of sessions.txt: connections and their groups.
 #include "tests/opc/calls.h"
-#include "tests/support/Steps.h"
+#include "tests/support/SimulationSteps.h"
 
 namespace Korvex::Testing {
 namespace {
@@ -11,7 +11,7 @@ using OpxOpc::OpxVariant;
 class Connections : public SimulationFixture, public ::testing::WithParamInterface<std::string> {
 protected:
     Connections() {
-        steps.addThoseOf(sim, trace);
+        addSimulationSteps(steps, sim, trace);
         steps.add("connect", [this](const Step& step) {
             return told(step.setting("group") ? c.connectWithGroup() : c.connect());
         });

@@ -10,7 +10,7 @@
 #include "com/ComObject.h"
 #include "com/owners.h"
 #include "opc/rpc_errors.h"
-#include "tests/support/Steps.h"
+#include "tests/support/SimulationSteps.h"
 
 namespace Korvex::Testing {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "opc/browse/BrowsePages.h"
 #include "tests/opc/group/GroupFixture.h"
-#include "tests/support/Steps.h"
+#include "tests/support/SimulationSteps.h"
 
 namespace Korvex::Testing {
 namespace {
@@ -25,7 +25,7 @@ protected:
     };
 
     BrowseTest() {
-        steps.addThoseOf(sim, trace);
+        addSimulationSteps(steps, sim, trace);
         steps.addSilent("use", [this](const Step& step) {
             use(step.number(0), step.names.size() > 1 ? step.names[1] : "hierarchical");
         });

@@ -14,7 +14,7 @@
 #include "opc/callbacks/unowned.h"
 #include "tests/opc/callbacks/Delivery.h"
 #include "tests/support/RecordingCallback.h"
-#include "tests/support/SimulationFixture.h"
+#include "tests/support/SimulationSteps.h"
 #include "tests/support/expected_lines.h"
 #include "tests/support/rows.h"
 
@@ -60,7 +60,7 @@ Com::UniqueVariant valueOf(const std::string& type, const std::string& text) {
     if (text.empty()) return bareVariant(varType);
     OpxVariant value = OpxVariant::of(fromUtf8(text));
     if (varType == VT_BOOL) value = OpxVariant::of(text == "1");
-    value.changeType(OpxVariant::typeFromVarType(varType));
+    value.changeType(typeNumbered(type));
     return variantOf(value);
 }
 
@@ -72,8 +72,7 @@ TEST_F(OpxOPCDataCallbackTest, EachItemsValueOrErrorIsToldByTheGroupsLocale) {
         Delivery delivery;
         delivery.add(12, valueOf(row[1], row[2]), static_cast<WORD>(number(row[3])),
                      hresult(static_cast<std::uint32_t>(number(row[4]))));
-        const auto type =
-            isChange ? VType::Empty : OpxVariant::typeFromVarType(static_cast<VARTYPE>(std::stoul(row[0])));
+        const auto type = isChange ? VType::Empty : typeNumbered(row[0]);
         EXPECT_EQ(isChange ? delivery.change(*sink.get(), 3)
                            : delivery.completeRead(*sink.get(),
                                                    sink->registerTransaction(transactionOf({VType::Empty, type}))),

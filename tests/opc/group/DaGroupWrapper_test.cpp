@@ -6,7 +6,7 @@
 
 #include "opc/callbacks/unowned.h"
 #include "tests/opc/group/GroupFixture.h"
-#include "tests/support/Steps.h"
+#include "tests/support/SimulationSteps.h"
 #include "tests/support/rows.h"
 
 namespace Korvex::Testing {
@@ -31,7 +31,7 @@ Reach reachOf(const Step& step) {
 class DaGroupWrapperTest : public SimulationFixture {
 protected:
     DaGroupWrapperTest() {
-        steps.addThoseOf(sim, trace);
+        addSimulationSteps(steps, sim, trace);
         addGroup();
         addSettings();
         addItems();

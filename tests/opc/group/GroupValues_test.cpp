@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/opc/group/GroupFixture.h"
+#include "tests/support/SimulationSteps.h"
 #include "tests/support/rows.h"
 
 namespace Korvex::Testing {
@@ -31,9 +32,6 @@ struct LocalConnection : Connection {
 class GroupValuesTest : public SimulationFixture {
 protected:
     LocalConnection& in(const std::string& language) { return language == "de" ? german : english; }
-    static VType typeNumbered(const std::string& number) {
-        return OpxVariant::typeFromVarType(static_cast<VARTYPE>(std::stoul(number)));
-    }
 
     LocalConnection english{OLESTR("en")};
     LocalConnection german{OLESTR("de")};
