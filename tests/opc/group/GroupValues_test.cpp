@@ -13,11 +13,8 @@ using Opx::VType;
 using OpxOpc::OpxVariant;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 
 constexpr std::int32_t kBadType = static_cast<std::int32_t>(0xC0040004u);
-constexpr std::int32_t kBadRights = static_cast<std::int32_t>(0xC0040006u);
-constexpr std::int32_t kInvalidHandle = static_cast<std::int32_t>(0xC0040001u);
 
 // A connection in a language of its own.
 struct LocalConnection : Connection {
@@ -127,45 +124,6 @@ TEST_F(GroupValuesTest, ValuesAreWrittenAsTheItemsTypeByEitherWayOfWriting) {
         EXPECT_EQ(trace.has("Error: DaGroupMgtPrivate::writeAsync - " + row[6]), isRefused);
         EXPECT_EQ(readBack(), row[5]);
     }
-}
-
-TEST_F(GroupValuesTest, ItemsThatRefuseToBeWrittenAreToldApart) {
-    const auto readOnly = english.add(OLESTR("Access.ReadOnly"));
-    const auto writable = english.add(OLESTR("Register.Int32"));
-    const Variants values = {OpxVariant::of(std::int32_t{1}), OpxVariant::of(std::int32_t{2})};
-    EXPECT_EQ(english.group.write({readOnly, writable}, values, {}, english.errors), S_FALSE);
-    EXPECT_THAT(english.errors, ElementsAre(kBadRights, S_OK));
-    ASSERT_EQ(english.group.connectCallback(english.sharedClient), S_OK);
-    EXPECT_EQ(english.group.writeAsync(english.startTransaction(), {readOnly, writable}, values, {}, english.errors),
-              S_FALSE);
-    EXPECT_THAT(english.errors, ElementsAre(kBadRights, S_OK));
-    EXPECT_TRUE(english.client.waitForWrites(1));
-}
-
-// ---- Asynchronous reads
-
-TEST_F(GroupValuesTest, AnAsynchronousReadCompletesWithTheClientsNumbers) {
-    ASSERT_EQ(german.group.connectCallback(german.sharedClient), S_OK);
-    const auto handle = german.add(OLESTR("Constant.Double"));
-    struct Case {
-        std::uint32_t maxAge;
-        const char* method;
-    };
-    std::size_t told = 0;
-    for (const Case& each : {Case{0, "IOPCAsyncIO2::Read"}, Case{500, "IOPCAsyncIO3::ReadMaxAge"}}) {
-        EXPECT_EQ(german.group.readAsync(german.startTransaction(VType::String), each.maxAge, {handle}, german.errors),
-                  S_OK);
-        EXPECT_THAT(german.errors, IsEmpty());
-        ASSERT_TRUE(german.client.waitForReads(++told));
-        const auto read = german.client.reads().back();
-        EXPECT_EQ(read.id, 77u);
-        EXPECT_THAT(read.clientHandles, ElementsAre(100 + german.lastItem));
-        EXPECT_EQ(toUtf8(read.values.at(0).value.toString()), "-2,25");
-        EXPECT_THAT(read.errors, ElementsAre(S_OK));
-        EXPECT_EQ(sim.journal(each.method).size(), 1u);
-    }
-    EXPECT_EQ(german.group.readAsync(german.startTransaction(), 0, {4711}, german.errors), S_FALSE);
-    EXPECT_THAT(german.errors, ElementsAre(kInvalidHandle));
 }
 
 // ---- Servers that answer nonsense
