@@ -5,24 +5,19 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/SimulationSteps.h"
+
 namespace OpxOpc {
 namespace {
 
-constexpr HRESULT kUnknownItemId = hresult(0xC0040007u);
+using Korvex::Testing::itemsNamed;
 
-std::vector<OpxItemIdentifier> named(std::initializer_list<const OLECHAR*> names) {
-    std::vector<OpxItemIdentifier> items;
-    for (const OLECHAR* name : names) {
-        items.emplace_back();
-        items.back().itemName = name;
-    }
-    return items;
-}
+constexpr HRESULT kUnknownItemId = hresult(0xC0040007u);
 
 // What a thread resolves.
 struct Request {
-    Request(MainItemCache& cache, std::initializer_list<const OLECHAR*> names, std::uint32_t hint = 0)
-        : items(named(names)), resolved(items.size()) {
+    Request(MainItemCache& cache, const std::vector<std::string>& names, std::uint32_t hint = 0)
+        : items(itemsNamed(names)), resolved(items.size()) {
         items[0].serverHandle = hint;
         cache.resolve(items, resolved, added, awaited);
     }
@@ -52,13 +47,13 @@ ResolvedItems resolve(MainItemCache& cache, std::vector<OpxItemIdentifier>& item
 
 TEST(MainItemCache, AddsAnItemOnceAndFindsItAgainByHintAndByName) {
     MainItemCache cache;
-    auto items = named({OLESTR("a"), OLESTR("b")});
+    auto items = itemsNamed({"a", "b"});
     EXPECT_EQ(resolve(cache, items).serverHandles, (std::vector<std::uint32_t>{1001, 1002}));
     EXPECT_EQ(items[0].dataType, Opx::VType::Int32);
 
     for (const std::uint32_t hint : {items[1].serverHandle, 0u, 1u, 77u}) {
         SCOPED_TRACE(hint);
-        const Request again(cache, {OLESTR("b")}, hint);
+        const Request again(cache, {"b"}, hint);
         EXPECT_TRUE(again.added.empty() && again.awaited.empty());
         EXPECT_EQ(again.resolved.serverHandles[0], 1002u);
         EXPECT_EQ(again.items[0].serverHandle, 2u);
@@ -69,7 +64,7 @@ TEST(MainItemCache, AddsAnItemOnceAndFindsItAgainByHintAndByName) {
 
 TEST(MainItemCache, ARequestedTypeStaysWhereOneWasGiven) {
     MainItemCache cache;
-    auto items = named({OLESTR("a")});
+    auto items = itemsNamed({"a"});
     items[0].dataType = Opx::VType::String;
     resolve(cache, items);
     EXPECT_EQ(items[0].dataType, Opx::VType::String);
@@ -79,21 +74,21 @@ TEST(MainItemCache, ARequestedTypeStaysWhereOneWasGiven) {
 
 TEST(MainItemCache, NamesDifferInCaseAndThePathDoesNotCount) {
     MainItemCache cache;
-    auto items = named({OLESTR("a"), OLESTR("A"), OLESTR("c")});
+    auto items = itemsNamed({"a", "A", "c"});
     resolve(cache, items);
-    auto again = named({OLESTR("A")});
+    auto again = itemsNamed({"A"});
     again[0].itemPath = OLESTR("elsewhere");
     EXPECT_EQ(resolve(cache, again).serverHandles[0], 1002u);
 }
 
 TEST(MainItemCache, ARefusedItemLeavesNoTraceAndItsSlotGoesToTheNextNewItem) {
     MainItemCache cache;
-    auto items = named({OLESTR("good"), OLESTR("bad"), OLESTR("worse")});
+    auto items = itemsNamed({"good", "bad", "worse"});
     const auto resolved = resolve(cache, items, {0, kUnknownItemId, hresult(0xC0040008u)});
     EXPECT_EQ(resolved.errors, (std::vector<std::int32_t>{0, kUnknownItemId, hresult(0xC0040008u)}));
     EXPECT_TRUE(resolved.anyFailed());
 
-    auto next = named({OLESTR("new"), OLESTR("bad"), OLESTR("newer")});
+    auto next = itemsNamed({"new", "bad", "newer"});
     resolve(cache, next);
     EXPECT_EQ(next[0].serverHandle, 2u);  // the slot freed first
     EXPECT_EQ(next[1].serverHandle, 3u);
@@ -102,15 +97,15 @@ TEST(MainItemCache, ARefusedItemLeavesNoTraceAndItsSlotGoesToTheNextNewItem) {
 
 TEST(MainItemCache, AnItemThatTheSameThreadIsAddingIsUnknown) {
     MainItemCache cache;
-    Request twice(cache, {OLESTR("a"), OLESTR("a")});
+    Request twice(cache, {"a", "a"});
     EXPECT_EQ(twice.added.items.size(), 1u);
     EXPECT_EQ(twice.resolved.errors[1], kUnknownItemId);
-    const Request meanwhile(cache, {OLESTR("a")});
+    const Request meanwhile(cache, {"a"});
     EXPECT_TRUE(meanwhile.added.empty() && meanwhile.awaited.empty());
     EXPECT_EQ(meanwhile.resolved.errors[0], kUnknownItemId);
     EXPECT_FALSE(meanwhile.resolved.anyValid);
     cache.drop(twice.added, E_FAIL);
-    auto afterwards = named({OLESTR("a")});
+    auto afterwards = itemsNamed({"a"});
     EXPECT_EQ(resolve(cache, afterwards).errors[0], 0);
 }
 
@@ -127,11 +122,11 @@ TEST(MainItemCache, AnItemThatAnotherThreadIsAddingIsWaitedFor) {
         {[](auto& cache, auto& own) { cache.drop(own.added, E_ACCESSDENIED); }, E_ACCESSDENIED, S_OK}};
     for (const Case& each : cases) {
         MainItemCache cache;
-        Request own(cache, {OLESTR("a")});
+        Request own(cache, {"a"});
         own.added.items[0].serverHandle = 1001;
         ResolvedItems other(1);
         auto waiting = std::async(std::launch::async, [&] {
-            Request same(cache, {OLESTR("a")});
+            Request same(cache, {"a"});
             EXPECT_TRUE(same.added.empty());
             const HRESULT hr = cache.await(same.awaited, same.items, same.resolved);
             other = same.resolved;
@@ -149,14 +144,14 @@ TEST(MainItemCache, AnItemThatAnotherThreadIsAddingIsWaitedFor) {
 
 TEST(MainItemCache, AnItemThatGetsNoHandleHasThatOfNoOther) {
     MainItemCache cache;
-    Request one(cache, {OLESTR("a")});
+    Request one(cache, {"a"});
     cache.accept(one.added, {}, one.items, one.resolved);
     EXPECT_EQ(one.resolved.serverHandles[0], 0xFFFFFFFFu);
 }
 
 TEST(MainItemCache, AnErrorListShorterThanTheRequestAcceptsTheRest) {
     MainItemCache cache;
-    auto items = named({OLESTR("a"), OLESTR("b")});
+    auto items = itemsNamed({"a", "b"});
     const auto resolved = resolve(cache, items, {kUnknownItemId});
     EXPECT_EQ(resolved.errors, (std::vector<std::int32_t>{kUnknownItemId, 0}));
 }

@@ -56,7 +56,7 @@ TEST_F(OpxDaServerTest, EveryValueArrivesAsItsItemsType) {
         server.disconnect();
         info.localId = fromUtf8(row[3]);
         ASSERT_EQ(connect(), S_OK);
-        items = named({fromUtf8(row[0]).c_str()});
+        items = itemsNamed({row[0]});
         OpxItemValue value;
         const auto type = Korvex::Testing::typeNumbered(row[1]);
         if (type != Opx::VType::Empty) value.value = OpxVariant::of(fromUtf8(row[2]));
@@ -73,7 +73,7 @@ TEST_F(OpxDaServerTest, FirstReadsOnSeveralThreadsAtOnceFindEveryItem) {
     std::atomic<int> wrong = 0;
     const auto readAll = [&] {
         for (int n = 0; n < 500; ++n) {
-            auto own = named({fromUtf8("Load." + std::to_string(n)).c_str(), OLESTR("No.Such.Item")});
+            auto own = itemsNamed({"Load." + std::to_string(n), "No.Such.Item"});
             std::vector<OpxItemValue> values;
             std::vector<std::int32_t> codes;
             const auto hr = server.read(0, own, values, codes);
@@ -130,7 +130,7 @@ TEST_F(OpxDaServerTest, AHundredThousandCallsFromFourThreadsCompleteOnceEach) {
     const Korvex::Testing::TraceOff noTrace;
     Counter counter;
     ASSERT_EQ(server.connect(simulationUrl(), info, 1, &counter), S_OK);
-    items = named({OLESTR("Register.Int32"), OLESTR("Register.Double")});
+    items = itemsNamed({"Register.Int32", "Register.Double"});
     std::vector<OpxItemValue> values(2);
     ASSERT_EQ(server.read(0, items, values, errors), S_OK);
 

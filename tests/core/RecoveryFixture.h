@@ -15,10 +15,12 @@
 #include <korvex/native/OpxDaServer.h>
 
 #include "tests/support/FastClock.h"
-#include "tests/support/SimulationFixture.h"
+#include "tests/support/SimulationSteps.h"
 #include "tests/support/simulation_url.h"
 
 namespace OpxOpc {
+
+using Korvex::Testing::itemsNamed;
 
 inline constexpr std::int32_t kGood = 0xC0;
 
@@ -107,17 +109,6 @@ private:
     std::ptrdiff_t read_ = 0;
 };
 
-// Items with the client handles 1, 2, ...
-inline std::vector<OpxItemIdentifier> named(std::initializer_list<const OLECHAR*> names) {
-    std::vector<OpxItemIdentifier> items;
-    for (const OLECHAR* name : names) {
-        items.emplace_back();
-        items.back().itemName = name;
-        items.back().clientHandle = static_cast<std::uint32_t>(items.size());
-    }
-    return items;
-}
-
 // A connection whose watch-dog runs a hundred times as fast as the time.
 class RecoveryFixture : public Korvex::Testing::SimulationFixture {
 protected:
@@ -131,9 +122,8 @@ protected:
 
     std::int32_t connect() { return server.connect(Korvex::Testing::simulationUrl(), info, kClient, &story); }
 
-    std::int32_t subscribe(std::initializer_list<const OLECHAR*> names = {OLESTR("Constant.Int32"),
-                                                                          OLESTR("Constant.Double")}) {
-        items = named(names);
+    std::int32_t subscribe() {
+        items = itemsNamed({"Constant.Int32", "Constant.Double"});
         return server.subscribe(kSubscription, true, 100, 2.5f, items, &rate, &handle, errors);
     }
     void connectAndSubscribe() {

@@ -41,7 +41,7 @@ TEST_F(RecoveryTest, TheLossComesAsEmptyBadValuesOfNow) {
     Korvex::Testing::RecordingCallback client;
     OpxDaServer other;
     ASSERT_EQ(other.connect(Korvex::Testing::simulationUrl(), info, 1, &client), S_OK);
-    auto one = named({OLESTR("Constant.Int32")});
+    auto one = itemsNamed({"Constant.Int32"});
     ASSERT_EQ(other.subscribe(9, true, 100, 0, one, &rate, &handle, errors), S_OK);
     ASSERT_TRUE(client.waitForDataChanges(1));
     const std::int64_t before = OpxDate::now().time();
@@ -119,7 +119,7 @@ public:
 
 private:
     void subscribe() {
-        auto items = named({OLESTR("Constant.Int32"), OLESTR("Constant.Double"), OLESTR("Constant.Boolean")});
+        auto items = itemsNamed({"Constant.Int32", "Constant.Double", "Constant.Boolean"});
         std::uint32_t rate = 0;
         std::uint32_t handle = 0;
         if (server_.subscribe(nextId_, true, 100, 0, items, &rate, &handle, codes_) >= 0)
@@ -130,7 +130,7 @@ private:
         std::uint32_t rate = 0;
         server_.subscriptionModify(handle, turn % 2 == 0);
         server_.subscriptionModify(handle, 100 + turn % 5, &rate);
-        auto more = named({OLESTR("Constant.String")});
+        auto more = itemsNamed({"Constant.String"});
         if (server_.subscriptionAddItems(handle, more, codes_) < 0) return true;
         return server_.subscriptionRemoveItems(handle, more, codes_) >= 0;
     }

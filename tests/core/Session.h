@@ -176,7 +176,7 @@ private:
         for (const auto& [name, value] : step.settings) {
             if (name.find('.') != name.npos) names.push_back(name);
         }
-        return Korvex::Testing::itemsNamed(names);
+        return itemsNamed(names);
     }
     static std::vector<OpxItemValue> valuesOf(const Step& step) {
         std::vector<OpxItemValue> values;

@@ -42,9 +42,6 @@ std::string withoutThreads(std::string_view text) {
     out += text;
     return out;
 }
-std::string line(int level, const std::string& message) {
-    return "2024-05-01 12:34:56.789Z|" + std::to_string(level) + "|T* " + message + "\n";
-}
 
 class TraceFilesTest : public testing::Test {
 protected:
@@ -88,10 +85,17 @@ protected:
             std::replace(text.begin(), text.end(), '/', '\n');
             files.write(static_cast<int>(step.number(0)), text);
         });
+        steps.addSilent("fill", [this](const Step& step) {
+            for (std::uint32_t i = 0; i < step.number(0); ++i) files.write(1, "text");
+        });
         steps.addSilent("create", [this](const Step& step) { folder.create(step.names.at(0), step.names.at(1)); });
         steps.addSilent("folder",
                         [this](const Step& step) { std::filesystem::create_directory(folder / step.names.at(0)); });
         steps.add("text", [this](const Step& step) { return shown(folder.text(step.names.at(0))); });
+        steps.add("lastline", [this](const Step& step) {
+            const std::string text = shown(folder.text(step.names.at(0)));
+            return text.substr(text.rfind(' '));
+        });
         // All files of the folder, or of one in it.
         steps.add("files", [this](const Step& step) {
             std::map<std::string, std::string> texts;
@@ -125,20 +129,6 @@ TEST_P(TraceFileSessions, AreAsTheirStepsTell) {
 INSTANTIATE_TEST_SUITE_P(TraceFiles, TraceFileSessions,
                          testing::ValuesIn(Korvex::Testing::sectionsOf("trace/sessions.txt")),
                          Korvex::Testing::nameOfSection);
-
-TEST_F(TraceFilesTest, AFullErrorFileBecomesItsOneBackup) {
-    folder.create("errors.txt", "old");
-    folder.create("errors.txt.bak", "older");
-    ASSERT_TRUE(openErrors());
-    EXPECT_EQ(folder.files(), (Files{{"errors.txt", kHeader}, {"errors.txt.bak", "old"}}));
-    for (int i = 3; i < 10000; ++i) files.write(1, "text");
-    EXPECT_EQ(folder.text("errors.txt.bak"), "old");
-    files.write(1, "last");
-    EXPECT_EQ(folder.text("errors.txt"), kHeader);
-    EXPECT_THAT(folder.text("errors.txt.bak"), HasSubstr("* last\n"));
-    files.write(1, "next");
-    EXPECT_EQ(withoutThreads(folder.text("errors.txt")), kHeader + line(1, "next"));
-}
 
 TEST_F(TraceFilesTest, ARelativePathKeepsItsFolder) {
     const std::filesystem::path before = std::filesystem::current_path();
