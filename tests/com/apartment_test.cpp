@@ -123,11 +123,18 @@ TEST(Apartment, LeavingMoreOftenThanEnteringIsHarmless) {
     });
 }
 
-TEST(GlobalInterfaceTable, HoldsAReferenceUnderACookieUntilItIsRevoked) {
-    const Apartment apartment(COINIT_MULTITHREADED);
+// In the multi-threaded apartment, with the table.
+class GlobalInterfaceTable : public ::testing::Test {
+protected:
+    GlobalInterfaceTable() { EXPECT_EQ(createInterfaceTable(table), S_OK); }
+
+    const Apartment apartment{COINIT_MULTITHREADED};
     ComPtr<IGlobalInterfaceTable> table;
-    ASSERT_EQ(createInterfaceTable(table), S_OK);
     TestObject object;
+    DWORD cookie = 0;
+};
+
+TEST_F(GlobalInterfaceTable, HoldsAReferenceUnderACookieUntilItIsRevoked) {
     DWORD first = 0;
     DWORD second = 0;
     ASSERT_EQ(table->RegisterInterfaceInGlobal(&object, IID_IClassFactory, &first), S_OK);
@@ -150,12 +157,7 @@ TEST(GlobalInterfaceTable, HoldsAReferenceUnderACookieUntilItIsRevoked) {
     EXPECT_FALSE(fetched);
 }
 
-TEST(GlobalInterfaceTable, IsTheSameForEveryThread) {
-    const Apartment apartment(COINIT_MULTITHREADED);
-    ComPtr<IGlobalInterfaceTable> table;
-    ASSERT_EQ(createInterfaceTable(table), S_OK);
-    TestObject object;
-    DWORD cookie = 0;
+TEST_F(GlobalInterfaceTable, IsTheSameForEveryThread) {
     ASSERT_EQ(table->RegisterInterfaceInGlobal(&object, IID_IUnknown, &cookie), S_OK);
     onFreshThread([&] {
         const Apartment own(COINIT_MULTITHREADED);
@@ -168,12 +170,7 @@ TEST(GlobalInterfaceTable, IsTheSameForEveryThread) {
     EXPECT_EQ(table->RevokeInterfaceFromGlobal(cookie), S_OK);
 }
 
-TEST(GlobalInterfaceTable, RefusesInterfacesThatTheObjectDoesNotHave) {
-    const Apartment apartment(COINIT_MULTITHREADED);
-    ComPtr<IGlobalInterfaceTable> table;
-    ASSERT_EQ(createInterfaceTable(table), S_OK);
-    TestObject object;
-    DWORD cookie = 0;
+TEST_F(GlobalInterfaceTable, RefusesInterfacesThatTheObjectDoesNotHave) {
     EXPECT_EQ(table->RegisterInterfaceInGlobal(nullptr, IID_IUnknown, &cookie), E_INVALIDARG);
     EXPECT_EQ(table->RegisterInterfaceInGlobal(&object, IID_IEnumString, &cookie), E_NOINTERFACE);
     EXPECT_EQ(object.references, 0u);
@@ -187,30 +184,27 @@ TEST(GlobalInterfaceTable, RefusesInterfacesThatTheObjectDoesNotHave) {
     EXPECT_EQ(table->RevokeInterfaceFromGlobal(cookie), S_OK);
 }
 
-TEST(GlobalInterfaceTable, ServesManyThreadsAtOnce) {
-    const Apartment apartment(COINIT_MULTITHREADED);
-    ComPtr<IGlobalInterfaceTable> table;
-    ASSERT_EQ(createInterfaceTable(table), S_OK);
+TEST_F(GlobalInterfaceTable, ServesManyThreadsAtOnce) {
     const auto comeAndGo = [&] {
-        const Apartment own(COINIT_MULTITHREADED);
-        TestObject object;
+        const Apartment multiThreaded(COINIT_MULTITHREADED);
+        TestObject own;
         for (int round = 0; round < 100; ++round) {
-            DWORD cookie = 0;
-            ASSERT_EQ(table->RegisterInterfaceInGlobal(&object, IID_IClassFactory, &cookie), S_OK);
+            DWORD number = 0;
+            ASSERT_EQ(table->RegisterInterfaceInGlobal(&own, IID_IClassFactory, &number), S_OK);
             ComPtr<IClassFactory> fetched;
-            EXPECT_EQ(table->GetInterfaceFromGlobal(cookie, IID_IClassFactory, fetched.putVoid()), S_OK);
-            EXPECT_EQ(fetched.get(), &object);
+            EXPECT_EQ(table->GetInterfaceFromGlobal(number, IID_IClassFactory, fetched.putVoid()), S_OK);
+            EXPECT_EQ(fetched.get(), &own);
             fetched.release();
-            EXPECT_EQ(table->RevokeInterfaceFromGlobal(cookie), S_OK);
+            EXPECT_EQ(table->RevokeInterfaceFromGlobal(number), S_OK);
         }
-        EXPECT_EQ(object.references, 0u);
+        EXPECT_EQ(own.references, 0u);
     };
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) threads.emplace_back(comeAndGo);
     for (std::thread& thread : threads) thread.join();
 }
 
-TEST(GlobalInterfaceTable, ServesThreadsWithAnApartmentOnly) {
+TEST(InterfaceTable, ServesThreadsWithAnApartmentOnly) {
     TestObject object;
     ComPtr<IGlobalInterfaceTable> table;
     DWORD cookie = 0;
@@ -230,12 +224,7 @@ TEST(GlobalInterfaceTable, ServesThreadsWithAnApartmentOnly) {
 }
 
 #ifdef KORVEX_PORTABLE_RUNTIME  // Wine crashes
-TEST(GlobalInterfaceTable, RefusesAnObjectThatAnswersNothing) {
-    const Apartment apartment(COINIT_MULTITHREADED);
-    ComPtr<IGlobalInterfaceTable> table;
-    ASSERT_EQ(createInterfaceTable(table), S_OK);
-    TestObject object;
-    DWORD cookie = 0;
+TEST_F(GlobalInterfaceTable, RefusesAnObjectThatAnswersNothing) {
     ComPtr<IUnknown> fetched;
     object.answersNothing = true;
     EXPECT_EQ(table->RegisterInterfaceInGlobal(&object, IID_IUnknown, &cookie), E_NOINTERFACE);

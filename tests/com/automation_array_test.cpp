@@ -30,34 +30,44 @@ UniqueSafeArray makeCube() {
     return UniqueSafeArray(SafeArrayCreate(VT_I4, 3, bounds));
 }
 
+UniqueSafeArray copyOf(SAFEARRAY* array) {
+    SAFEARRAY* copy = nullptr;
+    EXPECT_EQ(SafeArrayCopy(array, &copy), S_OK);
+    return UniqueSafeArray(copy);
+}
+
+std::string textAt(const UniqueSafeArray& array, LONG index) {
+    BSTR text = nullptr;
+    EXPECT_EQ(SafeArrayGetElement(array.get(), &index, &text), S_OK);
+    return Korvex::toUtf8(bstrView(UniqueBstr(text).get()));
+}
+
 }  // namespace
 
 TEST(SafeArray, KnowsItsElementTypeAndSize) {
     struct {
         VARTYPE type;
         UINT size;
-    } const cases[] = {
-        {VT_I1, 1},
-        {VT_UI1, 1},
-        {VT_I2, 2},
-        {VT_UI2, 2},
-        {VT_BOOL, 2},
-        {VT_I4, 4},
-        {VT_UI4, 4},
-        {VT_INT, 4},
-        {VT_UINT, 4},
-        {VT_R4, 4},
-        {VT_ERROR, 4},
-        {VT_I8, 8},
-        {VT_UI8, 8},
-        {VT_R8, 8},
-        {VT_CY, 8},
-        {VT_DATE, 8},
-        {VT_DECIMAL, 16},
-        {VT_BSTR, sizeof(BSTR)},
-        {VT_UNKNOWN, sizeof(void*)},
-        {VT_VARIANT, sizeof(VARIANT)},
-    };
+    } const cases[] = {{VT_I1, 1},
+                       {VT_UI1, 1},
+                       {VT_I2, 2},
+                       {VT_UI2, 2},
+                       {VT_BOOL, 2},
+                       {VT_I4, 4},
+                       {VT_UI4, 4},
+                       {VT_INT, 4},
+                       {VT_UINT, 4},
+                       {VT_R4, 4},
+                       {VT_ERROR, 4},
+                       {VT_I8, 8},
+                       {VT_UI8, 8},
+                       {VT_R8, 8},
+                       {VT_CY, 8},
+                       {VT_DATE, 8},
+                       {VT_DECIMAL, 16},
+                       {VT_BSTR, sizeof(BSTR)},
+                       {VT_UNKNOWN, sizeof(void*)},
+                       {VT_VARIANT, sizeof(VARIANT)}};
     for (const auto& row : cases) {
         const UniqueSafeArray array = makeVector(row.type, 1, 2);
         ASSERT_NE(array, nullptr) << row.type;
@@ -66,9 +76,7 @@ TEST(SafeArray, KnowsItsElementTypeAndSize) {
         EXPECT_EQ(type, row.type);
         EXPECT_EQ(SafeArrayGetElemsize(array.get()), row.size) << row.type;
 
-        SAFEARRAY* copied = nullptr;
-        ASSERT_EQ(SafeArrayCopy(array.get(), &copied), S_OK);
-        const UniqueSafeArray copy(copied);
+        const UniqueSafeArray copy = copyOf(array.get());
         EXPECT_EQ(SafeArrayGetVartype(copy.get(), &type), S_OK);
         EXPECT_EQ(type, row.type);
     }
@@ -80,22 +88,18 @@ TEST(SafeArray, SaysInItsFeaturesWhatItsElementsOwn) {
         VARTYPE type;
         int features;
         IID interfaceId;
-    } const cases[] = {
-        {VT_I4, FADF_HAVEVARTYPE, {}},
-        {VT_BSTR, FADF_HAVEVARTYPE | FADF_BSTR, {}},
-        {VT_VARIANT, FADF_HAVEVARTYPE | FADF_VARIANT, {}},
-        {VT_UNKNOWN, FADF_HAVEIID | FADF_UNKNOWN, IID_IUnknown},
-        {VT_DISPATCH, FADF_HAVEIID | FADF_DISPATCH, IID_IDispatch},
-    };
+    } const cases[] = {{VT_I4, FADF_HAVEVARTYPE, {}},
+                       {VT_BSTR, FADF_HAVEVARTYPE | FADF_BSTR, {}},
+                       {VT_VARIANT, FADF_HAVEVARTYPE | FADF_VARIANT, {}},
+                       {VT_UNKNOWN, FADF_HAVEIID | FADF_UNKNOWN, IID_IUnknown},
+                       {VT_DISPATCH, FADF_HAVEIID | FADF_DISPATCH, IID_IDispatch}};
     for (const auto& row : cases) {
         SAFEARRAYBOUND bound = {1, 0};
         const UniqueSafeArray array(SafeArrayCreate(row.type, 1, &bound));
         const UniqueSafeArray vector = makeVector(row.type, 0, 1);
         EXPECT_EQ(array->fFeatures, row.features) << row.type;
         EXPECT_EQ(vector->fFeatures, row.features | kMadeAsVector) << row.type;
-        SAFEARRAY* copied = nullptr;
-        ASSERT_EQ(SafeArrayCopy(vector.get(), &copied), S_OK);
-        EXPECT_EQ(UniqueSafeArray(copied)->fFeatures, row.features) << row.type;
+        EXPECT_EQ(copyOf(vector.get())->fFeatures, row.features) << row.type;
 
         IID found = {};
         const bool hasInterface = (row.features & FADF_HAVEIID) != 0;
@@ -120,13 +124,8 @@ TEST(SafeArray, MayBeMadeByItsOwnerInMemoryThatItsOwnerFrees) {
         } own = {{0, 0, 0, VT_I4}, {1, static_cast<USHORT>(owner | FADF_BSTR), sizeof(BSTR), 0, nullptr, {{2, 0}}}};
         own.array.pvData = texts.data();
 
-        SAFEARRAY* copied = nullptr;
-        ASSERT_EQ(SafeArrayCopy(&own.array, &copied), S_OK);
-        const UniqueSafeArray copy(copied);
-        LONG index = 1;
-        BSTR text = nullptr;
-        ASSERT_EQ(SafeArrayGetElement(copy.get(), &index, &text), S_OK);
-        EXPECT_EQ(bstrView(UniqueBstr(text).get()), OLESTR("two"));
+        const UniqueSafeArray copy = copyOf(&own.array);
+        EXPECT_EQ(textAt(copy, 1), "two");
         VARTYPE type = VT_EMPTY;
         EXPECT_EQ(SafeArrayGetVartype(&own.array, &type), E_INVALIDARG);
         if (!kPortable) {  // Wine reads and frees what it did not allocate
@@ -190,9 +189,7 @@ TEST(SafeArray, MayBeMadeInSteps) {
     LONG index = 1;
     std::int32_t value = 7;
     ASSERT_EQ(SafeArrayPutElement(array.get(), &index, &value), S_OK);
-    SAFEARRAY* copied = nullptr;
-    ASSERT_EQ(SafeArrayCopy(array.get(), &copied), S_OK);
-    const UniqueSafeArray copy(copied);
+    const UniqueSafeArray copy = copyOf(array.get());
     value = 0;
     ASSERT_EQ(SafeArrayGetElement(copy.get(), &index, &value), S_OK);
     EXPECT_EQ(value, 7);
@@ -254,19 +251,17 @@ TEST(SafeArray, NullArgumentsAreRefused) {
     EXPECT_EQ(SafeArrayDestroy(nullptr), S_OK);
     EXPECT_EQ(SafeArrayGetDim(nullptr), 0u);
     EXPECT_EQ(SafeArrayGetElemsize(nullptr), 0u);
-    const HRESULT results[] = {
-        SafeArrayAccessData(nullptr, &data),
-        SafeArrayAccessData(array.get(), nullptr),
-        SafeArrayUnaccessData(nullptr),
-        SafeArrayGetVartype(nullptr, &type),
-        SafeArrayGetVartype(array.get(), nullptr),
-        SafeArrayGetLBound(nullptr, 1, &number),
-        SafeArrayGetUBound(array.get(), 1, nullptr),
-        SafeArrayGetElement(array.get(), nullptr, &number),
-        SafeArrayGetElement(array.get(), &number, nullptr),
-        SafeArrayPutElement(nullptr, &number, &number),
-        SafeArrayCopy(array.get(), nullptr),
-    };
+    const HRESULT results[] = {SafeArrayAccessData(nullptr, &data),
+                               SafeArrayAccessData(array.get(), nullptr),
+                               SafeArrayUnaccessData(nullptr),
+                               SafeArrayGetVartype(nullptr, &type),
+                               SafeArrayGetVartype(array.get(), nullptr),
+                               SafeArrayGetLBound(nullptr, 1, &number),
+                               SafeArrayGetUBound(array.get(), 1, nullptr),
+                               SafeArrayGetElement(array.get(), nullptr, &number),
+                               SafeArrayGetElement(array.get(), &number, nullptr),
+                               SafeArrayPutElement(nullptr, &number, &number),
+                               SafeArrayCopy(array.get(), nullptr)};
     for (const HRESULT result : results) EXPECT_EQ(result, E_INVALIDARG);
     SAFEARRAY* copy = array.get();
     EXPECT_EQ(SafeArrayCopy(nullptr, &copy), S_OK);
@@ -288,9 +283,7 @@ TEST(SafeArray, IsNotDestroyedWhileSomeoneHoldsItsData) {
     holder.parray = array.get();
     EXPECT_EQ(VariantClear(&holder), DISP_E_ARRAYISLOCKED);
 
-    SAFEARRAY* copied = nullptr;
-    ASSERT_EQ(SafeArrayCopy(array.get(), &copied), S_OK);
-    EXPECT_EQ(UniqueSafeArray(copied)->cLocks, 0u);
+    EXPECT_EQ(copyOf(array.get())->cLocks, 0u);
 
     EXPECT_EQ(SafeArrayUnaccessData(array.get()), S_OK);
     EXPECT_EQ(SafeArrayUnaccessData(array.get()), S_OK);
@@ -320,19 +313,11 @@ TEST(SafeArray, OwnsCopiesOfTexts) {
         ASSERT_EQ(SafeArrayPutElement(array.get(), &index, text.get()), S_OK);
         ASSERT_EQ(SafeArrayPutElement(array.get(), &index, text.get()), S_OK);
     }
-    SAFEARRAY* copied = nullptr;
-    ASSERT_EQ(SafeArrayCopy(array.get(), &copied), S_OK);
-    const UniqueSafeArray copy(copied);
+    const UniqueSafeArray copy = copyOf(array.get());
     ASSERT_EQ(SafeArrayPutElement(array.get(), &index, nullptr), S_OK);
 
-    BSTR element = nullptr;
-    ASSERT_EQ(SafeArrayGetElement(copy.get(), &index, &element), S_OK);
-    EXPECT_EQ(bstrView(UniqueBstr(element).get()), OLESTR("one"));
-    for (index = 0; index < 2; ++index) {
-        element = nullptr;
-        ASSERT_EQ(SafeArrayGetElement(array.get(), &index, &element), S_OK);
-        EXPECT_EQ(bstrView(UniqueBstr(element).get()), OLESTR(""));
-    }
+    EXPECT_EQ(textAt(copy, 0), "one");
+    for (index = 0; index < 2; ++index) EXPECT_EQ(textAt(array, index), "");
 }
 
 TEST(SafeArray, OwnsCopiesOfVariants) {
@@ -364,9 +349,7 @@ TEST(SafeArray, CountsObjectsInItsElements) {
         const UniqueSafeArray array = makeVector(VT_UNKNOWN, 0, 2);
         LONG index = 0;
         ASSERT_EQ(SafeArrayPutElement(array.get(), &index, static_cast<IUnknown*>(&object)), S_OK);
-        SAFEARRAY* copied = nullptr;
-        ASSERT_EQ(SafeArrayCopy(array.get(), &copied), S_OK);
-        const UniqueSafeArray copy(copied);
+        const UniqueSafeArray copy = copyOf(array.get());
         EXPECT_EQ(object.references, 2u);
 
         ComPtr<IUnknown> element;

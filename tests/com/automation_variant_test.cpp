@@ -31,6 +31,13 @@ UniqueVariant bstrVariant(OpxStringView text) {
     return result;
 }
 
+UniqueVariant referenceTo(VARTYPE type, void* target) {
+    UniqueVariant result;
+    result.vt = static_cast<VARTYPE>(VT_BYREF | type);
+    result.byref = target;
+    return result;
+}
+
 }  // namespace
 
 // ---- BSTR ----------------------------------------------------------------------------------------
@@ -90,9 +97,7 @@ TEST(VariantOwnership, CopiesTextsDeeplyAndReferencesShallowly) {
     EXPECT_NE(copy.bstrVal, text.bstrVal);
     EXPECT_EQ(valueText(copy), "pump");
 
-    UniqueVariant reference;
-    reference.vt = VT_BYREF | VT_BSTR;
-    reference.byref = &text.bstrVal;
+    UniqueVariant reference = referenceTo(VT_BSTR, &text.bstrVal);
     ASSERT_EQ(VariantCopy(&copy, &reference), S_OK);
     EXPECT_EQ(copy.vt, VT_BYREF | VT_BSTR);
     EXPECT_EQ(copy.byref, &text.bstrVal);
@@ -102,12 +107,8 @@ TEST(VariantOwnership, CopiesTextsDeeplyAndReferencesShallowly) {
 
 TEST(VariantOwnership, CopyIndTakesWhatIsReferredTo) {
     UniqueVariant text = bstrVariant(OLESTR("pump"));
-    UniqueVariant reference;
-    reference.vt = VT_BYREF | VT_BSTR;
-    reference.byref = &text.bstrVal;
-    UniqueVariant outer;
-    outer.vt = VT_BYREF | VT_VARIANT;
-    outer.pvarVal = &reference;
+    UniqueVariant reference = referenceTo(VT_BSTR, &text.bstrVal);
+    UniqueVariant outer = referenceTo(VT_VARIANT, &reference);
     for (const VARIANT* source : {static_cast<const VARIANT*>(&text), static_cast<const VARIANT*>(&reference),
                                   static_cast<const VARIANT*>(&outer)}) {
         UniqueVariant copy;
@@ -120,9 +121,7 @@ TEST(VariantOwnership, CopyIndTakesWhatIsReferredTo) {
     EXPECT_EQ(reference.vt, VT_BSTR);
     EXPECT_NE(reference.bstrVal, text.bstrVal);
 
-    UniqueVariant outermost;
-    outermost.vt = VT_BYREF | VT_VARIANT;
-    outermost.pvarVal = &outer;
+    UniqueVariant outermost = referenceTo(VT_VARIANT, &outer);
     UniqueVariant copy;
     EXPECT_EQ(VariantCopyInd(&copy, &outermost), E_INVALIDARG);
     UniqueVariant bad;
@@ -297,22 +296,16 @@ TEST(VariantChangeType, WorksInPlaceAndAFailureLeavesTheTarget) {
 
 TEST(VariantChangeType, FollowsReferences) {
     std::int16_t number = 300;
-    UniqueVariant reference;
-    reference.vt = VT_BYREF | VT_I2;
-    reference.byref = &number;
+    UniqueVariant reference = referenceTo(VT_I2, &number);
     UniqueVariant result;
     ASSERT_EQ(VariantChangeTypeEx(&result, &reference, kEnglish, 0, VT_BSTR), S_OK);
     EXPECT_EQ(valueText(result), "300");
     EXPECT_EQ(VariantChangeTypeEx(&result, &reference, kEnglish, 0, VT_UI1), DISP_E_OVERFLOW);
 
     UniqueVariant inner = bstrVariant(OLESTR("7"));
-    UniqueVariant outer;
-    outer.vt = VT_BYREF | VT_VARIANT;
-    outer.pvarVal = &inner;
+    UniqueVariant outer = referenceTo(VT_VARIANT, &inner);
     ASSERT_EQ(VariantChangeTypeEx(&result, &outer, kEnglish, 0, VT_R8), S_OK);
     EXPECT_EQ(valueText(result), "7");
-    UniqueVariant outermost;
-    outermost.vt = VT_BYREF | VT_VARIANT;
-    outermost.pvarVal = &outer;
+    UniqueVariant outermost = referenceTo(VT_VARIANT, &outer);
     EXPECT_EQ(VariantChangeTypeEx(&result, &outermost, kEnglish, 0, VT_R8), E_INVALIDARG);
 }

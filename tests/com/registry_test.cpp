@@ -80,8 +80,15 @@ protected:
 
     HRESULT createOther() {
         ComPtr<IUnknown> object;
-        return CoCreateInstance(kOtherClass, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid());
+        return create(kOtherClass, object);
     }
+
+    template <typename Interface>
+    static HRESULT create(REFCLSID clsid, ComPtr<Interface>& object, DWORD context = CLSCTX_ALL) {
+        return CoCreateInstance(clsid, nullptr, context, iidOf<Interface>(), object.putVoid());
+    }
+    static HRESULT resolve(const OLECHAR* progId) { return CLSIDFromProgID(progId, &found); }
+    static inline CLSID found = {};
 
     HRESULT serverList(ComPtr<IOPCServerList2>& list) {
         return CoCreateInstance(CLSID_OpcServerList, nullptr, CLSCTX_ALL, IID_IOPCServerList2, list.putVoid());
@@ -100,11 +107,9 @@ protected:
 
 TEST_F(Registry, ActivatesAClassFromItsModule) {
     ComPtr<IClassFactory> object;
-    EXPECT_EQ(CoCreateInstance(kTestClass, nullptr, CLSCTX_ALL, IID_IClassFactory, object.putVoid()), S_OK);
+    EXPECT_EQ(create(kTestClass, object), S_OK);
     EXPECT_TRUE(object);
-    EXPECT_EQ(CoCreateInstance(kTestClass, nullptr, CLSCTX_LOCAL_SERVER, IID_IClassFactory, object.putVoid()),
-              REGDB_E_CLASSNOTREG)
-        << "a module is no program";
+    EXPECT_EQ(create(kTestClass, object, CLSCTX_LOCAL_SERVER), REGDB_E_CLASSNOTREG) << "a module is no program";
 }
 
 TEST_F(Registry, AModuleThatCannotBeUsedIsTold) {
@@ -121,7 +126,7 @@ TEST_F(Registry, AModuleThatCannotBeUsedIsTold) {
     EXPECT_NE(toUtf8(Com::takeModuleFailure()).find("DllGetClassObject"), std::string::npos);
     EXPECT_EQ(createOther(), CO_E_ERRORINDLL);
     ComPtr<IUnknown> known;
-    EXPECT_EQ(CoCreateInstance(kTestClass, nullptr, CLSCTX_ALL, IID_IUnknown, known.putVoid()), S_OK);
+    EXPECT_EQ(create(kTestClass, known), S_OK);
     EXPECT_TRUE(Com::takeModuleFailure().empty()) << "another creation's";
     fs::create_symlink(testModule, folder / "relative.so");
     write("2.server", otherServer("Other.1", "relative.so"));
@@ -132,8 +137,8 @@ TEST_F(Registry, AModuleThatAnswersNonsenseHarmsNobody) {
     write("2.server", server("Nonsense.1", "{0A1B2C3D-3333-4222-8333-010203040506}", testModule));
     write("3.server", server("Nonsense.2", "{0A1B2C3D-4444-4222-8333-010203040506}", testModule));
     ComPtr<IUnknown> object;
-    EXPECT_EQ(CoCreateInstance(kNoClassObject, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid()), CO_E_ERRORINDLL);
-    EXPECT_EQ(CoCreateInstance(kNoObject, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid()), E_UNEXPECTED);
+    EXPECT_EQ(create(kNoClassObject, object), CO_E_ERRORINDLL);
+    EXPECT_EQ(create(kNoObject, object), E_UNEXPECTED);
     EXPECT_FALSE(object);
     write("4.server", server("Nonsense.3", "{0A1B2C3D-5555-4222-8333-010203040506}", testModule));
     EXPECT_EQ(CoGetClassObject(kStrayPointer, CLSCTX_ALL, nullptr, IID_IUnknown, object.putVoid()),
@@ -146,7 +151,7 @@ TEST_F(Registry, AProgramsOwnClassObjectPrecedesTheModule) {
     DWORD cookie = 0;
     ASSERT_EQ(CoRegisterClassObject(kTestClass, &own, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie), S_OK);
     ComPtr<IUnknown> object;
-    EXPECT_EQ(CoCreateInstance(kTestClass, nullptr, CLSCTX_ALL, IID_IUnknown, object.putVoid()), S_OK);
+    EXPECT_EQ(create(kTestClass, object), S_OK);
     EXPECT_EQ(own.created, 1);
     EXPECT_EQ(CoRevokeClassObject(cookie), S_OK);
 }
@@ -154,18 +159,17 @@ TEST_F(Registry, AProgramsOwnClassObjectPrecedesTheModule) {
 TEST_F(Registry, FoldersAreSearchedInTheirOrder) {
     const fs::path installed = bin.parent_path() / "share/korvex-opc/servers";
     const fs::path installedFile = installed / "korvex-registry-test.server";
-    CLSID clsid = {};
 
     writeTo(installed, installedFile.filename().string(), otherServer("Installed.1", "x"));
-    EXPECT_EQ(CLSIDFromProgID(OLESTR("Installed.1"), &clsid), S_OK);
+    EXPECT_EQ(resolve(OLESTR("Installed.1")), S_OK);
 
     writeTo(usersFolder, "a.server", otherServer("Users.1", "x"));
-    EXPECT_EQ(CLSIDFromProgID(OLESTR("Users.1"), &clsid), S_OK);
-    EXPECT_EQ(CLSIDFromProgID(OLESTR("Installed.1"), &clsid), CO_E_CLASSSTRING);
+    EXPECT_EQ(resolve(OLESTR("Users.1")), S_OK);
+    EXPECT_EQ(resolve(OLESTR("Installed.1")), CO_E_CLASSSTRING);
 
     write("2.server", otherServer("Named.1", "x"));
-    EXPECT_EQ(CLSIDFromProgID(OLESTR("Named.1"), &clsid), S_OK);
-    EXPECT_EQ(CLSIDFromProgID(OLESTR("Users.1"), &clsid), CO_E_CLASSSTRING);
+    EXPECT_EQ(resolve(OLESTR("Named.1")), S_OK);
+    EXPECT_EQ(resolve(OLESTR("Users.1")), CO_E_CLASSSTRING);
 
     fs::remove(installedFile);
 }
@@ -174,17 +178,15 @@ TEST_F(Registry, WithoutAFolderForDataTheHomeHasOne) {
     const Variable noData("XDG_DATA_HOME", std::nullopt);
     const Variable home("HOME", (base / "home").string());
     writeTo(base / "home/.local/share/korvex-opc/servers", "a.server", otherServer("Home.1", "x"));
-    CLSID clsid = {};
-    EXPECT_EQ(CLSIDFromProgID(OLESTR("Home.1"), &clsid), S_OK);
+    EXPECT_EQ(resolve(OLESTR("Home.1")), S_OK);
 }
 
 TEST_F(Registry, ProgIdsResolveWithoutRegardToCase) {
-    CLSID clsid = {};
     for (const OLECHAR* progId : {OLESTR("Vendor.Server.1"), OLESTR("VENDOR.server.1"), OLESTR("vendor.server")}) {
-        EXPECT_EQ(CLSIDFromProgID(progId, &clsid), S_OK) << toUtf8(progId);
-        EXPECT_TRUE(IsEqualCLSID(clsid, kTestClass));
+        EXPECT_EQ(resolve(progId), S_OK) << toUtf8(progId);
+        EXPECT_TRUE(IsEqualCLSID(found, kTestClass));
     }
-    EXPECT_EQ(CLSIDFromProgID(OLESTR("Vendor"), &clsid), CO_E_CLASSSTRING);
+    EXPECT_EQ(resolve(OLESTR("Vendor")), CO_E_CLASSSTRING);
 
     LPOLESTR raw = nullptr;
     ASSERT_EQ(ProgIDFromCLSID(kTestClass, &raw), S_OK);
@@ -195,9 +197,8 @@ TEST_F(Registry, AFileMayComeFromAnyEditor) {
     write("2.server",
           "\xEF\xBB\xBF# with a mark\r\nProgID = Gr\xC3\xBC\xC3\x9F.1\r\n"
           "CLSID={0a1b2c3d-2222-4222-8333-010203040506}\r\nModule=x\r\n");
-    CLSID clsid = {};
-    EXPECT_EQ(CLSIDFromProgID(OLESTR("Gr\u00FC\u00DF.1"), &clsid), S_OK);
-    EXPECT_TRUE(IsEqualCLSID(clsid, kOtherClass));
+    EXPECT_EQ(resolve(OLESTR("Gr\u00FC\u00DF.1")), S_OK);
+    EXPECT_TRUE(IsEqualCLSID(found, kOtherClass));
 }
 
 TEST_F(Registry, ABrokenFileIsSkippedAndTheFirstOfAClassCounts) {
@@ -209,37 +210,30 @@ TEST_F(Registry, ABrokenFileIsSkippedAndTheFirstOfAClassCounts) {
     write("0-ignored.txt", otherServer("Ignored.1", "x"));
     write("9-late.server", kTestServer + std::string("Module=late.so\n"));
     ComPtr<IClassFactory> object;
-    EXPECT_EQ(CoCreateInstance(kTestClass, nullptr, CLSCTX_ALL, IID_IClassFactory, object.putVoid()), S_OK);
-    CLSID clsid = {};
-    EXPECT_EQ(CLSIDFromProgID(OLESTR("Broken.1"), &clsid), CO_E_CLASSSTRING);
-    EXPECT_EQ(CLSIDFromProgID(OLESTR("Ignored.1"), &clsid), CO_E_CLASSSTRING);
+    EXPECT_EQ(create(kTestClass, object), S_OK);
+    EXPECT_EQ(resolve(OLESTR("Broken.1")), CO_E_CLASSSTRING);
+    EXPECT_EQ(resolve(OLESTR("Ignored.1")), CO_E_CLASSSTRING);
 }
 
 TEST_F(Registry, WhatIsBrokenIsToldWhereANameIsLookedUp) {
     const std::string whole = "ProgID=Broken.1\nCLSID={0A1B2C3D-2222-4222-8333-010203040506}\n";
-    struct {
-        std::string file;
-        const char* told;
-    } const rows[] = {
+    const std::pair<std::string, std::string> rows[] = {
         {"ProgID=Broken.1\nCLSID=not an identifier\nModule=x\n", "CLSID is not an identifier"},
         {whole, "Module is missing"},
         {whole + "Module=x\nProgram=y\n", "Module and Program exclude each other"},
         {whole + "Module=x\nThreadingModel=apartment\n",
-         "ThreadingModel is none of Apartment, Free and Both: apartment"},
-    };
-    for (const auto& row : rows) {
-        write("0-broken.server", row.file);
-        CLSID clsid = {};
-        EXPECT_EQ(CLSIDFromProgID(OLESTR("Broken.1"), &clsid), CO_E_CLASSSTRING);
+         "ThreadingModel is none of Apartment, Free and Both: apartment"}};
+    for (const auto& [file, sentence] : rows) {
+        write("0-broken.server", file);
+        EXPECT_EQ(resolve(OLESTR("Broken.1")), CO_E_CLASSSTRING);
         const auto told = Com::takeBrokenRegistrations();
-        ASSERT_EQ(told.size(), 1u) << row.told;
-        EXPECT_NE(toUtf8(told[0]).find(std::string("0-broken.server: ") + row.told), std::string::npos);
+        ASSERT_EQ(told.size(), 1u) << sentence;
+        EXPECT_NE(toUtf8(told[0]).find("0-broken.server: " + sentence), std::string::npos);
         EXPECT_TRUE(Com::takeBrokenRegistrations().empty()) << "told once";
     }
     for (const char* line : {"ThreadingModel=Apartment", "ThreadingModel=Free", "ThreadingModel=Both", ""}) {
         write("0-broken.server", whole + "Program=x\n" + line + "\n");
-        CLSID clsid = {};
-        EXPECT_EQ(CLSIDFromProgID(OLESTR("Broken.1"), &clsid), S_OK) << line;
+        EXPECT_EQ(resolve(OLESTR("Broken.1")), S_OK) << line;
         EXPECT_EQ(createOther(), REGDB_E_CLASSNOTREG) << "a program is no module";
     }
 }
@@ -299,10 +293,7 @@ TEST_F(Registry, AListingReadsEachFileOnce) {
 
 TEST_F(Registry, AFileThatOthersMayWriteToSaysNoServer) {
     using enum fs::perms;
-    const auto isKnown = [] {
-        CLSID clsid = {};
-        return CLSIDFromProgID(OLESTR("Other.1"), &clsid) == S_OK;
-    };
+    const auto isKnown = [] { return resolve(OLESTR("Other.1")) == S_OK; };
     write("2.server", otherServer("Other.1", "x"));
     const fs::path file = folder / "2.server";
     for (const fs::path& path : {file, folder}) {
@@ -360,11 +351,11 @@ TEST_F(Registry, TheServerListEnumeratesByCategoryAndTellsDetails) {
     CATID wanted[] = {CATID_OPCDAServer10, CATID_OPCDAServer30};
     ComPtr<IOPCEnumGUID> ids;
     ASSERT_EQ(list->EnumClassesOfCategories(2, wanted, 0, nullptr, ids.put()), S_OK);
-    GUID found[3] = {};
+    GUID classes[3] = {};
     ULONG count = 0;
-    EXPECT_EQ(ids->Next(3, found, &count), S_FALSE);
+    EXPECT_EQ(ids->Next(3, classes, &count), S_FALSE);
     ASSERT_EQ(count, 1u);
-    EXPECT_TRUE(IsEqualCLSID(found[0], kTestClass));
+    EXPECT_TRUE(IsEqualCLSID(classes[0], kTestClass));
 
     LPOLESTR progId = nullptr;
     LPOLESTR description = nullptr;
@@ -375,9 +366,8 @@ TEST_F(Registry, TheServerListEnumeratesByCategoryAndTellsDetails) {
     EXPECT_EQ(toUtf8(Com::TaskString(versionIndependent).get()), "Vendor.Server");
     EXPECT_EQ(list->GetClassDetails(IID_IUnknown, &progId, &description, &versionIndependent), REGDB_E_CLASSNOTREG);
 
-    CLSID clsid = {};
-    EXPECT_EQ(list->CLSIDFromProgID(OLESTR("Vendor.Server.1"), &clsid), S_OK);
-    EXPECT_TRUE(IsEqualCLSID(clsid, kTestClass));
+    EXPECT_EQ(list->CLSIDFromProgID(OLESTR("Vendor.Server.1"), &found), S_OK);
+    EXPECT_TRUE(IsEqualCLSID(found, kTestClass));
 }
 
 TEST_F(Registry, TheServerListTakesAnyCategoryAndRefusesMissingOnes) {

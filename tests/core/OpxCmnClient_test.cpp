@@ -42,12 +42,20 @@ private:
     ULONG left_ = 1;
 };
 
-// A server list that knows one ProgID. It lives on the stack of its test.
-class OneServerList final : public IOPCServerList2 {
+// Lives on the stack of its test.
+template <typename Interface>
+class OnStack : public Interface {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
     ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
     ULONG STDMETHODCALLTYPE Release() override { return --references; }
+
+    ULONG references = 0;
+};
+
+// A server list that knows one ProgID.
+class OneServerList final : public OnStack<IOPCServerList2> {
+public:
     HRESULT STDMETHODCALLTYPE EnumClassesOfCategories(ULONG, CATID*, ULONG, CATID*, IOPCEnumGUID**) override {
         return E_NOTIMPL;
     }
@@ -57,16 +65,11 @@ public:
         *clsid = kKnownClass;
         return S_OK;
     }
-
-    ULONG references = 0;
 };
 
 // The same as old machines have it.
-class OldServerList final : public IOPCServerList {
+class OldServerList final : public OnStack<IOPCServerList> {
 public:
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
-    ULONG STDMETHODCALLTYPE Release() override { return --references; }
     HRESULT STDMETHODCALLTYPE EnumClassesOfCategories(ULONG, CATID*, ULONG, CATID*, IEnumGUID** classes) override {
         *classes = new OneClass(isEndless);
         return S_OK;
@@ -82,7 +85,6 @@ public:
     }
 
     bool isEndless = false;
-    ULONG references = 0;
 };
 
 // What the library asked of COM, answered by this test.
@@ -119,18 +121,12 @@ protected:
             if (server) seen->host = server->pwszName;
             ++seen->creations;
             if (failed(seen->creation)) return seen->creation;
-            if (seen->isOld && *results[0].pIID == IID_IOPCServerList) {
-                seen->oldList.AddRef();
-                results[0].pItf = &seen->oldList;
-                results[0].hr = S_OK;
-                return S_OK;
-            }
-            EXPECT_TRUE(IsEqualIID(*results[0].pIID, IID_IOPCServerList2));
-            if (seen->isOld) return results[0].hr = E_NOINTERFACE;
-            seen->list.AddRef();
-            results[0].pItf = &seen->list;
-            results[0].hr = S_OK;
-            return S_OK;
+            const bool wantsOld = *results[0].pIID == IID_IOPCServerList;
+            EXPECT_TRUE(wantsOld || IsEqualIID(*results[0].pIID, IID_IOPCServerList2));
+            if (wantsOld != seen->isOld) return results[0].hr = E_NOINTERFACE;
+            results[0].pItf = wantsOld ? static_cast<IUnknown*>(&seen->oldList) : &seen->list;
+            results[0].pItf->AddRef();
+            return results[0].hr = S_OK;
         };
     }
     ~OpxCmnClientTest() override { comCalls() = platformComCalls(); }

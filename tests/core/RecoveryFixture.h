@@ -1,6 +1,7 @@
 // A connection that is lost and comes back, and the story that its client is told.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -14,35 +15,47 @@
 #include <korvex/native/OpxDaServer.h>
 
 #include "tests/support/FastClock.h"
-#include "tests/support/SimulationFixture.h"
+#include "tests/support/SimulationSteps.h"
 #include "tests/support/simulation_url.h"
 
 namespace OpxOpc {
 
+using Korvex::Testing::itemsNamed;
+
 inline constexpr std::int32_t kGood = 0xC0;
 
-// Keeps one story of all that it is told: "state 3", "7: 1 good, 2 bad" (client handles of a data
-// change of subscription 7). Good values that follow each other are told once.
+inline constexpr std::uint32_t kClient = 4711;
+
+// Keeps one story of all that it is told: "state 3", "7: 1 good 2 bad 0xc0040007 (0x1)" (client handles of a data
+// change of subscription 7, codes of items, the master error), "read 70: 1=5", "write 71: 1=ok". Good values that
+// follow each other are told once.
 class Story final : public OpxDataCallback {
 public:
+    using Handles = std::vector<std::uint32_t>;
+    using Values = std::vector<OpxItemValue>;
+    using Codes = std::vector<std::int32_t>;
+
     void DataChange(std::uint32_t subscription, std::int32_t, std::int32_t masterError, std::uint32_t,
-                    const std::vector<std::uint32_t>& handles, const std::vector<OpxItemValue>& values,
-                    const std::vector<std::int32_t>& errors) override {
-        if (masterError != S_OK) noteCodes(subscription, masterError, errors);
+                    const Handles& handles, const Values& values, const Codes& errors) override {
         std::string line = std::to_string(subscription) + ":";
         for (std::size_t i = 0; i < handles.size(); ++i) {
             line += " " + std::to_string(handles[i]) + (values[i].quality == kGood ? " good" : " bad");
+            if (i < errors.size() && errors[i] != S_OK) line += " " + Korvex::Testing::hex(errors[i]);
         }
-        tell(line);
-        if (onData) onData();
+        tell(line + (masterError == S_OK ? "" : " (" + Korvex::Testing::hex(masterError) + ")"));
     }
-    void ReadComplete(std::uint32_t, std::int32_t, std::int32_t, std::uint32_t, const std::vector<std::uint32_t>&,
-                      const std::vector<OpxItemValue>&, const std::vector<std::int32_t>&) override {}
-    void WriteComplete(std::uint32_t, std::int32_t, std::uint32_t, const std::vector<std::uint32_t>&,
-                       const std::vector<std::int32_t>&) override {}
-    void ServerStatusChange(std::uint32_t, ServerStatus status) override {
+    void ReadComplete(std::uint32_t id, std::int32_t, std::int32_t, std::uint32_t, const Handles& handles,
+                      const Values& values, const Codes& errors) override {
+        tellItems("read " + std::to_string(id), handles, errors,
+                  [&](std::size_t i) { return toUtf8(values[i].value.toString()); });
+    }
+    void WriteComplete(std::uint32_t id, std::int32_t, std::uint32_t, const Handles& handles,
+                       const Codes& errors) override {
+        tellItems("write " + std::to_string(id), handles, errors, [](std::size_t) { return "ok"; });
+    }
+    void ServerStatusChange(std::uint32_t client, ServerStatus status) override {
+        EXPECT_EQ(client, kClient);
         tell("state " + std::to_string(status));
-        if (onState) onState(status);
     }
 
     std::vector<std::string> lines() const {
@@ -53,70 +66,48 @@ public:
     ::testing::AssertionResult reaches(const std::string& line) {
         std::unique_lock guard(lock_);
         const bool reached = told_.wait_for(guard, std::chrono::seconds(20), [&] {
-            for (std::size_t i = read_; i < lines_.size(); ++i) {
-                if (lines_[i] != line) continue;
-                read_ = i + 1;
-                return true;
-            }
-            return false;
+            const auto found = std::find(lines_.begin() + read_, lines_.end(), line);
+            if (found != lines_.end()) read_ = found + 1 - lines_.begin();
+            return found != lines_.end();
         });
         if (reached) return ::testing::AssertionSuccess();
         return ::testing::AssertionFailure()
                << "waited for \"" << line << "\" after line " << read_ << " of " << ::testing::PrintToString(lines_);
     }
-
-    // Master error and item errors of the subscription's last data change that had some.
-    std::vector<std::int32_t> codes(std::uint32_t subscription) const {
-        const std::lock_guard guard(lock_);
-        return codes_.at(subscription);
-    }
-    std::size_t failedDataChanges() const {
-        const std::lock_guard guard(lock_);
-        return failedDataChanges_;
-    }
-
     void forget() {
         const std::lock_guard guard(lock_);
         lines_.clear();
         read_ = 0;
-        failedDataChanges_ = 0;
     }
 
-    std::function<void()> onData;
-    std::function<void(ServerStatus)> onState;
+    // Called inside of every callback with its line.
+    std::function<void(const std::string& line)> onLine;
 
 private:
-    void noteCodes(std::uint32_t subscription, std::int32_t masterError, std::vector<std::int32_t> errors) {
-        errors.insert(errors.begin(), masterError);
-        const std::lock_guard guard(lock_);
-        codes_[subscription] = std::move(errors);
-        ++failedDataChanges_;
+    template <typename Text>
+    void tellItems(std::string line, const Handles& handles, const Codes& errors, Text textOf) {
+        line += ":";
+        for (std::size_t i = 0; i < handles.size(); ++i) {
+            const bool isRefused = i < errors.size() && errors[i] != S_OK;
+            line += " " + std::to_string(handles[i]) + "=" + (isRefused ? Korvex::Testing::hex(errors[i]) : textOf(i));
+        }
+        tell(line);
     }
     void tell(const std::string& line) {
-        const std::lock_guard guard(lock_);
-        if (!lines_.empty() && lines_.back() == line) return;
-        lines_.push_back(line);
-        told_.notify_all();
+        {
+            const std::lock_guard guard(lock_);
+            const bool isRepeated = !lines_.empty() && lines_.back() == line && line.find(" bad") == line.npos;
+            if (!isRepeated) lines_.push_back(line);
+            told_.notify_all();
+        }
+        if (onLine) onLine(line);
     }
 
     mutable std::mutex lock_;
     std::condition_variable told_;
     std::vector<std::string> lines_;
-    std::size_t read_ = 0;
-    std::map<std::uint32_t, std::vector<std::int32_t>> codes_;
-    std::size_t failedDataChanges_ = 0;
+    std::ptrdiff_t read_ = 0;
 };
-
-// Items with the client handles 1, 2, ...
-inline std::vector<OpxItemIdentifier> named(std::initializer_list<const OLECHAR*> names) {
-    std::vector<OpxItemIdentifier> items;
-    for (const OLECHAR* name : names) {
-        items.emplace_back();
-        items.back().itemName = name;
-        items.back().clientHandle = static_cast<std::uint32_t>(items.size());
-    }
-    return items;
-}
 
 // A connection whose watch-dog runs a hundred times as fast as the time.
 class RecoveryFixture : public Korvex::Testing::SimulationFixture {
@@ -129,11 +120,10 @@ protected:
         server.disconnect();
     }
 
-    std::int32_t connect() { return server.connect(Korvex::Testing::simulationUrl(), info, 1, &story); }
+    std::int32_t connect() { return server.connect(Korvex::Testing::simulationUrl(), info, kClient, &story); }
 
-    std::int32_t subscribe(std::initializer_list<const OLECHAR*> names = {OLESTR("Constant.Int32"),
-                                                                          OLESTR("Constant.Double")}) {
-        items = named(names);
+    std::int32_t subscribe() {
+        items = itemsNamed({"Constant.Int32", "Constant.Double"});
         return server.subscribe(kSubscription, true, 100, 2.5f, items, &rate, &handle, errors);
     }
     void connectAndSubscribe() {

@@ -64,6 +64,8 @@ inline HRESULT callNamed(const std::string& name, Connection& on) {
         {"writeAsyncNothing", [](Connection& c) { return writeAsync(c, 0, 0); }},
         {"writeAsyncTooMany", [](Connection& c) { return writeAsync(c, 1, 2); }},
         {"advise", [](Connection& c) { return c.group.connectCallback(c.sharedClient); }},
+        {"unadvise", [](Connection& c) { return c.group.disconnectCallback(); }},
+        {"clear", [](Connection& c) { return c.group.clear(); }},
     };
     return kCalls.at(name)(on);
 }

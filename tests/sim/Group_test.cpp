@@ -78,14 +78,8 @@ std::string textOf(const Value& value) {
     return "{" + list + "}";
 }
 
-std::string resultOf(HRESULT code) {
-    std::ostringstream text;
-    text << "0x" << std::hex << static_cast<std::uint32_t>(code);
-    return text.str();
-}
-
 std::string readOf(HRESULT code, const Value& value) {
-    const std::string text = resultOf(code) + " " + std::to_string(value.type());
+    const std::string text = Testing::hex(code) + " " + std::to_string(value.type());
     return value.type() == VT_EMPTY ? text : text + " " + textOf(value);
 }
 
@@ -98,7 +92,7 @@ TEST_F(Group, AddsReadsAndWritesItemsAsTheTableSays) {
         if (row[0] == "add") {
             run(std::string("item Register.Int16 ") + (row[1] == "Register.Int16" ? "addresult 0xC0048888" : "normal"));
             OPCITEMRESULT result{};
-            EXPECT_EQ(resultOf(german.tryAdd(id, type, result)), row[4]);
+            EXPECT_EQ(Testing::hex(german.tryAdd(id, type, result)), row[4]);
         } else if (row[0] == "read") {
             const OPCHANDLE handle = german.add(id, type);
             const Told told = german.read(handle);

@@ -25,4 +25,15 @@ inline std::vector<std::string> linesOf(const std::string& path, const std::stri
     return lines;
 }
 
+// The names of the file's sections.
+inline std::vector<std::string> sectionsOf(const std::string& path) {
+    std::ifstream file(std::string(KORVEX_TESTS_FOLDER "/") + path);
+    std::vector<std::string> names;
+    for (std::string line; std::getline(file, line);) {
+        line.erase(line.find_last_not_of('\r') + 1);
+        if (line.rfind("## ", 0) == 0) names.push_back(line.substr(3));
+    }
+    return names;
+}
+
 }  // namespace Korvex::Testing

@@ -1,16 +1,17 @@
 #include "trace/TraceFiles.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <map>
 #include <string>
 #include <string_view>
 #include <thread>
-#include <tuple>
 #include <vector>
 
 #include <gmock/gmock.h>
 
+#include "tests/support/Steps.h"
 #include "tests/trace/TraceFolder.h"
 
 namespace OpxOpc {
@@ -41,13 +42,6 @@ std::string withoutThreads(std::string_view text) {
     out += text;
     return out;
 }
-std::string line(int level, const std::string& message) {
-    return "2024-05-01 12:34:56.789Z|" + std::to_string(level) + "|T* " + message + "\n";
-}
-Files withoutThreads(Files files) {
-    for (auto& [name, text] : files) text = withoutThreads(text);
-    return files;
-}
 
 class TraceFilesTest : public testing::Test {
 protected:
@@ -72,104 +66,69 @@ TEST_F(TraceFilesTest, ALineTellsUtcTimeLevelThreadAndMessage) {
     EXPECT_EQ(text, kHeader + ("2024-05-01 12:34:56.789Z|6|" + std::string(thread) + "* --> DaServerCom::connect\n"));
 }
 
-TEST_F(TraceFilesTest, EachFileTakesItsLevels) {
-    ASSERT_TRUE(openTrace(2));
-    ASSERT_TRUE(openErrors());
-    EXPECT_EQ(files.level(), 2);
-    for (int level = 1; level <= 7; ++level) files.write(level, "text");
-    EXPECT_EQ(withoutThreads(folder.text("trace.txt")), kHeader + line(1, "text") + line(2, "text"));
-    EXPECT_EQ(withoutThreads(folder.text("errors.txt")), kHeader + line(1, "text") + line(2, "text") + line(3, "text"));
-}
+class TraceFileSessions : public TraceFilesTest, public testing::WithParamInterface<std::string> {
+protected:
+    using Step = Korvex::Testing::Step;
 
-TEST_F(TraceFilesTest, AFileThatIsOpenIsNotOpenedAgain) {
-    ASSERT_TRUE(openTrace(7));
-    ASSERT_TRUE(openErrors());
-    files.write(3, "text");
-    const Files before = folder.files();
-    EXPECT_FALSE(openTrace(1, 5, 1, "other.txt"));
-    EXPECT_FALSE(openErrors("other.txt"));
-    EXPECT_EQ(files.level(), 7);
-    EXPECT_EQ(folder.files(), before);
-}
-
-TEST_F(TraceFilesTest, AFullTraceFileBecomesTheFirstOfNumberedBackups) {
-    folder.create("trace.txt", "zero");
-    folder.create("trace_1.txt", "one");
-    folder.create("trace_2.txt", "two");
-    folder.create("trace_3.txt", "three");
-    folder.create("trace_02.txt", "someone else's");
-    ASSERT_TRUE(openTrace(7, 5));
-    EXPECT_EQ(folder.files(), (Files{{"trace.txt", kHeader},
-                                     {"trace_1.txt", "zero"},
-                                     {"trace_2.txt", "one"},
-                                     {"trace_3.txt", "two"},
-                                     {"trace_02.txt", "someone else's"}}));
-    files.write(6, "a");
-    files.write(6, "b\nstill b");
-    EXPECT_EQ(folder.text("trace_1.txt"), "zero") << "two lines and the header are four lines, not five";
-    files.write(6, "c");
-    EXPECT_EQ(withoutThreads(folder.files()),
-              (Files{{"trace.txt", kHeader},
-                     {"trace_1.txt", kHeader + line(6, "a") + line(6, "b\nstill b") + line(6, "c")},
-                     {"trace_2.txt", "zero"},
-                     {"trace_3.txt", "one"},
-                     {"trace_02.txt", "someone else's"}}));
-}
-
-TEST_F(TraceFilesTest, BackupsAreNamedByTheLastDotOfTheFileName) {
-    const std::tuple<std::string, std::string> table[] = {{"trace", "trace_1.log"},
-                                                          {"a.b.txt", "a.b_1.txt"},
-                                                          {".hidden", "_1.hidden"},
-                                                          {"v1.2/trace", "v1.2/trace_1.log"}};
-    std::filesystem::create_directory(folder / "v1.2");
-    for (const auto& [name, backup] : table) {
-        folder.create(name, "old");
-        TraceFiles others(springNoon);
-        ASSERT_TRUE(others.openTrace(7, kManyLines, 1, folder / name, OLESTR("Client"))) << name;
-        EXPECT_EQ(folder.text(backup), "old") << name;
-        EXPECT_EQ(folder.text(name), kHeader) << name;
+    TraceFileSessions() {
+        const auto opened = [](bool isOpened) { return isOpened ? "" : "refused"; };
+        steps.add("open", [=, this](const Step& step) {
+            return opened(openTrace(step.numberOf("level", 7), step.numberOf("limit", kManyLines),
+                                    step.numberOf("backups", 3), step.setting("name").value_or("trace.txt")));
+        });
+        steps.add("errors", [=, this](const Step& step) {
+            return opened(openErrors(step.setting("name").value_or("errors.txt")));
+        });
+        steps.add("level", [this](const Step&) { return std::to_string(files.level()); });
+        steps.addSilent("write", [this](const Step& step) {
+            std::string text = step.text.substr(2);
+            std::replace(text.begin(), text.end(), '/', '\n');
+            files.write(static_cast<int>(step.number(0)), text);
+        });
+        steps.addSilent("fill", [this](const Step& step) {
+            for (std::uint32_t i = 0; i < step.number(0); ++i) files.write(1, "text");
+        });
+        steps.addSilent("create", [this](const Step& step) { folder.create(step.names.at(0), step.names.at(1)); });
+        steps.addSilent("folder",
+                        [this](const Step& step) { std::filesystem::create_directory(folder / step.names.at(0)); });
+        steps.add("text", [this](const Step& step) { return shown(folder.text(step.names.at(0))); });
+        steps.add("lastline", [this](const Step& step) {
+            const std::string text = shown(folder.text(step.names.at(0)));
+            return text.substr(text.rfind(' '));
+        });
+        // All files of the folder, or of one in it.
+        steps.add("files", [this](const Step& step) {
+            std::map<std::string, std::string> texts;
+            const std::filesystem::path place = step.text;
+            for (const auto& entry : std::filesystem::directory_iterator(folder / place))
+                texts[entry.path().filename().string()] = shown(folder.text(place / entry.path().filename()));
+            std::string all;
+            for (const auto& [name, text] : texts) all += (all.empty() ? "" : ", ") + name + ": " + text;
+            return all;
+        });
     }
-}
 
-TEST_F(TraceFilesTest, AHugeNumberOfBackupsCostsNoTime) {
-    folder.create("trace.txt", "zero");
-    folder.create("trace_4294967294.txt", "last but one");
-    ASSERT_TRUE(openTrace(7, kManyLines, 0xFFFFFFFF));
-    EXPECT_EQ(folder.files(),
-              (Files{{"trace.txt", kHeader}, {"trace_1.txt", "zero"}, {"trace_4294967295.txt", "last but one"}}));
-}
-
-TEST_F(TraceFilesTest, AFullErrorFileBecomesItsOneBackup) {
-    folder.create("errors.txt", "old");
-    folder.create("errors.txt.bak", "older");
-    ASSERT_TRUE(openErrors());
-    EXPECT_EQ(folder.files(), (Files{{"errors.txt", kHeader}, {"errors.txt.bak", "old"}}));
-    for (int i = 3; i < 10000; ++i) files.write(1, "text");
-    EXPECT_EQ(folder.text("errors.txt.bak"), "old");
-    files.write(1, "last");
-    EXPECT_EQ(folder.text("errors.txt"), kHeader);
-    EXPECT_THAT(folder.text("errors.txt.bak"), HasSubstr("* last\n"));
-    files.write(1, "next");
-    EXPECT_EQ(withoutThreads(folder.text("errors.txt")), kHeader + line(1, "next"));
-}
-
-TEST_F(TraceFilesTest, ErrorsInTheTraceFileStandThereOnceWhateverTheLevel) {
-    const std::string same = "./trace.txt";
-    for (const bool errorsFirst : {false, true}) {
-        TraceFolder own;
-        TraceFiles both(springNoon);
-        const auto trace = [&] { return both.openTrace(1, kManyLines, 3, own / "trace.txt", OLESTR("Client")); };
-        const auto errors = [&] { return both.openErrors(own / same, OLESTR("Client")); };
-        ASSERT_TRUE(errorsFirst ? errors() : trace());
-        ASSERT_TRUE(errorsFirst ? trace() : errors());
-        EXPECT_FALSE(errors()) << "open already";
-        both.write(1, "one");
-        both.write(3, "three");
-        both.write(4, "four");
-        EXPECT_EQ(withoutThreads(own.text("trace.txt")), kHeader + line(1, "one") + line(3, "three"));
-        EXPECT_EQ(own.text("trace.txt.bak"), errorsFirst ? own.text("trace.txt.bak") : "(absent)");
+    static std::string shown(const std::string& text) {
+        std::string result = withoutThreads(text);
+        const auto replaceAll = [&](const std::string& part, const std::string& by) {
+            for (std::size_t at; (at = result.find(part)) != result.npos;) result.replace(at, part.size(), by);
+        };
+        replaceAll(kHeader, "H");
+        replaceAll("2024-05-01 12:34:56.789Z|", " ");
+        replaceAll("|T* ", " ");
+        replaceAll("\n", "/");
+        return result;
     }
+
+    Korvex::Testing::Steps steps;
+};
+
+TEST_P(TraceFileSessions, AreAsTheirStepsTell) {
+    steps.playAll(Korvex::Testing::linesOf("trace/sessions.txt", GetParam()));
 }
+INSTANTIATE_TEST_SUITE_P(TraceFiles, TraceFileSessions,
+                         testing::ValuesIn(Korvex::Testing::sectionsOf("trace/sessions.txt")),
+                         Korvex::Testing::nameOfSection);
 
 TEST_F(TraceFilesTest, ARelativePathKeepsItsFolder) {
     const std::filesystem::path before = std::filesystem::current_path();
@@ -179,18 +138,6 @@ TEST_F(TraceFilesTest, ARelativePathKeepsItsFolder) {
     files.write(1, "last");
     EXPECT_EQ(folder.text("relative.txt"), kHeader);
     EXPECT_THAT(folder.text("relative_1.txt"), HasSubstr("* last\n"));
-}
-
-TEST_F(TraceFilesTest, AFileThatCannotBeCreatedIsNoneAndMayBeOpenedLater) {
-    std::filesystem::create_directory(folder / "folder.txt");
-    for (const std::string name : {"absent/trace.txt", "folder.txt/trace.txt/", ""}) {
-        EXPECT_FALSE(openTrace(7, kManyLines, 3, name)) << name;
-        EXPECT_FALSE(openErrors(name)) << name;
-    }
-    EXPECT_EQ(files.level(), 0);
-    files.write(1, "lost");
-    EXPECT_TRUE(openTrace(7));
-    EXPECT_TRUE(openErrors());
 }
 
 TEST_F(TraceFilesTest, AFileThatCannotBeStartedAnewTakesNoMoreLines) {
@@ -229,13 +176,6 @@ TEST_F(TraceFilesTest, AFileThatCannotBeMovedIsAppendedTo) {
     file.writeLine("d\n", OLESTR("2024-05-01"));
     EXPECT_EQ(folder.text("trace.txt"), kHeader) << "tried again when as many lines had been written";
     EXPECT_EQ(folder.text("moved.txt"), "old\n" + std::string(kHeader) + "a\nb\nc\nd\n");
-}
-
-TEST_F(TraceFilesTest, WhatIsNoFileStaysWhereItIs) {
-    std::filesystem::create_directory(folder / "trace.txt");
-    EXPECT_FALSE(openTrace(7));
-    EXPECT_FALSE(openErrors("trace.txt"));
-    EXPECT_TRUE(std::filesystem::is_directory(folder / "trace.txt"));
 }
 
 TEST_F(TraceFilesTest, AProgramNameStartsNoLine) {

@@ -5,6 +5,8 @@
 
 #include <korvex/opc_da_client/DateTime.h>
 
+#include "tests/support/rows.h"
+
 namespace Korvex::OPC::OpcDaClient {
 namespace {
 
@@ -35,23 +37,12 @@ TEST(DateTime, TalksToTheSystemClockAndFileTimes) {
 }
 
 TEST(DateTime, OleDatesBeforeTheirEpochCountTheirTimeOfDayForwards) {
-    struct Case {
-        double oleDate;
-        const char* text;
-    };
-    const Case cases[] = {{0, "1899-12-30T00:00:00.000Z"},       {1.25, "1899-12-31T06:00:00.000Z"},
-                          {-1, "1899-12-29T00:00:00.000Z"},      {-1.25, "1899-12-29T06:00:00.000Z"},
-                          {-2.75, "1899-12-28T18:00:00.000Z"},   {39508.5, "2008-03-01T12:00:00.000Z"},
-                          {-657434, "0100-01-01T00:00:00.000Z"}, {2958465.999, "9999-12-31T23:58:33.600Z"}};
-    for (const Case& c : cases) {
-        const DateTime time = DateTime::fromOleDate(c.oleDate);
-        EXPECT_EQ(toUtf8(time.toText()), c.text);
-        EXPECT_EQ(time.toOleDate(), c.oleDate);
+    for (const auto& row : Testing::rowsOf("values/ole_dates.txt", 3)) {
+        const double oleDate = std::stod(row[1]);
+        const DateTime time = DateTime::fromOleDate(oleDate);
+        EXPECT_EQ(toUtf8(time.toText()), row[2]);
+        EXPECT_TRUE(row[0] == "rounded" || time.toOleDate() == oleDate) << row[1];
     }
-    const Case rounded[] = {{-0.9999999999, "1899-12-31T00:00:00.000Z"},
-                            {-1.9999999999, "1899-12-30T00:00:00.000Z"},
-                            {2958465.9999999995, "9999-12-31T23:59:59.999Z"}};
-    for (const Case& c : rounded) EXPECT_EQ(toUtf8(DateTime::fromOleDate(c.oleDate).toText()), c.text);
     for (const double none : {-657435.5, -657435.0, 2958466.0, 1e300, std::nan("")}) {
         EXPECT_THROW(DateTime::fromOleDate(none), std::out_of_range) << none;
     }

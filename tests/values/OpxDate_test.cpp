@@ -94,22 +94,19 @@ TEST(OpxDate, OleDatesKeepMillisecondsBothWays) {
 }
 
 TEST(OpxDate, OleDatesMayBeAnyOfTheYears100To9999) {
-    struct Case {
-        double oleDate;
-        std::int64_t milliseconds;  // since 1899-12-30
-    };
     constexpr std::int64_t kDay = 86'400'000;
-    const Case cases[] = {{0, 0},
-                          {-0.25, kDay / 4},
-                          {-1.25, -kDay + kDay / 4},
-                          {-109205.0, -109205 * kDay},  // 1601-01-01
-                          {-657434.0, -657434 * kDay},
-                          {2958465.5, 2958465 * kDay + kDay / 2},
-                          {39508.99999999999, 39509 * kDay},
-                          {2958465.9999999995, 2958466 * kDay - 1}};
-    for (const Case& c : cases) {
-        const OpxDate date = OpxDate::fromOleDate(c.oleDate);
-        EXPECT_EQ(date.time() * 1000 + date.millitm(), c.milliseconds - 25569 * kDay) << c.oleDate;
+    const std::pair<double, std::int64_t> cases[] = {// in milliseconds since 1899-12-30
+                                                     {0, 0},
+                                                     {-0.25, kDay / 4},
+                                                     {-1.25, -kDay + kDay / 4},
+                                                     {-109205.0, -109205 * kDay},
+                                                     {-657434.0, -657434 * kDay},
+                                                     {2958465.5, 2958465 * kDay + kDay / 2},
+                                                     {39508.99999999999, 39509 * kDay},
+                                                     {2958465.9999999995, 2958466 * kDay - 1}};
+    for (const auto& [oleDate, milliseconds] : cases) {
+        const OpxDate date = OpxDate::fromOleDate(oleDate);
+        EXPECT_EQ(date.time() * 1000 + date.millitm(), milliseconds - 25569 * kDay) << oleDate;
     }
     for (const double none : {-657435.0, 2958466.0, 1e300, std::nan(""), std::numeric_limits<double>::infinity()}) {
         EXPECT_EQ(reasonOf([&] { OpxDate::fromOleDate(none); }), 3) << none;

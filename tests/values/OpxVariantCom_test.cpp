@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "com/owners.h"
+#include "tests/com/VariantText.h"
+#include "tests/support/rows.h"
 #include "tests/values/conversion_reason.h"
 
 namespace OpxOpc {
@@ -46,34 +48,16 @@ std::optional<std::int32_t> reasonFor(const VARIANT& variant) {
     return reason;
 }
 
+// A float may be too small to be a conversion's result, but not to be kept.
 TEST(OpxVariantCom, ScalarsTakeTheVariantTypeOfTheirTagAndComeBack) {
-    struct Case {
-        OpxVariant value;
-        VARTYPE type;
-    };
-    const Case cases[] = {{OpxVariant(), VT_EMPTY},
-                          {of(true), VT_BOOL},
-                          {of(std::int8_t{-128}), VT_I1},
-                          {of(std::int16_t{-32768}), VT_I2},
-                          {of(std::int32_t{-2147483647}), VT_I4},
-                          {of(std::int64_t{-9223372036854775807}), VT_I8},
-                          {of(std::uint8_t{255}), VT_UI1},
-                          {of(std::uint16_t{65535}), VT_UI2},
-                          {of(std::uint32_t{4294967295}), VT_UI4},
-                          {of(std::uint64_t{18446744073709551615u}), VT_UI8},
-                          {of(1.5f), VT_R4},
-                          {of(1e-45f), VT_R4},  // too small to be a conversion's result, but not to be kept
-                          {of(2.25), VT_R8},
-                          {text(OLESTR("Größe")), VT_BSTR},
-                          {of(OpxDate(1204374896, 0)), VT_DATE},
-                          {of(OpxDecimal::fromScaled(-5)), VT_CY}};
-    for (const Case& c : cases) {
-        UniqueVariant variant;
-        c.value.toVariant(variant);
-        EXPECT_EQ(variant.vt, c.type);
-        const OpxVariant back = roundTrip(c.value);
-        EXPECT_EQ(back.type(), c.value.type());
-        EXPECT_EQ(back.toString(), c.value.toString());
+    for (const char* each : {"EMPTY", "BOOL -1", "I1 -128", "I2 -32768", "I4 -2147483647", "I8 -9223372036854775807",
+                             "UI1 255", "UI2 65535", "UI4 4294967295", "UI8 18446744073709551615", "R4 1.5", "R4 1e-45",
+                             "R8 2.25", "BSTR Größe", "DATE 39508.524259259255", "CY -5"}) {
+        const UniqueVariant variant = Korvex::Testing::makeVariant(each);
+        UniqueVariant back;
+        OpxVariant::of(static_cast<const VARIANT&>(variant)).toVariant(back);
+        EXPECT_EQ(back.vt, variant.vt) << each;
+        EXPECT_EQ(Korvex::Testing::valueText(back), Korvex::Testing::valueText(variant)) << each;
     }
 }
 
@@ -101,8 +85,7 @@ TEST(OpxVariantCom, ArraysTakeTheVariantTypeOfTheirElementsAndComeBack) {
         {OpxVariant::arrayOf(VType::Double, {}), VT_R8},
         {OpxVariant::arrayOf(VType::Variant, {of(std::int8_t{1}), text(OLESTR("b")), OpxVariant(),
                                               OpxVariant::arrayOf(VType::Int16, {of(std::int16_t{7})})}),
-         VT_VARIANT},
-    };
+         VT_VARIANT}};
     for (const Case& c : cases) {
         UniqueVariant variant;
         c.value.toVariant(variant);
@@ -114,54 +97,31 @@ TEST(OpxVariantCom, ArraysTakeTheVariantTypeOfTheirElementsAndComeBack) {
     }
 }
 
-// The decimal with this whole number, without its point, and this many decimals.
-UniqueVariant decimalVariant(bool negative, std::uint32_t high, std::uint64_t low, int scale) {
-    UniqueVariant variant;
-    variant.decVal.scale = static_cast<BYTE>(scale);
-    variant.decVal.sign = negative ? DECIMAL_NEG : BYTE(0);
-    variant.decVal.Hi32 = high;
-    variant.decVal.Lo64 = low;
-    variant.vt = VT_DECIMAL;
-    return variant;
-}
-
+// Of decimals as "-high:middle:low/scale" and currencies in ten-thousandths.
 TEST(OpxVariantCom, DecimalsBecomeCurrencyDigitByDigitRoundedHalfToEven) {
-    constexpr std::int64_t kLargest = 9223372036854775807;
-    struct Case {
-        UniqueVariant decimal;
-        std::int64_t scaled;
-    };
-    const Case cases[] = {{decimalVariant(false, 0, 1234567, 5), 123457},
-                          {decimalVariant(false, 0, 1234567890123456789, 4), 1234567890123456789},
-                          {decimalVariant(true, 0, 123456789012345678, 3), -1234567890123456780},
-                          {decimalVariant(false, 0, 5, 5), 0},
-                          {decimalVariant(true, 0, 15, 5), -2},
-                          {decimalVariant(false, 0, 25, 5), 2},
-                          {decimalVariant(false, 0, 250000000001, 15), 3},
-                          {decimalVariant(false, 5, 0, 28), 0},
-                          {decimalVariant(false, 0, kLargest, 4), kLargest},
-                          {decimalVariant(true, 0, 9223372036854775808u, 4), -kLargest - 1},
-                          {decimalVariant(false, 4, 18446744073709551608u, 5), kLargest}};
-    for (const Case& c : cases) {
-        const OpxVariant value = OpxVariant::of(static_cast<const VARIANT&>(c.decimal));
-        EXPECT_EQ(value.toDecimal().scaled(), c.scaled);
+    const auto decimal = [](const std::string& text) { return Korvex::Testing::makeVariant("DEC " + text); };
+    for (const auto& row : Korvex::Testing::rowsOf("values/decimals.txt", 2)) {
+        const UniqueVariant source = decimal(row[0]);
+        if (row[1] == "-") {
+            EXPECT_EQ(reasonFor(source), 0) << row[0];
+            continue;
+        }
+        const OpxVariant value = OpxVariant::of(static_cast<const VARIANT&>(source));
+        EXPECT_EQ(std::to_string(value.toDecimal().scaled()), row[1]) << row[0];
         UniqueVariant currency;
         value.toVariant(currency);
         EXPECT_EQ(currency.vt, VT_CY);
-        EXPECT_EQ(currency.cyVal.int64, c.scaled);
+        EXPECT_EQ(std::to_string(currency.cyVal.int64), row[1]);
     }
-    EXPECT_EQ(reasonFor(decimalVariant(false, 0, 9223372036854775808u, 4)), 0);
-    EXPECT_EQ(reasonFor(decimalVariant(true, 0, 922337203685478, 0)), 0);
-    EXPECT_EQ(reasonFor(decimalVariant(false, 0, 1, 29)), 0);
-
     UniqueSafeArray array(SafeArrayCreateVector(VT_DECIMAL, 0, 1));
-    UniqueVariant tooLarge = decimalVariant(false, 1, 0, 0);
+    UniqueVariant tooLarge = decimal("1:0:0/0");
     LONG index = 0;
     ASSERT_EQ(SafeArrayPutElement(array.get(), &index, &tooLarge.decVal), S_OK);
     EXPECT_EQ(reasonFor(arrayVariant(VT_DECIMAL, std::move(array))), 0);
 }
 
 TEST(OpxVariantCom, TypesWithoutATagAreRefused) {
+    // VT_ARRAY | VT_I4 comes without its array.
     const std::uint32_t kTypes[] = {VT_NULL,
                                     VT_ERROR,
                                     VT_INT,
@@ -171,7 +131,7 @@ TEST(OpxVariantCom, TypesWithoutATagAreRefused) {
                                     VT_VARIANT,
                                     VT_BYREF | VT_I4,
                                     VT_ARRAY | VT_EMPTY,
-                                    VT_ARRAY | VT_I4 /* and no array */,
+                                    VT_ARRAY | VT_I4,
                                     VT_ARRAY | VT_BYREF | VT_I4};
     for (const std::uint32_t type : kTypes) {
         VARIANT variant = emptyOf(type).detach();

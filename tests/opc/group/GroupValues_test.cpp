@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/opc/group/GroupFixture.h"
+#include "tests/support/SimulationSteps.h"
+#include "tests/support/rows.h"
 
 namespace Korvex::Testing {
 namespace {
@@ -11,13 +13,8 @@ using Opx::VType;
 using OpxOpc::OpxVariant;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 
 constexpr std::int32_t kBadType = static_cast<std::int32_t>(0xC0040004u);
-constexpr std::int32_t kBadRights = static_cast<std::int32_t>(0xC0040006u);
-constexpr std::int32_t kInvalidHandle = static_cast<std::int32_t>(0xC0040001u);
-constexpr std::int32_t kOverflow = static_cast<std::int32_t>(0x8002000Au);
-constexpr std::int32_t kTypeMismatch = static_cast<std::int32_t>(0x80020005u);
 
 // A connection in a language of its own.
 struct LocalConnection : Connection {
@@ -31,67 +28,29 @@ struct LocalConnection : Connection {
 
 class GroupValuesTest : public SimulationFixture {
 protected:
+    LocalConnection& in(const std::string& language) { return language == "de" ? german : english; }
+
     LocalConnection english{OLESTR("en")};
     LocalConnection german{OLESTR("de")};
 };
 
 // ---- Synchronous reads
 
-struct ReadCase {
-    const char* name;
-    std::string command;  // for the item
-    const OLECHAR* item;
-    VType type;
-    bool inGerman;
-    const char* text;
-    std::int32_t quality;
-    std::int32_t error;
-};
-
 TEST_F(GroupValuesTest, ValuesAreReadAsTheTypeAskedForInTheConnectionsLanguage) {
-    const ReadCase cases[] = {
-        {"own type", "", OLESTR("Constant.Double"), VType::Empty, false, "-2.25", 0xC0, S_OK},
-        {"type without tag", "", OLESTR("Constant.Double"), VType::Unknown, false, "-2.25", 0xC0, S_OK},
-        {"English", "", OLESTR("Constant.Double"), VType::String, false, "-2.25", 0xC0, S_OK},
-        {"German", "", OLESTR("Constant.Double"), VType::String, true, "-2,25", 0xC0, S_OK},
-        {"truth", "", OLESTR("Constant.Boolean"), VType::String, true, "True", 0xC0, S_OK},
-        {"array", "", OLESTR("Constant.Int16Array"), VType::Empty, true, "{-32768|-1600|32767}", 0xC0, S_OK},
-        {"bad quality", "", OLESTR("Quality.Bad"), VType::String, false, "42", 0x00, S_OK},
-        {"limit", "", OLESTR("Quality.GoodHigh"), VType::String, false, "42", 0xC2, S_OK},
-        {"text is no number", "", OLESTR("Constant.String"), VType::Int32, false, "", 0xC0, kTypeMismatch},
-        {"no type for arrays", "", OLESTR("Constant.Int16Array"), VType::String, false, "", 0xC0, kTypeMismatch},
-        {"refused", "", OLESTR("Error.Read"), VType::Empty, false, "", 0, E_FAIL},
-        {"good but empty", "value 0", OLESTR("Register.Int32"), VType::Empty, false, "", 0xC0, kBadType},
-        {"bad and empty", "value 0", OLESTR("Quality.Bad"), VType::Empty, false, "", 0, S_OK},
-        {"null", "value 1", OLESTR("Register.Int32"), VType::Empty, false, "", 0xC0, kBadType},
-        {"null as number", "value 1", OLESTR("Register.Int32"), VType::Int16, false, "", 0xC0, kTypeMismatch},
-        {"error code", "value 10 5", OLESTR("Register.Int32"), VType::Empty, false, "", 0xC0, kBadType},
-        {"integer without tag", "value 22 5", OLESTR("Register.Int32"), VType::Int32, false, "5", 0xC0, S_OK},
-        {"object", "value 13", OLESTR("Register.Int32"), VType::Empty, false, "", 0xC0, kBadType},
-        {"reference", "value 16387", OLESTR("Register.Int32"), VType::String, false, "", 0xC0, kBadType},
-        {"two dimensions", "array2d", OLESTR("Register.Int32"), VType::Empty, false, "", 0xC0, kBadType},
-        {"no array", "nullarray", OLESTR("Register.Int32"), VType::Empty, false, "", 0xC0, kBadType},
-        {"decimals", "value 8206 1.5,2", OLESTR("Register.Int32"), VType::Empty, false, "{1.5|2}", 0xC0, S_OK},
-        {"decimals as what they were read as", "value 8206 1.5,2", OLESTR("Register.Int32"),
-         Opx::arrayOf(VType::Decimal), false, "{1.5|2}", 0xC0, S_OK},
-        {"no currency", "value 14 1e15", OLESTR("Register.Int32"), VType::Decimal, false, "", 0xC0, kOverflow},
-        {"no currencies", "value 8206 1,1e15", OLESTR("Register.Int32"), Opx::arrayOf(VType::Decimal), false, "", 0xC0,
-         kOverflow},
-        {"no type at all", "value 4095 7", OLESTR("Register.Int32"), VType::Empty, false, "", 0xC0, kBadType},
-    };
-    for (const ReadCase& each : cases) {
-        SCOPED_TRACE(each.name);
+    for (const auto& row : rowsOf("opc/group/reads.txt", 7)) {
+        SCOPED_TRACE(row[0] + " " + row[1] + " as " + row[2]);
         sim.reset();
-        if (!each.command.empty()) sim.item(toUtf8(each.item), each.command);
-        LocalConnection& c = each.inGerman ? german : english;
-        const auto handle = c.add(each.item);
+        if (!row[0].empty()) sim.item(row[1], row[0]);
+        LocalConnection& c = in(row[3]);
+        const auto handle = c.add(fromUtf8(row[1]).c_str());
+        const bool isRefused = row[6] != "0x0";
         for (const std::uint32_t maxAge : {0u, 500u}) {
-            const HRESULT hr = c.read(handle, maxAge, each.type);
-            EXPECT_EQ(hr, each.error < 0 ? S_FALSE : S_OK);
+            EXPECT_EQ(c.read(handle, maxAge, typeNumbered(row[2])), isRefused ? S_FALSE : S_OK);
             ASSERT_EQ(c.values.size(), 1u);
-            EXPECT_EQ(toUtf8(c.values[0].value.toString()), each.text);
-            EXPECT_EQ(c.values[0].quality, each.quality);
-            EXPECT_EQ(c.errors, each.error < 0 ? Codes{each.error} : Codes());
+            EXPECT_EQ(toUtf8(c.values[0].value.toString()), row[4]);
+            EXPECT_EQ(hex(c.values[0].quality), row[5]);
+            EXPECT_EQ(isRefused ? hex(c.errors.at(0)) : hex(S_OK), row[6]);
+            EXPECT_EQ(c.errors.size(), isRefused ? 1u : 0u);
         }
     }
 }
@@ -132,101 +91,39 @@ TEST_F(GroupValuesTest, ATimeBefore1970ReadsAsTheZeroDate) {
 
 // ---- Writes
 
-struct WriteCase {
-    const char* name;
-    const OLECHAR* item;
-    VType itemType;
-    OpxVariant value;
-    bool inGerman;
-    const char* readBack;
-    std::int32_t error;
-    std::string line;
-};
-
 TEST_F(GroupValuesTest, ValuesAreWrittenAsTheItemsTypeByEitherWayOfWriting) {
-    const std::string conversion = "value conversion error for item 0";
-    const std::string copy = "value copy error for item 0";
-    const WriteCase cases[] = {
-        {"own type", OLESTR("Register.Int32"), VType::Int32, OpxVariant::of(std::int32_t{5}), false, "5", S_OK, ""},
-        {"German text", OLESTR("Register.Double"), VType::Double, OpxVariant::of(OLESTR("2,5")), true, "2.5", S_OK, ""},
-        {"text to array", OLESTR("Register.Int16Array"), Opx::arrayOf(VType::Int16), OpxVariant::of(OLESTR("{4|5}")),
-         false, "{4|5}", S_OK, ""},
-        {"not a number", OLESTR("Register.Int32"), VType::Int32, OpxVariant::of(OLESTR("x")), false, "0", kBadType,
-         conversion},
-        {"element not a number", OLESTR("Register.DoubleArray"), Opx::arrayOf(VType::Double),
-         OpxVariant::of(OLESTR("{1|x}")), false, "{0|0|0}", kBadType, conversion},
-        {"not an array", OLESTR("Register.Int16Array"), Opx::arrayOf(VType::Int16), OpxVariant::of(1.5), false,
-         "{0|0|0}", kBadType, copy},
-    };
-    for (const WriteCase& each : cases) {
-        SCOPED_TRACE(each.name);
-        LocalConnection& c = each.inGerman ? german : english;
+    for (const auto& row : rowsOf("opc/group/writes.txt", 7)) {
+        SCOPED_TRACE(row[0] + " " + row[3]);
+        LocalConnection& c = in(row[4]);
         c.group.connectCallback(c.sharedClient);
-        const auto handle = c.add(each.item);
-        const Codes expected = each.error < 0 ? Codes{each.error} : Codes();
-
+        const auto handle = c.add(fromUtf8(row[0]).c_str());
+        const VType type = typeNumbered(row[1]);
+        OpxVariant value = OpxVariant::of(fromUtf8(row[3]));
+        value.changeType(typeNumbered(row[2]));
+        const bool isRefused = !row[6].empty();
+        const Codes expected = isRefused ? Codes{kBadType} : Codes();
+        const auto readBack = [&] {
+            EXPECT_EQ(c.read(handle), S_OK);
+            return toUtf8(c.values.at(0).value.toString());
+        };
         sim.reset();
         trace.clear();
-        EXPECT_EQ(c.write(handle, each.value, each.itemType), each.error < 0 ? S_FALSE : S_OK);
+        EXPECT_EQ(c.write(handle, value, type), isRefused ? S_FALSE : S_OK);
         EXPECT_EQ(c.errors, expected);
-        if (!each.line.empty()) {
-            EXPECT_TRUE(trace.has("Error: DaGroupMgtPrivate::write - " + each.line));
-            EXPECT_TRUE(
-                trace.has("  Item[0] SH=" + std::to_string(handle) + " Error=0xc0040004 - IOPCSyncIO::Write FAILED"));
-        }
-        ASSERT_EQ(c.read(handle), S_OK);
-        EXPECT_EQ(toUtf8(c.values[0].value.toString()), each.readBack);
+        EXPECT_EQ(trace.has("Error: DaGroupMgtPrivate::write - " + row[6]), isRefused);
+        EXPECT_EQ(trace.has("  Item[0] SH=" + std::to_string(handle) + " Error=0xc0040004 - IOPCSyncIO::Write FAILED"),
+                  isRefused);
+        EXPECT_EQ(readBack(), row[5]);
 
         sim.reset();
         const auto told = c.client.writes().size();
-        EXPECT_EQ(c.group.writeAsync(c.startTransaction(), {handle}, {each.value}, {each.itemType}, c.errors), S_OK);
+        EXPECT_EQ(c.group.writeAsync(c.startTransaction(), {handle}, {value}, {type}, c.errors), S_OK);
         ASSERT_TRUE(c.client.waitForWrites(told + 1));
         EXPECT_EQ(c.client.writes().back().errors, expected);
         EXPECT_EQ(c.client.writes().back().id, 77u);
-        const std::string line = "Error: DaGroupMgtPrivate::writeAsync - " + each.line;
-        EXPECT_EQ(trace.has(line), !each.line.empty());
-        ASSERT_EQ(c.read(handle), S_OK);
-        EXPECT_EQ(toUtf8(c.values[0].value.toString()), each.readBack);
+        EXPECT_EQ(trace.has("Error: DaGroupMgtPrivate::writeAsync - " + row[6]), isRefused);
+        EXPECT_EQ(readBack(), row[5]);
     }
-}
-
-TEST_F(GroupValuesTest, ItemsThatRefuseToBeWrittenAreToldApart) {
-    const auto readOnly = english.add(OLESTR("Access.ReadOnly"));
-    const auto writable = english.add(OLESTR("Register.Int32"));
-    const Variants values = {OpxVariant::of(std::int32_t{1}), OpxVariant::of(std::int32_t{2})};
-    EXPECT_EQ(english.group.write({readOnly, writable}, values, {}, english.errors), S_FALSE);
-    EXPECT_THAT(english.errors, ElementsAre(kBadRights, S_OK));
-    ASSERT_EQ(english.group.connectCallback(english.sharedClient), S_OK);
-    EXPECT_EQ(english.group.writeAsync(english.startTransaction(), {readOnly, writable}, values, {}, english.errors),
-              S_FALSE);
-    EXPECT_THAT(english.errors, ElementsAre(kBadRights, S_OK));
-    EXPECT_TRUE(english.client.waitForWrites(1));
-}
-
-// ---- Asynchronous reads
-
-TEST_F(GroupValuesTest, AnAsynchronousReadCompletesWithTheClientsNumbers) {
-    ASSERT_EQ(german.group.connectCallback(german.sharedClient), S_OK);
-    const auto handle = german.add(OLESTR("Constant.Double"));
-    struct Case {
-        std::uint32_t maxAge;
-        const char* method;
-    };
-    std::size_t told = 0;
-    for (const Case& each : {Case{0, "IOPCAsyncIO2::Read"}, Case{500, "IOPCAsyncIO3::ReadMaxAge"}}) {
-        EXPECT_EQ(german.group.readAsync(german.startTransaction(VType::String), each.maxAge, {handle}, german.errors),
-                  S_OK);
-        EXPECT_THAT(german.errors, IsEmpty());
-        ASSERT_TRUE(german.client.waitForReads(++told));
-        const auto read = german.client.reads().back();
-        EXPECT_EQ(read.id, 77u);
-        EXPECT_THAT(read.clientHandles, ElementsAre(100 + german.lastItem));
-        EXPECT_EQ(toUtf8(read.values.at(0).value.toString()), "-2,25");
-        EXPECT_THAT(read.errors, ElementsAre(S_OK));
-        EXPECT_EQ(sim.journal(each.method).size(), 1u);
-    }
-    EXPECT_EQ(german.group.readAsync(german.startTransaction(), 0, {4711}, german.errors), S_FALSE);
-    EXPECT_THAT(german.errors, ElementsAre(kInvalidHandle));
 }
 
 // ---- Servers that answer nonsense
@@ -237,44 +134,34 @@ TEST_F(GroupValuesTest, ArraysThatASuccessfulCallLeavesOutCostTheItemsOnly) {
         HRESULT (*call)(Connection&, std::uint32_t handle);
         bool answersItems;  // beside the codes
     };
-    const auto addItems = [](Connection& c, std::uint32_t) {
+    using On = Connection&;
+    static const auto adding = [](On c, bool validateOnly) {
         std::vector<OpxOpc::OpxItemIdentifier> items = {itemNamed(OLESTR("Constant.Double"))};
-        return c.group.addItems(items, c.errors, false);
+        return c.group.addItems(items, c.errors, validateOnly);
     };
-    const auto validate = [](Connection& c, std::uint32_t) {
-        std::vector<OpxOpc::OpxItemIdentifier> items = {itemNamed(OLESTR("Constant.Double"))};
-        return c.group.addItems(items, c.errors, true);
-    };
-    const auto remove = [](Connection& c, std::uint32_t) {
-        std::vector<OpxOpc::OpxItemIdentifier> items(1);
-        items[0].serverHandle = c.add(OLESTR("Constant.Double"));
-        return c.group.removeItems(items, c.errors);
-    };
-    const auto write = [](Connection& c, std::uint32_t handle) {
-        return c.write(handle, OpxVariant::of(std::int32_t{1}));
-    };
-    const auto writeAsync = [](Connection& c, std::uint32_t handle) {
-        return c.group.writeAsync(c.startTransaction(), {handle}, {OpxVariant::of(std::int32_t{1})}, {}, c.errors);
+    static const auto readAsync = [](On c, std::uint32_t handle, std::uint32_t maxAge) {
+        return c.group.readAsync(c.startTransaction(), maxAge, {handle}, c.errors);
     };
     const Case cases[] = {
-        {"IOPCItemMgt::AddItems", addItems, true},
-        {"IOPCItemMgt::ValidateItems", validate, true},
-        {"IOPCItemMgt::RemoveItems", remove, false},
-        {"IOPCSyncIO::Read", [](Connection& c, std::uint32_t handle) { return c.read(handle); }, true},
-        {"IOPCSyncIO2::ReadMaxAge", [](Connection& c, std::uint32_t handle) { return c.read(handle, 500); }, true},
-        {"IOPCSyncIO::Write", write, false},
-        {"IOPCAsyncIO2::Read",
-         [](Connection& c, std::uint32_t handle) {
-             return c.group.readAsync(c.startTransaction(), 0, {handle}, c.errors);
+        {"IOPCItemMgt::AddItems", [](On c, std::uint32_t) { return adding(c, false); }, true},
+        {"IOPCItemMgt::ValidateItems", [](On c, std::uint32_t) { return adding(c, true); }, true},
+        {"IOPCItemMgt::RemoveItems",
+         [](On c, std::uint32_t) {
+             std::vector<OpxOpc::OpxItemIdentifier> items(1);
+             items[0].serverHandle = c.add(OLESTR("Constant.Double"));
+             return c.group.removeItems(items, c.errors);
          },
          false},
-        {"IOPCAsyncIO3::ReadMaxAge",
-         [](Connection& c, std::uint32_t handle) {
-             return c.group.readAsync(c.startTransaction(), 500, {handle}, c.errors);
+        {"IOPCSyncIO::Read", [](On c, std::uint32_t handle) { return c.read(handle); }, true},
+        {"IOPCSyncIO2::ReadMaxAge", [](On c, std::uint32_t handle) { return c.read(handle, 500); }, true},
+        {"IOPCSyncIO::Write", [](On c, std::uint32_t handle) { return c.write(handle, OpxVariant::of(1)); }, false},
+        {"IOPCAsyncIO2::Read", [](On c, std::uint32_t handle) { return readAsync(c, handle, 0); }, false},
+        {"IOPCAsyncIO3::ReadMaxAge", [](On c, std::uint32_t handle) { return readAsync(c, handle, 500); }, false},
+        {"IOPCAsyncIO2::Write",
+         [](On c, std::uint32_t handle) {
+             return c.group.writeAsync(c.startTransaction(), {handle}, {OpxVariant::of(1)}, {}, c.errors);
          },
-         false},
-        {"IOPCAsyncIO2::Write", writeAsync, false},
-    };
+         false}};
     ASSERT_EQ(english.group.connectCallback(english.sharedClient), S_OK);
     const auto handle = english.add(OLESTR("Register.Int32"));
     for (const Case& each : cases) {
@@ -287,17 +174,6 @@ TEST_F(GroupValuesTest, ArraysThatASuccessfulCallLeavesOutCostTheItemsOnly) {
         }
         sim.execute(std::string("answer ") + each.method);
     }
-}
-
-TEST_F(GroupValuesTest, CompletionsWithoutArraysAreToldWithoutItems) {
-    sim.execute("async null");
-    ASSERT_EQ(english.group.connectCallback(english.sharedClient), S_OK);
-    const auto handle = english.add(OLESTR("Register.Int32"));
-    english.group.readAsync(english.startTransaction(), 0, {handle}, english.errors);
-    english.group.writeAsync(english.startTransaction(), {handle}, {OpxVariant::of(true)}, {}, english.errors);
-    ASSERT_TRUE(english.client.waitForReads(1) && english.client.waitForWrites(1));
-    EXPECT_EQ(english.client.reads()[0].count, 0u);
-    EXPECT_EQ(english.client.writes()[0].count, 0u);
 }
 
 TEST_F(GroupValuesTest, AnItemsCanonicalTypeThatHasNoTagIsNoRequest) {

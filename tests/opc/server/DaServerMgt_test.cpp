@@ -2,7 +2,6 @@
 
 #include <memory>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "com/ComCalls.h"
@@ -16,8 +15,6 @@ namespace {
 
 using OpxOpc::DaGroupMgt;
 using OpxOpc::DaServerMgt;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 std::vector<std::string> expected(const std::string& name) {
     return linesOf("opc/expected.trace", name);
@@ -30,8 +27,6 @@ protected:
     RecordingCallback client;
     DaServerMgt server;
 };
-
-// ---- Connecting
 
 struct Activation {
     DWORD context;
@@ -78,43 +73,6 @@ TEST_F(DaServerMgtTest, AServerThatCannotBeCreatedLeavesTheObjectUnconnected) {
     EXPECT_FALSE(trace.has("--> DaServerMgtPrivate::SetIOPCServer"));
 }
 
-TEST_F(DaServerMgtTest, TheBrowsingInterfacesAreAskedForByTheServersGeneration) {
-    struct Case {
-        const char* name;
-        std::vector<std::string> commands;
-        HRESULT result;
-        std::vector<std::string> queries;
-        std::size_t organizations;
-    };
-    const std::vector<std::string> all = {"IOPCBrowse", "IOPCItemProperties", "IOPCBrowseServerAddressSpace"};
-    const Case cases[] = {
-        {"data access 3", {}, S_OK, {"IOPCBrowse"}, 0},
-        {"data access 2", {"profile 2"}, S_OK, all, 1},
-        {"no address space", {"profile 2", "refuse IOPCBrowseServerAddressSpace"}, S_OK, all, 0},
-        {"no properties", {"profile 2", "refuse IOPCItemProperties"}, E_NOINTERFACE, all, 1},
-    };
-    for (const Case& each : cases) {
-        SCOPED_TRACE(each.name);
-        sim.reset();
-        for (const std::string& command : each.commands) sim.execute(command);
-        trace.clear();
-        EXPECT_EQ(hex(server.connectOPCServer(OpxString(), CLSID_KorvexSimulation)), hex(each.result));
-        EXPECT_EQ(server.isConnected(), each.result == S_OK);
-        std::vector<std::string> expected;
-        for (const std::string& name : each.queries) {
-            expected.push_back("CALL IOPCServer::QueryInterface (IID_" + name + ")");
-        }
-        EXPECT_EQ(trace.textsWith("CALL IOPCServer::QueryInterface"), expected);
-        EXPECT_EQ(sim.journal("IOPCBrowseServerAddressSpace::QueryOrganization").size(), each.organizations);
-        EXPECT_TRUE(trace.hasInOrder({"--> DaServerMgtPrivate::SetIOPCServer",
-                                      "<-- DaServerMgtPrivate::SetIOPCServer [hr=" + hex(each.result) + "]"}));
-        server.disconnectOPCServer();
-        EXPECT_EQ(sim.counts()["servers"], 0);
-    }
-}
-
-// ---- Disconnecting
-
 TEST_F(DaServerMgtTest, DisconnectingGivesEverythingUpWhateverTheServerAnswers) {
     for (const bool faulty : {false, true}) {
         SCOPED_TRACE(faulty);
@@ -150,76 +108,6 @@ TEST_F(DaServerMgtTest, TheDestructorDisconnects) {
                                   "<-- DaServerMgt::disconnectOPCServer [hr=S_OK]", "<-- Dtor DaServerMgt"}));
 }
 
-// ---- Locales
-
-TEST_F(DaServerMgtTest, EveryKnownLocaleIsAskedForInAnyCase) {
-    struct Case {
-        const OLECHAR* locale;
-        const char* code;
-    };
-    const Case cases[] = {{OLESTR("EN"), "0x409"},    {OLESTR("en-US"), "0x409"}, {OLESTR("de"), "0x407"},
-                          {OLESTR("de-de"), "0x407"}, {OLESTR("en-gb"), "0x809"}, {OLESTR("fr"), "0x40c"},
-                          {OLESTR("FR-fr"), "0x40c"}, {OLESTR("it"), "0x410"},    {OLESTR("it-it"), "0x410"},
-                          {OLESTR("es"), "0xc0a"},    {OLESTR("es-es"), "0xc0a"}};
-    connect();
-    for (const Case& each : cases) {
-        OpxString locale = each.locale;
-        EXPECT_EQ(server.setLocalID(locale), S_OK);
-        EXPECT_EQ(locale, each.locale);
-        EXPECT_TRUE(trace.has("Server supports locale '" + toUtf8(locale) + "' -> set to LCID=" + each.code));
-    }
-}
-
-TEST_F(DaServerMgtTest, ALocaleThatIsNotKnownIsClearedWithoutAskingTheServer) {
-    connect();
-    for (const OLECHAR* text : {OLESTR("english"), OLESTR("en-u"), OLESTR("ru"), OLESTR("en_us"), OLESTR("")}) {
-        OpxString locale = text;
-        EXPECT_EQ(server.setLocalID(locale), S_FALSE);
-        EXPECT_TRUE(locale.empty());
-        EXPECT_TRUE(trace.has("Locale '" + toUtf8(text) + "' is not supported set to LOCALE_SYSTEM_DEFAULT"));
-    }
-    EXPECT_THAT(sim.journal("IOPCCommon::SetLocaleID"), IsEmpty());
-}
-
-TEST_F(DaServerMgtTest, ALocaleThatTheServerRefusesLeavesTheOneInUse) {
-    connect();
-    OpxString locale = OLESTR("de");
-    ASSERT_EQ(server.setLocalID(locale), S_OK);
-
-    sim.fault("IOPCCommon::SetLocaleID", E_INVALIDARG, 1);
-    trace.clear();
-    locale = OLESTR("fr");
-    EXPECT_EQ(server.setLocalID(locale), S_FALSE);
-    EXPECT_TRUE(locale.empty());
-    EXPECT_EQ(trace.textsWith("SetLocaleID"), expected("ALocaleThatTheServerRefusesLeavesTheOneInUse"));
-    EXPECT_TRUE(trace.hasInOrder({"Server does not support locale 'fr' set to LOCALE_SYSTEM_DEFAULT",
-                                  "CALL IOPCCommon::Release", "<-- DaServerMgt::setLocalID [hr=0x1]"}));
-
-    sim.fault("IOPCCommon::SetLocaleID", E_FAIL);
-    locale = OLESTR("it");
-    EXPECT_EQ(server.setLocalID(locale), E_FAIL);
-    EXPECT_EQ(locale, OLESTR("it"));
-}
-
-// ---- Shutdown requests
-
-TEST_F(DaServerMgtTest, AShutdownRequestArrivesUntilTheCallbackIsDisconnected) {
-    connect();
-    ASSERT_EQ(server.connectCallback(OpxOpc::unowned(&client)), S_OK);
-    EXPECT_EQ(server.connectCallback(OpxOpc::unowned(&client)), E_FAIL);
-    sim.execute("shutdown power");
-    ASSERT_TRUE(client.waitForStatuses(1));
-    EXPECT_EQ(client.statuses()[0].status, OpxOpc::SERVERSTATUS_SHUTDOWN);
-    EXPECT_TRUE(trace.has("ShutdownRequest - reason for shutdown: power"));
-
-    EXPECT_EQ(server.disconnectCallback(), S_OK);
-    EXPECT_EQ(sim.counts()["shutdownsinks"], 0);
-    ASSERT_EQ(server.connectCallback(OpxOpc::unowned(&client)), S_OK);
-    EXPECT_EQ(sim.journal("IConnectionPointContainer::FindConnectionPoint").size(), 1u)
-        << "the connection point is kept";
-    EXPECT_TRUE(trace.has("<-- DaServerMgt::connectCallback [hr=E_FAIL] - Callback already connected"));
-}
-
 TEST_F(DaServerMgtTest, ASinkThatTheServerDoesNotGiveBackIsCutOffByCom) {
     const ComCallsGuard guard;
     Com::comCalls().coDisconnectObject = [](IUnknown*) -> HRESULT { return S_FALSE; };
@@ -230,32 +118,6 @@ TEST_F(DaServerMgtTest, ASinkThatTheServerDoesNotGiveBackIsCutOffByCom) {
     EXPECT_EQ(server.disconnectCallback(), S_FALSE) << "COM's answer is the result";
     EXPECT_EQ(trace.texts(), expected("ASinkThatTheServerDoesNotGiveBackIsCutOffByCom"));
     EXPECT_EQ(server.disconnectCallback(), E_FAIL);
-}
-
-// ---- Groups
-
-TEST_F(DaServerMgtTest, AGroupIsAddedAsDescribedAndRemovedWithoutForce) {
-    connect();
-    OpxString locale = OLESTR("de");
-    ASSERT_EQ(server.setLocalID(locale), S_OK);
-    DaGroupMgt group(OLESTR("Pumps"), 100, true, 7, 2.5F);
-    sim.clearJournal();
-    ASSERT_EQ(server.addGroup(&group), S_OK);
-    const auto added = sim.journal("IOPCServer::AddGroup");
-    ASSERT_EQ(added.size(), 1u);
-    EXPECT_THAT(added[0], ::testing::StartsWith("IOPCServer::AddGroup name=Pumps active=1 rate=100 client=7 "
-                                                "deadband=2.5 locale=1031"));
-    EXPECT_NE(group.serverHandle(), 0u);
-
-    trace.clear();
-    EXPECT_EQ(server.removeGroup(&group), S_OK);
-    EXPECT_TRUE(
-        trace.hasInOrder({"--> DaServerMgt::removeGroup", "Reference count = 1 of OPCGroup object after last release",
-                          "CALL IOPCServer::RemoveGroup", "<-- DaServerMgt::removeGroup [hr=0x0]"}));
-    const auto removed = sim.journal("IOPCServer::RemoveGroup");
-    ASSERT_EQ(removed.size(), 1u);
-    EXPECT_THAT(removed[0], ::testing::HasSubstr("force=0"));
-    EXPECT_EQ(sim.counts()["groups"], 0);
 }
 
 }  // namespace
