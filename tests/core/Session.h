@@ -22,7 +22,12 @@ protected:
         addStory();
         addThreads();
     }
-    ~Session() override { sim.reset(); }  // what hangs has to return before the rest goes
+    // What hangs has to return, and what is told to end, before the rest goes.
+    ~Session() override {
+        sim.reset();
+        started_.clear();
+        server.disconnect();
+    }
 
     Korvex::Testing::Steps steps;
 
